@@ -14,9 +14,9 @@
 namespace kestrel::host {
 
 #if defined(__GNUC__)
-#define KESTREL_PRINTF_LIKE(format, first) __attribute__((format(printf, format, first)))
+#define KESTREL_PRINTF_LIKE(text, first) __attribute__((format(printf, text, first)))
 #else
-#define KESTREL_PRINTF_LIKE(format, first)
+#define KESTREL_PRINTF_LIKE(text, first)
 #endif
 
 /// Throws kestrel::Error with the formatted text.
