@@ -1,0 +1,81 @@
+# The front door. Each target installs the Debian packages that it misses, builds what has changed,
+# and does its work; the building itself is CMake's (CMakeLists.txt, CMakePresets.json).
+
+OCTAVE ?= on
+JOBS ?= $(shell nproc)
+
+build := build/release
+install := scripts/install-packages
+ifeq ($(OCTAVE),off)
+  octave_option := OFF
+else
+  octave_option := ON
+endif
+
+# $(call configure,preset,options). The generator counts only for a folder's first configuration.
+configure = CMAKE_GENERATOR=$$(command -v ninja >/dev/null && echo Ninja || echo "Unix Makefiles") \
+  cmake --preset $(1) $(2) -Wno-dev --log-level=WARNING
+compile = cmake --build build/$(1) --parallel $(JOBS)
+
+.PHONY: help
+help:
+	@echo "make demo     the field of a focused array, computed and drawn in GNU Octave"
+	@echo "make test     all tests, C++ and Octave (make test OCTAVE=off: C++ only)"
+	@echo "make toolbox  the toolbox folder to add to the Octave path: build/toolbox"
+	@echo "make bench    the benchmarks"
+	@echo "make asan     the C++ tests under the address and undefined-behaviour sanitizers"
+	@echo "make tsan     the C++ tests under the thread sanitizer"
+	@echo "make format   reformat the C++ sources; make tidy: look for faults in them"
+	@echo "make clean    remove everything built"
+
+.PHONY: toolbox
+toolbox:
+	@$(install) build octave
+	@$(call configure,release,-DKESTREL_OCTAVE=ON)
+	@$(call compile,release) --target toolbox
+
+.PHONY: demo
+demo: toolbox
+	@mkdir -p build/demo
+	@cd build/demo && octave-cli --norc --no-history --quiet \
+	  --path $(CURDIR)/examples --path $(CURDIR)/build/toolbox --eval demo
+
+.PHONY: test
+ifeq ($(OCTAVE),off)
+test:
+	@$(install) --try build test
+else
+test:
+	@$(install) build test octave
+endif
+	@$(call configure,release,-DKESTREL_OCTAVE=$(octave_option) -DKESTREL_TESTS=ON)
+	@$(call compile,release)
+	@ctest --preset release --parallel $(JOBS)
+
+.PHONY: bench
+bench:
+	@$(install) build bench
+	@$(call configure,release,-DKESTREL_BENCH=ON)
+	@$(call compile,release) --target bench
+
+.PHONY: asan tsan
+asan tsan:
+	@$(install) build test
+	@$(call configure,$@)
+	@$(call compile,$@)
+	@ctest --preset $@ --parallel $(JOBS)
+
+sources = $(shell git ls-files '*.h' '*.cpp')
+
+.PHONY: format tidy
+format:
+	@$(install) tidy
+	@clang-format -i $(sources)
+tidy:
+	@$(install) build test tidy
+	@$(call configure,release,-DKESTREL_TESTS=ON)
+	@run-clang-tidy -quiet -p $(build) -j $(JOBS)
+
+.PHONY: clean
+clean:
+	rm -rf build

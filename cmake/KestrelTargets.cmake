@@ -1,0 +1,97 @@
+# How kestrel's targets are made: the compile flags, a library per MEX host, a plug-in per host.
+
+# Every target of this project is compiled with these flags, tests and benchmarks included.
+function(kestrel_compile_options target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE
+    # a*b + c has two legal results, one rounding or two. Left to itself the compiler fuses where the
+    # instruction set allows; a float so changed by 1e-7 is turned by the wavenumber into 1e-5 of the
+    # field, and results would depend on machine and compiler. Where one rounding is wanted, the code
+    # says std::fma or uses the intrinsic. For the same reason fast-math is never used.
+    -ffp-contract=off
+    # Nobody reads errno or traps after a square root; without this its loops do not vectorise.
+    -fno-math-errno
+    -fno-trapping-math
+    -Wall -Wextra -Wshadow)
+endfunction()
+
+# Looks for a package as the option asks: AUTO (if it is there), ON (it must be) or OFF.
+macro(kestrel_find option package)
+  if(${option} STREQUAL "AUTO")
+    find_package(${package} QUIET)
+  elseif(${option})
+    find_package(${package} REQUIRED)
+  endif()
+  if(${package}_FOUND)
+    message(STATUS "${option}: ${package} ${${package}_VERSION}")
+  else()
+    message(STATUS "${option}: without ${package}")
+  endif()
+endmacro()
+
+# kestrel_add_host_library(<name> [INCLUDES dir...] [DEFINITIONS def...] [LINK target...])
+#
+# A static library of everything that reads host values, compiled against the one mex.h that INCLUDES
+# or LINK brings, together with the kernels.
+function(kestrel_add_host_library name)
+  cmake_parse_arguments(arg "" "" "INCLUDES;DEFINITIONS;LINK" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS
+    host/*.cpp inputs/*.cpp excitation/*.cpp transducers/*.cpp fields/*.cpp)
+  add_library(${name} STATIC ${sources} $<TARGET_OBJECTS:kestrel_kernels>)
+  kestrel_compile_options(${name})
+  list(TRANSFORM arg_INCLUDES PREPEND "${PROJECT_SOURCE_DIR}/" REGEX "^[^/]")
+  foreach(folder IN ITEMS "${PROJECT_SOURCE_DIR}" LISTS arg_INCLUDES)
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${folder}>)
+  endforeach()
+  target_compile_definitions(${name} PUBLIC ${arg_DEFINITIONS})
+  target_link_libraries(${name} PUBLIC Threads::Threads ${arg_LINK})
+endfunction()
+
+# kestrel_add_plugin(<name> [SOURCES file...])
+#
+# One compiled entry, gateway/<name>.cpp and SOURCES, for every host:
+#   <name>              the plug-in for Octave, <name>.mex in the toolbox folder
+#   <name>_matlab       the plug-in for MATLAB, <name>.mexa64 or the like, beside it
+#   <name>_standalone   a static library on our own host, whose mexFunction C++ tests call. Each has a
+#                       mexFunction, so a program links one of them; tests have one program per entry.
+function(kestrel_add_plugin name)
+  cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+  set(sources "${PROJECT_SOURCE_DIR}/gateway/${name}.cpp")
+  foreach(source IN LISTS arg_SOURCES)
+    list(APPEND sources "${PROJECT_SOURCE_DIR}/${source}")
+  endforeach()
+
+  add_library(${name}_standalone STATIC ${sources})
+  kestrel_compile_options(${name}_standalone)
+  target_link_libraries(${name}_standalone PUBLIC kestrel)
+
+  if(OctaveMex_FOUND)
+    set(exports "${PROJECT_SOURCE_DIR}/host/octave/exports.map")
+    # Octave needs to be told that complex values are interleaved: by a symbol of the plug-in.
+    add_library(${name} MODULE ${sources} "${PROJECT_SOURCE_DIR}/host/octave/interleaved_complex.cpp")
+    kestrel_compile_options(${name})
+    # Undefined mx and mex names stay open, as mkoctfile leaves them: the interpreter has them.
+    target_link_libraries(${name} PRIVATE kestrel_octave)
+    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}")
+    set_target_properties(${name} PROPERTIES
+      PREFIX "" SUFFIX .mex
+      LIBRARY_OUTPUT_DIRECTORY "${KESTREL_TOOLBOX_DIR}"
+      LINK_DEPENDS "${exports}")
+    set_property(GLOBAL APPEND PROPERTY KESTREL_OCTAVE_PLUGINS ${name})
+  endif()
+
+  # Written after CMake's documentation; nobody has run it, for want of a MATLAB. matlab_add_mex adds
+  # MATLAB's own mexfilerequiredapiversion, so ours is left out.
+  if(Matlab_FOUND)
+    matlab_add_mex(NAME ${name}_matlab OUTPUT_NAME ${name} MODULE R2018a
+      SRC ${sources} LINK_TO kestrel_matlab)
+    kestrel_compile_options(${name}_matlab)
+    target_compile_definitions(${name}_matlab PRIVATE KESTREL_HOST_DEFINES_API_VERSION)
+    set_target_properties(${name}_matlab PROPERTIES
+      LIBRARY_OUTPUT_DIRECTORY "${KESTREL_TOOLBOX_DIR}")
+    set_property(GLOBAL APPEND PROPERTY KESTREL_MATLAB_PLUGINS ${name}_matlab)
+  endif()
+endfunction()

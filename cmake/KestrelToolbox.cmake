@@ -1,0 +1,32 @@
+# The target `toolbox`: KESTREL_TOOLBOX_DIR holds a copy of toolbox/ and the compiled plug-ins, which
+# are linked right there. Changed files are copied again; those gone from toolbox/ are removed.
+
+file(GLOB_RECURSE toolbox_files CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/toolbox" toolbox/*)
+
+# Only what an earlier run put there is ever removed, so any folder may be named.
+set(manifest "${PROJECT_BINARY_DIR}/toolbox_files.txt")
+if(EXISTS "${manifest}")
+  file(STRINGS "${manifest}" earlier_files)
+  list(REMOVE_ITEM earlier_files ${toolbox_files})
+  foreach(file IN LISTS earlier_files)
+    file(REMOVE "${KESTREL_TOOLBOX_DIR}/${file}")
+  endforeach()
+endif()
+list(JOIN toolbox_files "\n" manifest_text)
+file(WRITE "${manifest}" "${manifest_text}\n")
+
+set(toolbox_copies "")
+foreach(file IN LISTS toolbox_files)
+  add_custom_command(OUTPUT "${KESTREL_TOOLBOX_DIR}/${file}"
+    COMMAND "${CMAKE_COMMAND}" -E copy "${PROJECT_SOURCE_DIR}/toolbox/${file}"
+      "${KESTREL_TOOLBOX_DIR}/${file}"
+    DEPENDS "${PROJECT_SOURCE_DIR}/toolbox/${file}"
+    COMMENT "toolbox: ${file}"
+    VERBATIM)
+  list(APPEND toolbox_copies "${KESTREL_TOOLBOX_DIR}/${file}")
+endforeach()
+
+get_property(octave_plugins GLOBAL PROPERTY KESTREL_OCTAVE_PLUGINS)
+get_property(matlab_plugins GLOBAL PROPERTY KESTREL_MATLAB_PLUGINS)
+add_custom_target(toolbox ALL DEPENDS ${toolbox_copies})
+add_dependencies(toolbox kestrel ${octave_plugins} ${matlab_plugins})
