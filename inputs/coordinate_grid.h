@@ -8,8 +8,8 @@ namespace kestrel {
 
 /// The observation points: a regular grid, or a list of arbitrary points. All lengths in metres.
 ///
-/// Points are numbered with x varying fastest, then y, then z, which is the host's own element order
-/// for an nx-by-ny-by-nz array; pressure planes and results share this order.
+/// Points are numbered with x varying fastest, then y, then z, which is the host's own element
+/// order for an nx-by-ny-by-nz array; pressure planes and results share this order.
 ///
 /// An operation that fails throws kestrel::Error and leaves the grid as it was.
 class CoordinateGrid {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 
 #include "host/host.h"
 
@@ -38,8 +38,8 @@ class NumericalIntegration {
   /// Returns true.
   bool midpoint_rule(double a, double b);
 
-  /// Gauss-Legendre nodes (descending from near +1) and weights into x[0..n-1] and w[0..n-1], by one
-  /// series-corrected Newton step from an asymptotic guess (Davis and Rabinowitz, Methods of
+  /// Gauss-Legendre nodes (descending from near +1) and weights into x[0..n-1] and w[0..n-1], by
+  /// one series-corrected Newton step from an asymptotic guess (Davis and Rabinowitz, Methods of
   /// Numerical Integration). Exactly antisymmetric nodes, exactly symmetric weights. Does nothing
   /// when n < 1.
   static void grule(int n, double* x, double* w);
@@ -60,18 +60,18 @@ class NumericalIntegration {
   double get_cosine(int i) const { return value(_cosines, i); }
   int get_npoints() const { return _npoints; }
 
-  /// Solver parameters; zero until they are set. i must be 0..4 for the floats and 0..1 for the
-  /// counts.
-  float kzk_parameter(int i) const { return _kzk_parameters.at(static_cast<std::size_t>(i)); }
-  int kzk_count(int i) const { return _kzk_counts.at(static_cast<std::size_t>(i)); }
+  /// Solver parameters, i = 0..4 for the floats and 0..1 for the counts; zero until they are set
+  /// and out of range.
+  float kzk_parameter(int i) const { return i < 0 || i > 4 ? 0.0F : _kzk_parameters[i]; }
+  int kzk_count(int i) const { return i < 0 || i > 1 ? 0 : _kzk_counts[i]; }
 
  private:
   double value(const host::Array<double>& values, int i) const {
     return i < 0 || i >= _npoints ? 0.0 : values[static_cast<std::size_t>(i)];
   }
 
-  std::array<float, 5> _kzk_parameters{};
-  std::array<int, 2> _kzk_counts{};
+  float _kzk_parameters[5] = {};
+  int _kzk_counts[2] = {};
   int _npoints = 0;
   host::Array<double> _abscissas;
   host::Array<double> _weights;

@@ -4,9 +4,9 @@
 
 namespace kestrel {
 
-/// Careful reading of the structures that users build in MATLAB or Octave. A field that was declared
-/// but never given a value comes as null from MATLAB and as an empty matrix from Octave; here both
-/// are an empty value.
+/// Careful reading of the structures that users build in MATLAB or Octave. A field that was
+/// declared but never given a value comes as null from MATLAB and as an empty matrix from Octave;
+/// here both are an empty value.
 ///
 /// In the errors `owner` says what the structure describes ("medium", "transducer") and `element`,
 /// when it is at least 1, which entry of a structure array was read.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "host/host.h"
 #include "host/mex_api.h"
 
@@ -21,8 +23,8 @@ class TimeSamples {
   TimeSamples(const TimeSamples&) = delete;
   TimeSamples& operator=(const TimeSamples&) = delete;
 
-  /// Reads the structure made by `set_time_samples`: the field `time_samples` (an explicit list), or
-  /// else `tmin`, `tmax` and `deltat`. Only the first entry of a structure array counts. Returns
+  /// Reads the structure made by `set_time_samples`: the field `time_samples` (an explicit list),
+  /// or else `tmin`, `tmax` and `deltat`. Only the first entry of a structure array counts. Returns
   /// true.
   bool allocate_memory_and_set_values(mxArray const** structure);
 
