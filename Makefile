@@ -14,7 +14,7 @@ endif
 
 # $(call configure,preset,options). The generator counts only for a folder's first configuration.
 configure = CMAKE_GENERATOR=$$(command -v ninja >/dev/null && echo Ninja || echo "Unix Makefiles") \
-  cmake --preset $(1) $(2) -Wno-dev --log-level=WARNING
+  cmake --preset $(1) $(2) >/dev/null
 compile = cmake --build build/$(1) --parallel $(JOBS)
 
 .PHONY: help

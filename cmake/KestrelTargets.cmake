@@ -42,7 +42,6 @@ function(kestrel_add_host_library name)
     host/*.cpp inputs/*.cpp excitation/*.cpp transducers/*.cpp fields/*.cpp)
   add_library(${name} STATIC ${sources} $<TARGET_OBJECTS:kestrel_kernels>)
   kestrel_compile_options(${name})
-  list(TRANSFORM arg_INCLUDES PREPEND "${PROJECT_SOURCE_DIR}/" REGEX "^[^/]")
   foreach(folder IN ITEMS "${PROJECT_SOURCE_DIR}" LISTS arg_INCLUDES)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${folder}>)
   endforeach()
@@ -80,7 +79,7 @@ function(kestrel_add_plugin name)
       PREFIX "" SUFFIX .mex
       LIBRARY_OUTPUT_DIRECTORY "${KESTREL_TOOLBOX_DIR}"
       LINK_DEPENDS "${exports}")
-    set_property(GLOBAL APPEND PROPERTY KESTREL_OCTAVE_PLUGINS ${name})
+    set_property(GLOBAL APPEND PROPERTY KESTREL_PLUGINS ${name})
   endif()
 
   # Written after CMake's documentation; nobody has run it, for want of a MATLAB. matlab_add_mex adds
@@ -92,6 +91,6 @@ function(kestrel_add_plugin name)
     target_compile_definitions(${name}_matlab PRIVATE KESTREL_HOST_DEFINES_API_VERSION)
     set_target_properties(${name}_matlab PROPERTIES
       LIBRARY_OUTPUT_DIRECTORY "${KESTREL_TOOLBOX_DIR}")
-    set_property(GLOBAL APPEND PROPERTY KESTREL_MATLAB_PLUGINS ${name}_matlab)
+    set_property(GLOBAL APPEND PROPERTY KESTREL_PLUGINS ${name}_matlab)
   endif()
 endfunction()
