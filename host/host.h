@@ -4,16 +4,19 @@
 /// host values (structures, arrays) includes "host/mex_api.h" as well.
 
 #include <cstddef>
+#include <string>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "host/error.h"
 
 namespace kestrel::host {
 
 #if defined(__GNUC__)
-#define KESTREL_PRINTF_LIKE(format, first) __attribute__((format(printf, format, first)))
+#define KESTREL_PRINTF_LIKE(text, first) __attribute__((format(printf, text, first)))
 #else
-#define KESTREL_PRINTF_LIKE(format, first)
+#define KESTREL_PRINTF_LIKE(text, first)
 #endif
 
 /// Throws kestrel::Error with the formatted text.
@@ -26,7 +29,8 @@ void print(const char* format, ...) KESTREL_PRINTF_LIKE(1, 2);
 void warn(const char* text);
 
 /// `count` zeroed blocks of `size` bytes from the host's allocator; throws kestrel::Error when the
-/// memory cannot be had. Release with `release`.
+/// memory cannot be had. Never null, for no bytes either, and aligned to 16 bytes. Release with
+/// `release` and nothing else: a header in front of the block names its allocator.
 void* allocate_zeroed(std::size_t count, std::size_t size);
 void release(void* block) noexcept;
 
@@ -35,6 +39,8 @@ void release(void* block) noexcept;
 /// an element or an input object holds during a call.
 template <class T>
 class Array {
+  static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= 16);
+
  public:
   Array() = default;
   explicit Array(std::size_t count)
@@ -64,6 +70,50 @@ class Array {
  private:
   T* _data = nullptr;
   std::size_t _size = 0;
+};
+
+/// Texts that were printed or warned about while a thread was detached, in their order.
+class Messages {
+ public:
+  void add_print(std::string text) { _messages.push_back({std::move(text), false}); }
+  void add_warning(std::string text) { _messages.push_back({std::move(text), true}); }
+  bool empty() const { return _messages.empty(); }
+
+  /// Prints and warns on the calling thread, and forgets. A text is forgotten before it is shown,
+  /// because a host that treats warnings as errors does not come back.
+  void replay();
+
+ private:
+  struct Message {
+    std::string text;
+    bool is_warning;
+  };
+  std::vector<Message> _messages;
+};
+
+/// While one is alive, its thread does without the host, which knows one thread only: `print` and
+/// `warn` add to `messages`, and `allocate_zeroed` takes memory from the standard allocator. The
+/// thread that the host called replays the messages after the other has finished. Scopes nest.
+///
+/// Blocks go back to where they came from, wherever and whenever they are released; so a detached
+/// thread may hand its arrays to the host's thread, but must not release the host's.
+///
+///     host::Messages messages;            // on the host's thread
+///     std::thread worker([&] {
+///       host::Detached scope(messages);
+///       ...
+///     });
+///     worker.join();
+///     messages.replay();
+class Detached {
+ public:
+  explicit Detached(Messages& messages);
+  ~Detached();
+  Detached(const Detached&) = delete;
+  Detached& operator=(const Detached&) = delete;
+
+ private:
+  Messages* _outer;
 };
 
 }  // namespace kestrel::host
