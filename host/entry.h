@@ -13,7 +13,8 @@ namespace kestrel::host {
 /// Longest text of an error, terminator included; longer ones are cut.
 inline constexpr std::size_t error_text_size = 4096;
 
-/// Runs the body of a plug-in's outermost function and turns its failure into the host's error call.
+/// Runs the body of a plug-in's outermost function and turns its failure into the host's error
+/// call.
 ///
 /// The error call is the last statement, when every scope of the body has ended, the exception is
 /// gone and only a local buffer is left: MATLAB's may leave without unwinding, and whatever was

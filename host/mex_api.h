@@ -1,11 +1,12 @@
 #pragma once
 
-/// The only header by which kestrel's sources see the names `mx*` and `mex*`. Which host they belong
-/// to is decided by the build, through the include path: Octave's folder, MATLAB's, or
+/// The only header by which kestrel's sources see the names `mx*` and `mex*`. Which host they
+/// belong to is decided by the build, through the include path: Octave's folder, MATLAB's, or
 /// `host/standalone` for programs and tests that run without an interpreter.
 ///
 /// What differs between the hosts, and therefore must not be relied upon:
-///   - `mxArray` is `void` in Octave and an incomplete structure elsewhere: pass pointers, nothing else;
+///   - `mxArray` is `void` in Octave and an incomplete structure elsewhere: pass pointers, nothing
+///   else;
 ///   - `mwSize` is signed in Octave and unsigned elsewhere;
 ///   - `mxSetDoubles` and its kin return different values for success;
 ///   - a null `mxArray*` crashes most functions of Octave: test before the call.
