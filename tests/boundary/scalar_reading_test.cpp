@@ -54,7 +54,7 @@ TEST(ReadRealDoubles, RefusesEveryOtherClass) {
   cases.emplace_back(Value::zeros(1, 3, mxSINGLE_CLASS), "of class single.\n");
   cases.emplace_back(Value::zeros(1, 3, mxINT32_CLASS), "of class int32.\n");
   cases.emplace_back(Value::complex_matrix(1, 1, {{1.0, 1.0}}), "complex.\n");
-  cases.emplace_back(StructArray().release(), "of class struct.\n");
+  cases.emplace_back(Value(mxCreateStructMatrix(1, 1, 0, nullptr)), "of class struct.\n");
   for (const auto& [value, found] : cases) {
     const mxArray* array = value;
     EXPECT_EQ(outcome_of([&] { read_real_doubles(array, "transducer", "center", 2); }).error,
