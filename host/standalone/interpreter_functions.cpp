@@ -18,11 +18,7 @@ using Complex = std::complex<double>;
 class Transform {
  public:
   explicit Transform(std::size_t length) : _roots(length) {
-    for (std::size_t k = 0; k < length; ++k) {
-      // Rounded once, from long double, so that the roots have no error of their own to add.
-      const long double angle = -2 * std::numbers::pi_v<long double> * k / length;
-      _roots[k] = {static_cast<double>(std::cos(angle)), static_cast<double>(std::sin(angle))};
-    }
+    for (std::size_t k = 0; k < length; ++k) _roots[k] = root(k, length);
   }
 
   void run(const Complex* input, Complex* output) const { run(input, 1, output, _roots.size()); }
@@ -50,6 +46,25 @@ class Transform {
         }
         output[frequency] = sum;
       }
+    }
+  }
+
+  /// exp(-2 pi i k / length), rounded once, and exact for whole quarters of a turn.
+  static Complex root(std::size_t k, std::size_t length) {
+    const std::size_t quarter = 4 * k / length;
+    const std::size_t rest = 4 * k % length;
+    const long double angle = std::numbers::pi_v<long double> / 2 * rest / length;
+    const auto cosine = static_cast<double>(std::cos(angle));
+    const auto sine = static_cast<double>(std::sin(angle));
+    switch (quarter) {
+      case 0:
+        return {cosine, -sine};
+      case 1:
+        return {-sine, -cosine};
+      case 2:
+        return {-cosine, sine};
+      default:
+        return {sine, cosine};
     }
   }
 

@@ -279,6 +279,11 @@ bool mxIsStruct(const mxArray* array) { return mxGetClassID(array) == mxSTRUCT_C
 bool mxIsEmpty(const mxArray* array) { return mxGetNumberOfElements(array) == 0; }
 bool mxIsScalar(const mxArray* array) { return mxGetNumberOfElements(array) == 1; }
 
+bool mxIsSparse(const mxArray* array) {
+  checked(array);
+  return false;
+}
+
 // ---- dimensions ----
 
 std::size_t mxGetM(const mxArray* array) { return checked(array).dimensions[0]; }

@@ -89,6 +89,7 @@ bool mxIsCell(const mxArray* array);
 bool mxIsStruct(const mxArray* array);
 bool mxIsEmpty(const mxArray* array);
 bool mxIsScalar(const mxArray* array);
+bool mxIsSparse(const mxArray* array);  // never: this host has no sparse arrays
 
 // Dimensions. The setters do not touch the data. There are always two dimensions at least, and
 // trailing ones of extent 1 are dropped beyond the second.

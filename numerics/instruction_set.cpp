@@ -1,0 +1,67 @@
+#include "numerics/instruction_set.h"
+
+#include <atomic>
+
+#include "numerics/run_kernel.h"
+
+namespace kestrel {
+
+namespace {
+
+InstructionSet best_supported() {
+  for (const auto set : {InstructionSet::avx512, InstructionSet::avx2}) {
+    if (is_supported(set)) return set;
+  }
+  return InstructionSet::baseline;
+}
+
+std::atomic<InstructionSet>& chosen_set() {
+  static std::atomic<InstructionSet> set{best_supported()};
+  return set;
+}
+
+std::atomic<InstructionSet> last_used{InstructionSet::scalar};
+
+}  // namespace
+
+const char* name(InstructionSet set) {
+  switch (set) {
+    case InstructionSet::scalar: return "scalar";
+    case InstructionSet::baseline: return "baseline";
+    case InstructionSet::avx2: return "avx2";
+    case InstructionSet::avx512: return "avx512";
+  }
+  return "unknown";
+}
+
+bool is_supported(InstructionSet set) {
+#if KESTREL_X86_TARGETS
+  // __builtin_cpu_supports also asks whether the operating system saves the wide registers.
+  switch (set) {
+    case InstructionSet::avx2: return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    case InstructionSet::avx512:
+      return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+             __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw") &&
+             __builtin_cpu_supports("fma");
+    default: return true;
+  }
+#else
+  return set == InstructionSet::scalar || set == InstructionSet::baseline;
+#endif
+}
+
+InstructionSet instruction_set() { return chosen_set().load(std::memory_order_relaxed); }
+
+bool use_instruction_set(InstructionSet set) {
+  if (!is_supported(set)) return false;
+  chosen_set().store(set, std::memory_order_relaxed);
+  return true;
+}
+
+InstructionSet last_used_instruction_set() { return last_used.load(std::memory_order_relaxed); }
+
+void detail::note_instruction_set(InstructionSet set) {
+  last_used.store(set, std::memory_order_relaxed);
+}
+
+}  // namespace kestrel

@@ -1,0 +1,241 @@
+#include "host/host.h"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <new>
+#include <thread>
+#include <vector>
+
+#include "host/complex_array.h"
+#include "host/entry.h"
+#include "host/standalone/standalone_host.h"
+
+namespace kestrel::host {
+namespace {
+
+using standalone::AllocationLimit;
+using standalone::call;
+using standalone::CallResult;
+using standalone::Capture;
+using standalone::Live;
+using standalone::live;
+using standalone::Value;
+
+std::string text_of_failure(const std::function<void()>& function) {
+  try {
+    function();
+  } catch (const Error& error) {
+    return error.what();
+  }
+  return "(no failure)";
+}
+
+TEST(Host, TextsOfAnyLengthAndContent) {
+  const std::string word(10000, 'w');
+  EXPECT_EQ(text_of_failure([&] { fail("%s, %d%%", word.c_str(), 5); }), word + ", 5%");
+  Capture capture;
+  print("%s", (word + "%s").c_str());
+  warn("100% \n");
+  EXPECT_EQ(capture.printed(), word + "%s");
+  EXPECT_EQ(capture.warnings(), std::vector<std::string>{"100% \n"});
+}
+
+TEST(HostArray, IsZeroedAlignedAndReleased) {
+  const Live before = live();
+  for (const std::size_t count : {0, 1, 3, 513}) {
+    Array<double> array(count);
+    EXPECT_EQ(live().blocks, before.blocks + 1);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(array.data()) % 16, 0u);
+    EXPECT_EQ(array.size(), count);
+    for (double& value : array) {
+      EXPECT_EQ(value, 0);
+      value = 1;
+    }
+    Array<double> moved(std::move(array));
+    Array<double> assigned(2);
+    assigned = std::move(moved);
+    EXPECT_EQ(assigned.size(), count);
+  }
+  EXPECT_EQ(live(), before);
+}
+
+TEST(HostArray, SaysThatMemoryIsOut) {
+  constexpr std::size_t huge = std::numeric_limits<std::size_t>::max();
+  for (const std::size_t count : {huge, huge / sizeof(double), huge / sizeof(double) / 2}) {
+    EXPECT_EQ(text_of_failure([&] { Array<double> array(count); }),
+              "Out of memory: " + std::to_string(count) + " x 8 bytes cannot be allocated.");
+  }
+  const AllocationLimit limit(0);
+  EXPECT_EQ(text_of_failure([] { Array<char> array(3); }),
+            "Out of memory: 3 x 1 bytes cannot be allocated.");
+}
+
+TEST(HostDetached, ThreadDoesWithoutTheHost) {
+  const Live before = live();
+  Capture capture;
+  Messages messages;
+  Array<double> made_detached;
+  std::thread worker([&] {
+    const AllocationLimit limit(0);  // the host would refuse
+    const Detached scope(messages);
+    Array<double> array(100);
+    array[99] = 9;
+    made_detached = std::move(array);
+    print("first %d\n", 1);
+    warn("second");
+    {
+      Messages inner;
+      {
+        const Detached nested(inner);
+        print("fourth\n");
+      }
+      print("third\n");
+      inner.replay();
+    }
+  });
+  worker.join();
+  EXPECT_EQ(live(), before);
+  EXPECT_EQ(capture.console(), "");
+  messages.replay();
+  EXPECT_EQ(capture.console(), "first 1\nWarning: second\nthird\nfourth\n");
+  EXPECT_TRUE(messages.empty());
+  messages.replay();
+  EXPECT_EQ(capture.warnings().size(), 1u) << "texts are shown once";
+  EXPECT_EQ(made_detached[99], 9);
+}
+
+TEST(HostDetached, BlocksFindTheirWayBackAfterTheScopeChanged) {
+  const Live before = live();
+  Array<int> attached(3);
+  Array<int> detached;
+  {
+    Messages messages;
+    const Detached scope(messages);
+    detached = Array<int>(4);
+    attached = Array<int>();  // released to the host, although the scope is detached
+    EXPECT_EQ(live(), before);
+  }
+  detached = Array<int>();  // released to the standard allocator; the sanitizers would object
+  EXPECT_EQ(live(), before);
+}
+
+/// The entry that a test describes by its body.
+CallResult run_as_entry(const std::function<void(mxArray* plhs[])>& body) {
+  return call([&](int, mxArray* plhs[], int, const mxArray*[]) { run_entry([&] { body(plhs); }); },
+              1, {});
+}
+
+TEST(Entry, TurnsFailuresIntoTheErrorCall) {
+  struct Case {
+    const char* name;
+    std::function<void()> body;
+    std::string text;
+  };
+  const Case cases[] = {
+      {"failure", [] { fail("ndiv must be an integer.\n"); }, "ndiv must be an integer.\n"},
+      {"no text", [] { fail("%s", ""); }, "Unknown error."},
+      {"long text", [] { fail("%s", std::string(5000, 'x').c_str()); },
+       std::string(error_text_size - 1, 'x')},
+      {"percent", [] { fail("%s", "%s%n"); }, "%s%n"},
+      {"no memory", [] { throw std::bad_alloc(); }, "Out of memory."},
+      {"list too long", [] { std::vector<int>().reserve(std::vector<int>().max_size() + 1); },
+       "Out of memory: a list would exceed its largest size."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const Live before = live();
+    const CallResult result = run_as_entry([&](mxArray*[]) {
+      const Array<double> owned(5);
+      print("printed before\n");
+      c.body();
+    });
+    EXPECT_EQ(result.error, c.text);
+    EXPECT_EQ(result.printed, "printed before\n");
+    EXPECT_EQ(live(), before);
+  }
+}
+
+TEST(Entry, EveryScopeHasEndedAtTheErrorCall) {
+  struct Noisy {
+    ~Noisy() { print("scope ended\n"); }
+  };
+  const auto entry = [](int, mxArray*[], int, const mxArray*[]) {
+    try {
+      run_entry([] {
+        const Noisy noisy;
+        fail("failed");
+      });
+    } catch (...) {
+      print("error call\n");
+      throw;
+    }
+  };
+  EXPECT_EQ(call(entry, 1, {}).printed, "scope ended\nerror call\n");
+}
+
+TEST(Entry, LetsTheHostsOwnErrorPass) {
+  // Octave's error call looks like this from inside.
+  EXPECT_THROW(run_as_entry([](mxArray*[]) { throw std::runtime_error("the interpreter's"); }),
+               std::runtime_error);
+  EXPECT_EQ(run_as_entry([](mxArray*[]) { mexErrMsgTxt("direct"); }).error, "direct");
+}
+
+TEST(ComplexResult, HasItsShapeAndAllOfItsBytes) {
+  struct Case {
+    std::size_t nx, ny, nz;
+    std::vector<mwSize> dimensions;
+  };
+  const Case cases[] = {{3, 1, 5, {3, 1, 5}},
+                        {3, 4, 1, {3, 4}},
+                        {1, 1, 1, {1, 1}},
+                        {3, 0, 5, {3, 0, 5}},
+                        {0, 1, 1, {0, 1}}};
+  for (const Case& c : cases) {
+    const CallResult result = run_as_entry([&](mxArray* plhs[]) {
+      plhs[0] = create_complex_result(c.nx, c.ny, c.nz);
+      mxComplexDouble* values = mxGetComplexDoubles(plhs[0]);
+      for (std::size_t i = 0; i < c.nx * c.ny * c.nz; ++i) {
+        EXPECT_EQ(values[i].real, 0);
+        EXPECT_EQ(values[i].imag, 0);
+        values[i] = {1, 2};  // the address sanitizer knows how many bytes there are
+      }
+    });
+    const mwSize* dimensions = mxGetDimensions(result.output());
+    EXPECT_EQ(
+        std::vector<mwSize>(dimensions, dimensions + mxGetNumberOfDimensions(result.output())),
+        c.dimensions);
+    EXPECT_TRUE(mxIsComplex(result.output()));
+    EXPECT_TRUE(mxIsDouble(result.output()));
+  }
+  const Value column(create_complex_result(7));
+  EXPECT_EQ(mxGetM(column), 7u);
+  EXPECT_EQ(mxGetN(column), 1u);
+}
+
+TEST(ComplexResult, SaysThatMemoryIsOut) {
+  for (const std::size_t granted : {0, 1}) {
+    const AllocationLimit limit(granted);
+    EXPECT_EQ(text_of_failure([] { create_complex_result(7); }).substr(0, 14), "Out of memory:");
+  }
+  constexpr std::size_t large = std::size_t{1} << 31;
+  EXPECT_EQ(text_of_failure([] { create_complex_result(large, large, large); }),
+            "Out of memory: the result has too many points.");
+}
+
+TEST(ComplexValues, ReadsRealAndComplexDoublesOnly) {
+  using Complex = std::complex<double>;
+  const auto read = [](const Value& value) {
+    const Array<Complex> values = complex_values(value);
+    return std::vector<Complex>(values.begin(), values.end());
+  };
+  EXPECT_EQ(read(Value::row({1, -2})), (std::vector<Complex>{1, -2}));
+  EXPECT_EQ(read(Value::complex_matrix(2, 1, {{1, 2}, {3, -4}})),
+            (std::vector<Complex>{{1, 2}, {3, -4}}));
+  EXPECT_TRUE(read(Value::zeros(0, 3, mxDOUBLE_CLASS, mxCOMPLEX)).empty());
+  EXPECT_EQ(text_of_failure([&] { read(Value::zeros(1, 1, mxSINGLE_CLASS)); }),
+            "A double array is needed, not single.");
+}
+
+}  // namespace
+}  // namespace kestrel::host

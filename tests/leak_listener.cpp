@@ -1,0 +1,27 @@
+// Linked into every test program: a test that leaves blocks or arrays of the standalone host behind
+// fails.
+
+#include <gtest/gtest.h>
+
+#include "host/standalone/standalone_host.h"
+
+namespace {
+
+using kestrel::standalone::Live;
+using kestrel::standalone::live;
+
+class LeakListener : public testing::EmptyTestEventListener {
+  void OnTestStart(const testing::TestInfo&) override { _before = live(); }
+  void OnTestEnd(const testing::TestInfo&) override {
+    EXPECT_EQ(live(), _before) << "the test leaves something behind in the host";
+  }
+
+  Live _before;
+};
+
+[[maybe_unused]] const bool installed = [] {
+  testing::UnitTest::GetInstance()->listeners().Append(new LeakListener);
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,267 @@
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "inputs/numerical_integration.h"
+
+namespace kestrel {
+namespace {
+
+struct Rule {
+  std::vector<double> nodes;
+  std::vector<double> weights;
+};
+
+using Generator = void (*)(int, double*, double*);
+
+Rule rule_of(Generator generate, int n) {
+  Rule rule{std::vector<double>(n), std::vector<double>(n)};
+  generate(n, rule.nodes.data(), rule.weights.data());
+  return rule;
+}
+
+struct Root {
+  long double node;
+  long double weight;
+};
+
+/// Root i (from 0, next to +1) of the Legendre polynomial of degree n, by Newton's iteration in
+/// extended precision: independent of the series that the rule is built with.
+Root legendre_root(int n, int i) {
+  long double x = std::cos(std::acos(-1.0L) * (i + 0.75L) / (n + 0.5L));
+  long double slope = 0.0L;
+  for (int iteration = 0; iteration < 6; ++iteration) {
+    long double previous = 1.0L;
+    long double p = x;
+    for (int k = 2; k <= n; ++k) {
+      const long double next = ((2 * k - 1) * x * p - (k - 1) * previous) / k;
+      previous = p;
+      p = next;
+    }
+    slope = n * (previous - x * p) / (1.0L - x * x);
+    x -= p / slope;
+  }
+  return {x, 2.0L / ((1.0L - x * x) * slope * slope)};
+}
+
+/// Errors that no rule of 1 to 200 nodes may exceed. The nodes are right to the last bit but one;
+/// the weights lose digits near the ends of long rules, where 1 - x^2 is small.
+struct Budget {
+  const char* name;
+  Generator generate;
+  long double node;             // absolute
+  long double weight;           // absolute
+  long double relative_weight;  // relative to the weight
+};
+
+constexpr Budget budgets[] = {
+    {"grule", &NumericalIntegration::grule, 1.2e-16L, 1e-15L, 2e-12L},
+    {"modifiedgrule", &NumericalIntegration::modifiedgrule, 1.2e-16L, 1e-15L, 2e-12L},
+};
+
+TEST(GaussLegendre, AgreesWithRootsInExtendedPrecision) {
+  for (const Budget& budget : budgets) {
+    SCOPED_TRACE(budget.name);
+    long double node_error = 0.0L;
+    long double weight_error = 0.0L;
+    long double relative_weight_error = 0.0L;
+    for (int n = 1; n <= 200; ++n) {
+      const Rule rule = rule_of(budget.generate, n);
+      for (int i = 0; i < n; ++i) {
+        const Root root = legendre_root(n, i);
+        const long double difference = std::fabs(rule.weights[i] - root.weight);
+        node_error = std::max(node_error, std::fabs(rule.nodes[i] - root.node));
+        weight_error = std::max(weight_error, difference);
+        relative_weight_error = std::max(relative_weight_error, difference / root.weight);
+      }
+    }
+    EXPECT_LE(node_error, budget.node);
+    EXPECT_LE(weight_error, budget.weight);
+    EXPECT_LE(relative_weight_error, budget.relative_weight);
+  }
+}
+
+// The fields sum the nodes in this order, and symmetric points rely on the exact mirror image.
+TEST(GaussLegendre, DescendsAndMirrorsExactly) {
+  for (const Budget& budget : budgets) {
+    for (int n = 1; n <= 200; ++n) {
+      SCOPED_TRACE(std::string(budget.name) + ", n = " + std::to_string(n));
+      const Rule rule = rule_of(budget.generate, n);
+      for (int i = 0; i < n; ++i) {
+        ASSERT_EQ(rule.nodes[i], -rule.nodes[n - 1 - i]);
+        ASSERT_EQ(rule.weights[i], rule.weights[n - 1 - i]);
+        ASSERT_TRUE(i == 0 || rule.nodes[i] < rule.nodes[i - 1]);
+      }
+      if (n % 2 == 1) {
+        ASSERT_EQ(rule.nodes[n / 2], 0.0);
+      }
+    }
+  }
+}
+
+TEST(GaussLegendre, IntegratesPolynomialsUpToTwiceItsLength) {
+  for (const int n : {1, 2, 3, 7, 16, 33, 64}) {
+    const Rule rule = rule_of(&NumericalIntegration::grule, n);
+    const auto moment = [&](int degree) {
+      long double sum = 0.0L;
+      for (int i = 0; i < n; ++i) {
+        sum += rule.weights[i] * std::pow(static_cast<long double>(rule.nodes[i]), degree);
+      }
+      return sum;
+    };
+    for (int degree = 0; degree < 2 * n; ++degree) {
+      const long double exact = degree % 2 == 0 ? 2.0L / (degree + 1) : 0.0L;
+      EXPECT_NEAR(moment(degree), exact, 1e-14) << "n = " << n << ", degree " << degree;
+    }
+    if (n <= 16) {
+      EXPECT_GT(std::fabs(moment(2 * n) - 2.0L / (2 * n + 1)), 1e-10L) << "n = " << n;
+    }
+  }
+}
+
+TEST(GaussLegendre, KnownShortRules) {
+  const Rule one = rule_of(&NumericalIntegration::grule, 1);
+  EXPECT_EQ(one.nodes[0], 0.0);
+  EXPECT_DOUBLE_EQ(one.weights[0], 2.0);
+  const Rule two = rule_of(&NumericalIntegration::grule, 2);
+  EXPECT_DOUBLE_EQ(two.nodes[0], 1.0 / std::sqrt(3.0));
+  EXPECT_DOUBLE_EQ(two.weights[0], 1.0);
+  const Rule three = rule_of(&NumericalIntegration::grule, 3);
+  EXPECT_DOUBLE_EQ(three.nodes[0], std::sqrt(0.6));
+  EXPECT_DOUBLE_EQ(three.weights[0], 5.0 / 9.0);
+  EXPECT_DOUBLE_EQ(three.weights[1], 8.0 / 9.0);
+}
+
+TEST(GaussLegendre, LeavesTheArraysAloneWithoutNodes) {
+  double node = 7.0;
+  double weight = 7.0;
+  for (const int n : {0, -1}) {
+    NumericalIntegration::grule(n, &node, &weight);
+    NumericalIntegration::modifiedgrule(n, &node, &weight);
+  }
+  EXPECT_EQ(node, 7.0);
+  EXPECT_EQ(weight, 7.0);
+}
+
+// The second pass ends where the first did, or moves a node by its rounding: it must neither be
+// skipped everywhere nor repeated until nothing moves.
+TEST(GaussLegendre, SecondPassMovesNodesByRoundingOnly) {
+  int changed = 0;
+  for (int n = 2; n <= 64; ++n) {
+    const Rule once = rule_of(&NumericalIntegration::grule, n);
+    const Rule twice = rule_of(&NumericalIntegration::modifiedgrule, n);
+    for (int i = 0; i < n; ++i) {
+      EXPECT_NEAR(once.nodes[i], twice.nodes[i], 2.3e-16);
+      changed += once.weights[i] != twice.weights[i] ? 1 : 0;
+    }
+  }
+  EXPECT_GT(changed, 0);
+}
+
+/// Nodes and weights of `rule` against expected ones; compared to the bit where the numbers are
+/// exact in binary.
+void expect_rule(const NumericalIntegration& rule, const std::vector<double>& nodes,
+                 double weight) {
+  ASSERT_EQ(rule.get_npoints(), static_cast<int>(nodes.size()));
+  for (int i = 0; i < rule.get_npoints(); ++i) {
+    EXPECT_EQ(rule.get_abscissa(i), nodes[i]) << "node " << i;
+    EXPECT_EQ(rule.get_weight(i), weight) << "weight " << i;
+  }
+}
+
+TEST(MidpointRule, FillsTheDefaultIntervalWithMidpoints) {
+  NumericalIntegration rule;
+  rule.allocate_memory(4);
+  EXPECT_TRUE(rule.midpoint_rule());
+  expect_rule(rule, {-0.75, -0.25, 0.25, 0.75}, 0.5);
+}
+
+TEST(MidpointRule, LiesOneCellTooLowOnAGivenInterval) {
+  NumericalIntegration rule;
+  rule.allocate_memory(2);
+  EXPECT_TRUE(rule.midpoint_rule(0.0, 1.0));
+  expect_rule(rule, {-0.25, 0.25}, 0.5);
+  rule.allocate_memory(4);
+  rule.midpoint_rule(1.0, 3.0);
+  expect_rule(rule, {0.75, 1.25, 1.75, 2.25}, 0.5);
+}
+
+TEST(MidpointRule, DoesNothingWithoutNodes) {
+  NumericalIntegration rule;
+  EXPECT_TRUE(rule.midpoint_rule());
+  EXPECT_TRUE(rule.midpoint_rule(0.0, 1.0));
+  EXPECT_TRUE(rule.gauss_quadrature());
+  EXPECT_EQ(rule.get_npoints(), 0);
+  EXPECT_EQ(rule.get_abscissa(0), 0.0);
+}
+
+TEST(MappedGauss, IntegratesOverItsInterval) {
+  NumericalIntegration rule;
+  rule.allocate_memory(12);
+  rule.gauss_quadrature(0.5, 2.0);
+  double sum = 0.0;
+  for (int i = 0; i < 12; ++i) sum += rule.get_weight(i) * std::exp(rule.get_abscissa(i));
+  EXPECT_NEAR(sum, std::exp(2.0) - std::exp(0.5), 1e-14);
+  EXPECT_GT(rule.get_abscissa(0), rule.get_abscissa(11));
+  EXPECT_EQ(rule.get_cosine(3), 0.0);
+}
+
+// Integral of exp(b cos t) over [0, pi] is pi I0(b).
+TEST(CylindricalGauss, IntegratesABesselFunction) {
+  NumericalIntegration rule;
+  rule.allocate_memory(16);
+  EXPECT_TRUE(rule.gauss_quadrature_cylindrical());
+  double sum = 0.0;
+  for (int i = 0; i < 16; ++i) {
+    EXPECT_EQ(rule.get_cosine(i), std::cos(rule.get_abscissa(i)));
+    sum += rule.get_weight(i) * std::exp(2.0 * rule.get_cosine(i));
+  }
+  const double pi = std::acos(-1.0);
+  EXPECT_NEAR(sum, pi * std::cyl_bessel_i(0.0, 2.0), 1e-13);
+}
+
+// pi has fifteen digits here; with the full constant this node would be another number.
+TEST(CylindricalGauss, KeepsItsTruncatedPi) {
+  NumericalIntegration rule;
+  rule.allocate_memory(1);
+  rule.gauss_quadrature_cylindrical();
+  EXPECT_EQ(rule.get_abscissa(0), 1.570796326794895);
+  const Rule gauss = rule_of(&NumericalIntegration::grule, 1);
+  EXPECT_EQ(rule.get_weight(0), gauss.weights[0] * 3.14159265358979 * 0.5);
+}
+
+TEST(QuadratureRule, ReadsZeroOutOfRange) {
+  NumericalIntegration rule;
+  rule.allocate_memory(3);
+  rule.gauss_quadrature_cylindrical();
+  for (const int i : {-1, 3, 1000000}) {
+    EXPECT_EQ(rule.get_abscissa(i), 0.0);
+    EXPECT_EQ(rule.get_weight(i), 0.0);
+    EXPECT_EQ(rule.get_cosine(i), 0.0);
+  }
+}
+
+TEST(QuadratureRule, AllocatingAgainForgetsTheOldRule) {
+  NumericalIntegration rule;
+  rule.allocate_memory(64);
+  rule.gauss_quadrature_cylindrical();
+  rule.allocate_memory(2);
+  expect_rule(rule, {0.0, 0.0}, 0.0);
+  EXPECT_EQ(rule.get_cosine(1), 0.0);
+}
+
+TEST(QuadratureRule, KzkFormsShareTheFirstThreeParameters) {
+  NumericalIntegration rule;
+  rule.set_kzk_parameters(1.0F, 2.0F, 3.0F, 4.0F, 5.0F);
+  EXPECT_EQ(rule.kzk_count(0), 0);
+  rule.cw_set_kzk_parameters(6.0F, 7.0F, 8.0F, 9, 10);
+  const float expected[] = {6.0F, 7.0F, 8.0F, 4.0F, 5.0F};
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(rule.kzk_parameter(i), expected[i]);
+  EXPECT_EQ(rule.kzk_count(0), 9);
+  EXPECT_EQ(rule.kzk_count(1), 10);
+}
+
+}  // namespace
+}  // namespace kestrel

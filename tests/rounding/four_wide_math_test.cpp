@@ -1,0 +1,261 @@
+#include "numerics/four_wide_math.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "numerics/float4.h"
+
+namespace kestrel {
+namespace {
+
+constexpr float kInf = std::numeric_limits<float>::infinity();
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+template <class F>
+F sincos_sine(F x) {
+  F s, c;
+  sincos_ps(x, &s, &c);
+  return s;
+}
+
+template <class F>
+F sincos_cosine(F x) {
+  F s, c;
+  sincos_ps(x, &s, &c);
+  return c;
+}
+
+/// Every function of one variable, for one lane type.
+template <class F>
+std::vector<std::pair<std::string, std::function<F(F)>>> functions() {
+  return {{"log_ps", [](F x) { return log_ps(x); }},
+          {"exp_ps", [](F x) { return exp_ps(x); }},
+          {"sin_ps", [](F x) { return sin_ps(x); }},
+          {"cos_ps", [](F x) { return cos_ps(x); }},
+          {"sincos_ps sine", [](F x) { return sincos_sine(x); }},
+          {"sincos_ps cosine", [](F x) { return sincos_cosine(x); }},
+          {"sqrt", [](F x) { return sqrt(x); }},
+          {"truncated", [](F x) { return F::from_int(x.truncated()); }},
+          {"horizontal_add_ps", [](F x) { return F::splat(horizontal_add_ps(x).lane(0)); }}};
+}
+
+float one_lane(const std::function<float4(float4)>& f, float x) {
+  return f(float4::splat(x)).lane(0);
+}
+
+struct Budget {
+  const char* name;
+  std::function<float4(float4)> function;
+  std::function<double(double)> reference;
+  double from, to;
+  double relative;  // of the reference
+  double absolute;
+};
+
+TEST(FourWideMath, AccuracyBudgets) {
+  const auto log4 = [](float4 x) { return log_ps(x); };
+  const auto exp4 = [](float4 x) { return exp_ps(x); };
+  const auto sin4 = [](float4 x) { return sin_ps(x); };
+  const auto cos4 = [](float4 x) { return cos_ps(x); };
+  const auto ref_log = [](double x) { return std::log(x); };
+  const auto ref_exp = [](double x) { return std::exp(x); };
+  const auto ref_sin = [](double x) { return std::sin(x); };
+  const auto ref_cos = [](double x) { return std::cos(x); };
+  // The tolerance at x is relative * |reference| + absolute.
+  const Budget budgets[] = {
+      {"log, near 1", log4, ref_log, 0.5, 2.0, 1.0e-7, 6e-8},
+      {"log, wide", log4, ref_log, 1e-3, 1e6, 1.2e-7, 0},
+      {"log, smallest numbers", log4, ref_log, 1.2e-38, 1e-36, 1.2e-7, 0},
+      {"exp", exp4, ref_exp, -87.0, 88.0, 1.3e-7, 0},
+      {"exp, small", exp4, ref_exp, -1.0, 1.0, 1.2e-7, 0},
+      {"sin, reduced interval", sin4, ref_sin, -0.7, 0.7, 1.2e-7, 0},
+      {"sin", sin4, ref_sin, -100.0, 100.0, 0, 1.2e-7},
+      {"sin, far", sin4, ref_sin, 100.0, 8000.0, 0, 2e-7},
+      {"cos", cos4, ref_cos, -100.0, 100.0, 0, 1.2e-7},
+      {"cos, far", cos4, ref_cos, 100.0, 8000.0, 0, 2e-7},
+      {"sincos sine", sincos_sine<float4>, ref_sin, -100.0, 100.0, 0, sincos_ps_error},
+      {"sincos cosine", sincos_cosine<float4>, ref_cos, -100.0, 100.0, 0, sincos_ps_error},
+  };
+  std::mt19937 random(20240611);
+  for (const Budget& b : budgets) {
+    std::uniform_real_distribution<float> inside(static_cast<float>(b.from),
+                                                 static_cast<float>(b.to));
+    double worst = 0;  // error over tolerance
+    float at = 0;
+    for (int i = 0; i < 100003; ++i) {
+      const float x = inside(random);
+      const double exact = b.reference(x);
+      const double tolerance = b.relative * std::abs(exact) + b.absolute;
+      const double share = std::abs(one_lane(b.function, x) - exact) / tolerance;
+      if (!(share <= worst)) worst = share, at = x;
+    }
+    EXPECT_LE(worst, 1.0) << b.name << " at " << at;
+    RecordProperty(b.name, std::to_string(worst));
+  }
+}
+
+// A repair of the shortened series would change every four-wide field: its error must be there.
+TEST(FourWideMath, SincosKeepsItsReducedAccuracy) {
+  double sine_error = 0, cosine_error = 0;
+  for (int i = 0; i < 2000; ++i) {
+    const float x = static_cast<float>(i * 0.0003926990816987);  // 0 ... pi/4
+    sine_error =
+        std::max(sine_error, std::abs(sincos_sine(float4::splat(x)).lane(0) - std::sin(double{x})));
+    cosine_error = std::max(
+        cosine_error, std::abs(sincos_cosine(float4::splat(x)).lane(0) - std::cos(double{x})));
+  }
+  EXPECT_NEAR(sine_error, 2.45e-3, 0.01e-3);
+  EXPECT_NEAR(cosine_error, 3.2e-4, 0.1e-4);
+}
+
+TEST(FourWideMath, ExactAndLimitingValues) {
+  struct Case {
+    const char* name;
+    float value, expected;
+  };
+  const float top = one_lane([](float4 x) { return exp_ps(x); }, 88.3762589f);
+  const float bottom = one_lane([](float4 x) { return exp_ps(x); }, -88.3762589f);
+  const auto log1 = [](float x) { return log_ps(float4::splat(x)).lane(0); };
+  const auto exp1 = [](float x) { return exp_ps(float4::splat(x)).lane(0); };
+  const auto sin1 = [](float x) { return sin_ps(float4::splat(x)).lane(0); };
+  const auto cos1 = [](float x) { return cos_ps(float4::splat(x)).lane(0); };
+  const Case cases[] = {
+      {"log 1", log1(1.0f), 0.0f},
+      {"log 0", log1(0.0f), kNan},
+      {"log -0", log1(-0.0f), kNan},
+      {"log -1", log1(-1.0f), kNan},
+      {"log -inf", log1(-kInf), kNan},
+      {"log subnormal", log1(1e-40f), log1(1.17549435e-38f)},
+      {"log nan counts as the smallest number", log1(kNan), log1(1.17549435e-38f)},
+      {"exp 0", exp1(0.0f), 1.0f},
+      {"exp 100 clamped", exp1(100.0f), top},
+      {"exp inf clamped", exp1(kInf), top},
+      {"exp nan clamped to the top", exp1(kNan), top},
+      {"exp -100 clamped", exp1(-100.0f), bottom},
+      {"exp -inf clamped", exp1(-kInf), bottom},
+      {"sin 0", sin1(0.0f), 0.0f},
+      {"cos 0", cos1(0.0f), 1.0f},
+      {"sin nan", sin1(kNan), kNan},
+      {"sin inf", sin1(kInf), kNan},
+      {"cos inf", cos1(kInf), kNan},
+  };
+  for (const Case& c : cases) {
+    if (std::isnan(c.expected)) {
+      EXPECT_TRUE(std::isnan(c.value)) << c.name << ": " << c.value;
+    } else {
+      EXPECT_EQ(c.value, c.expected) << c.name;
+    }
+  }
+  EXPECT_GT(top, 2e38f);
+  EXPECT_TRUE(std::signbit(sin1(-0.0f)));
+}
+
+TEST(FourWideMath, OddAndEvenToTheBit) {
+  std::mt19937 random(7);
+  std::uniform_real_distribution<float> inside(0.0f, 5000.0f);
+  for (int i = 0; i < 10007; ++i) {
+    const float x = inside(random);
+    const float4 both = float4::of(x, -x, x, -x);
+    ASSERT_EQ(sin_ps(both).lane(0), -sin_ps(both).lane(1)) << x;
+    ASSERT_EQ(cos_ps(both).lane(0), cos_ps(both).lane(1)) << x;
+    ASSERT_EQ(sincos_sine(both).lane(2), -sincos_sine(both).lane(3)) << x;
+    ASSERT_EQ(sincos_cosine(both).lane(2), sincos_cosine(both).lane(3)) << x;
+  }
+}
+
+TEST(FourWideMath, LanesAreIndependentAndInOrder) {
+  const float x[4] = {0.25f, -3.0f, 40.0f, kNan};
+  const float4 sines = sin_ps(float4::load(x));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(sines.lane(i), sin_ps(float4::splat(x[i])).lane(0));
+  EXPECT_TRUE(std::isnan(sines.lane(3)));
+
+  const float4 set = _mm_set_doubles(1, 2, 3, 4);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(set.lane(i), 4.0f - i);
+  EXPECT_EQ(_mm_set_doubles(0.1, 0, 0, 0).lane(3), 0.1f);
+
+  EXPECT_EQ(horizontal_add_ps(float4::of(1, 2, 3, 4)).lane(0), 10.0f);
+  // (v0 + v2) + (v1 + v3): any other order gives 0 or 2 here.
+  EXPECT_EQ(horizontal_add_ps(float4::of(1e8f, 1.0f, -1e8f, 1.0f)).lane(0), 2.0f);
+  EXPECT_EQ(horizontal_add_ps(float4::of(1e8f, -1e8f, 1.0f, 1.0f)).lane(0), 0.0f);
+
+  float4 re, im;
+  complex_exp(float4::splat(-1.5f), float4::of(0, 1, 2, 3), &re, &im);
+  const float4 e = exp_ps(float4::splat(-1.5f)), angle = float4::of(0, 1, 2, 3);
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(re.lane(i), (e * sincos_cosine(angle)).lane(i));
+    EXPECT_EQ(im.lane(i), (e * sincos_sine(angle)).lane(i));
+  }
+}
+
+TEST(FourWideMath, MinAndMaxTakeTheSecondOperandForNan) {
+  const float4 a = float4::of(1, kNan, 2, -0.0f), b = float4::of(kNan, 3, 5, 0.0f);
+  EXPECT_TRUE(std::isnan(min(a, b).lane(0)));
+  EXPECT_EQ(min(a, b).lane(1), 3.0f);
+  EXPECT_EQ(min(a, b).lane(2), 2.0f);
+  EXPECT_FALSE(std::signbit(min(a, b).lane(3)));
+  EXPECT_TRUE(std::isnan(max(a, b).lane(0)));
+  EXPECT_EQ(max(a, b).lane(1), 3.0f);
+  EXPECT_EQ(max(a, b).lane(2), 5.0f);
+  EXPECT_EQ(less(a, b).lane(1), 0u);
+  EXPECT_EQ(less(a, b).lane(2), ~0u);
+  EXPECT_EQ(less_equal(a, b).lane(3), ~0u);
+}
+
+#if KESTREL_HAS_SSE2
+
+TEST(FourWideMath, RcpIsGoodToTwelveBits) {
+  for (float x : {1.0f, -3.0f, 7.77f, 1e-20f, 6.5e19f}) {
+    EXPECT_NEAR(rcp(SseFloat4::splat(x)).lane(0) * x, 1.0f, 1.5 / 4096);
+    EXPECT_EQ(rcp(PlainFloat4::splat(x)).lane(0), 1.0f / x);
+  }
+}
+
+// Over random bit patterns (every class of float) and over ordinary angles and exponents.
+TEST(FourWideMath, BothLaneTypesGiveTheSameBits) {
+  const auto same = [](float a, float b) {
+    return (std::isnan(a) && std::isnan(b)) ||
+           std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+  };
+  const auto sse = functions<SseFloat4>();
+  const auto plain = functions<PlainFloat4>();
+  std::mt19937 random(1234567);
+  std::uniform_real_distribution<float> ordinary(-120.0f, 120.0f);
+  for (int i = 0; i < 200003; ++i) {
+    float x[4];
+    for (float& lane : x) {
+      lane = i % 2 ? std::bit_cast<float>(static_cast<std::uint32_t>(random())) : ordinary(random);
+    }
+    for (std::size_t f = 0; f < sse.size(); ++f) {
+      const SseFloat4 a = sse[f].second(SseFloat4::load(x));
+      const PlainFloat4 b = plain[f].second(PlainFloat4::load(x));
+      for (int k = 0; k < 4; ++k) {
+        ASSERT_TRUE(same(a.lane(k), b.lane(k)))
+            << sse[f].first << " of " << x[k] << ": " << a.lane(k) << " and " << b.lane(k);
+      }
+    }
+    const SseFloat4 sa = SseFloat4::of(x[0], x[1], x[2], x[3]),
+                    sb = SseFloat4::of(x[1], x[0], x[3], x[2]);
+    const PlainFloat4 pa = PlainFloat4::of(x[0], x[1], x[2], x[3]),
+                      pb = PlainFloat4::of(x[1], x[0], x[3], x[2]);
+    for (int k = 0; k < 4; ++k) {
+      ASSERT_TRUE(same(min(sa, sb).lane(k), min(pa, pb).lane(k)));
+      ASSERT_TRUE(same(max(sa, sb).lane(k), max(pa, pb).lane(k)));
+      ASSERT_TRUE(same((sa / sb).lane(k), (pa / pb).lane(k)));
+      ASSERT_EQ(less(sa, sb).lane(k), less(pa, pb).lane(k));
+      ASSERT_EQ(less_equal(sa, sb).lane(k), less_equal(pa, pb).lane(k));
+      ASSERT_EQ(equal(sa, sb).lane(k), equal(pa, pb).lane(k));
+    }
+  }
+}
+
+#endif
+
+}  // namespace
+}  // namespace kestrel

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <complex>
+#include <cstddef>
+#include <memory>
+
+namespace kestrel {
+
+/// A store of complex pressures by point index, with reads that test their bounds. It gets its size
+/// once; writes add up, so several sources superpose.
+class PressureField {
+ public:
+  /// `row_length` is the number of points that one step of the first index of `readPoint(i, j)`
+  /// passes over.
+  explicit PressureField(int row_length = 0) : _row_length(row_length) {}
+
+  void set_row_length(int row_length) { _row_length = row_length; }
+
+  /// Makes room for n zeros. Returns 1, also when there is room already (the size then stays); 0
+  /// when the memory cannot be had.
+  int preAllocate(int n);
+
+  /// Adds to value i. False, and nothing added, when there is no such value.
+  bool setPoint(int i, std::complex<double> pressure);
+
+  /// Value i. Out of bounds: prints a line and returns 0.
+  std::complex<double> readPoint(int i) const;
+  /// Value row length * i + j, taken to 32 bits. Out of bounds: prints a line and returns 0.
+  std::complex<double> readPoint(int i, int j) const;
+
+ private:
+  bool holds(int i) const { return i >= 0 && i < _count; }
+
+  std::unique_ptr<std::complex<double>[]> _values;
+  int _row_length;
+  int _count = 0;
+};
+
+}  // namespace kestrel
