@@ -5,10 +5,14 @@
 #include <cstdio>
 
 int main() {
+  kestrel::CoordinateGrid grid;
+  grid.RegularCoordinateGrid(-0.02, 0.02, 0, 0, 0.0005, 0.06, 0.0002, 0.0002, 0.0002);
+  std::printf("%d points\n", grid.npoints());
   try {
-    throw kestrel::Error("caught");
+    grid.RegularCoordinateGrid(0.02, -0.02, 0, 0, 0, 0.06, 0.0002, 0.0002, 0.0002);
   } catch (const kestrel::Error& error) {
-    std::printf("%s\n", error.what());
-    return 0;
+    std::printf("refused: %s\n", error.what());
+    return grid.npoints() > 1 ? 0 : 1;
   }
+  return 1;
 }

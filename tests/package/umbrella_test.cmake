@@ -1,14 +1,25 @@
-# kestrel/kestrel.h must include every public header of the library once.
+# kestrel/kestrel.h must lead to every public header of the library.
 
-file(READ "${root}/kestrel/kestrel.h" umbrella)
-file(GLOB headers RELATIVE "${root}"
+# What only the sources beside it need.
+set(internal inputs/sample_count.h inputs/structure_reader.h)
+
+file(GLOB missed RELATIVE "${root}"
   "${root}/inputs/*.h" "${root}/excitation/*.h" "${root}/transducers/*.h" "${root}/fields/*.h")
-# What serves the sources beside it only.
-list(REMOVE_ITEM headers inputs/sample_count.h inputs/structure_reader.h)
-foreach(header IN LISTS headers)
-  string(REGEX MATCHALL "#include \"${header}\"" found "${umbrella}")
-  list(LENGTH found count)
-  if(NOT count EQUAL 1)
-    message(SEND_ERROR "kestrel/kestrel.h includes ${header} ${count} times instead of once")
-  endif()
-endforeach()
+list(REMOVE_ITEM missed ${internal})
+
+set(ahead kestrel/kestrel.h)
+while(ahead)
+  list(POP_FRONT ahead header)
+  list(REMOVE_ITEM missed ${header})
+  file(STRINGS "${root}/${header}" lines REGEX "^#include \"")
+  foreach(line IN LISTS lines)
+    string(REGEX REPLACE "^#include \"(.*)\".*" "\\1" included "${line}")
+    if(included IN_LIST missed)
+      list(APPEND ahead ${included})
+    endif()
+  endforeach()
+endwhile()
+
+if(missed)
+  message(FATAL_ERROR "kestrel/kestrel.h does not lead to: ${missed}")
+endif()
