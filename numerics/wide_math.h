@@ -42,7 +42,11 @@ struct StandardMath {
   static KESTREL_INLINE void attenuated_phase(double x, double y, double& re, double& im) {
     smart_exp(lossy ? x : 0, y, re, im);
   }
-  static KESTREL_INLINE double exponential(double x) { return std::exp(x); }
+  /// e^x; `lossy` false promises x = 0.
+  template <bool lossy>
+  static KESTREL_INLINE double attenuation(double x) {
+    return lossy ? std::exp(x) : 1.0;
+  }
 };
 
 /// `fused`: with a fused multiply-add, which lets the argument reduction get by with two parts of
@@ -63,6 +67,11 @@ struct WideMath {
       re = c;
       im = s;
     }
+  }
+
+  template <bool lossy>
+  static KESTREL_INLINE double attenuation(double x) {
+    return lossy ? exponential(x) : 1.0;
   }
 
   static KESTREL_INLINE double mul_add(double a, double b, double c) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <algorithm>
 #include <cmath>
+#include <complex>
 
 #include "numerics/instruction_set.h"
 #include "numerics/run_kernel.h"
@@ -40,6 +40,29 @@ struct FieldTile {
   void clear() {
     count = 0;
     within_reach = true;
+  }
+
+  /// Multiplies the pressures by a real, a complex, or the imaginary unit.
+  void multiply(double factor) {
+    for (int i = 0; i < count; ++i) {
+      re[i] *= factor;
+      im[i] *= factor;
+    }
+  }
+  void multiply(std::complex<double> factor) {
+    const double f_re = factor.real(), f_im = factor.imag();
+    for (int i = 0; i < count; ++i) {
+      const double before = re[i];
+      re[i] = before * f_re - im[i] * f_im;
+      im[i] = before * f_im + im[i] * f_re;
+    }
+  }
+  void multiply_by_j() {
+    for (int i = 0; i < count; ++i) {
+      const double before = re[i];
+      re[i] = -im[i];
+      im[i] = before;
+    }
   }
 
   /// Repeats the last point up to a whole number of lanes and returns that number of points: the

@@ -33,12 +33,12 @@ class RectangleTile {
   }
 
   KESTREL_INLINE void add_direction(const RectangleDirection& direction, Projection along,
-                                    Projection across, const double* node, const double* weight,
-                                    const Real* offset) {
+                                    Projection across, const std::vector<double>& node,
+                                    const std::vector<double>& weight, const Real* offset) {
     if (along == Projection::outside) {
       // On the middle plane both edges are equally far: one integral, added twice.
       const bool twins = across == Projection::centred;
-      for (int j = 0; j < _element.nodes; ++j) {
+      for (std::size_t j = 0; j < node.size(); ++j) {
         edge_term(offset, static_cast<Real>(node[j]), _distance[direction.whole[0]], weight[j], 0);
         if (!twins) {
           edge_term(offset, static_cast<Real>(node[j]), _distance[direction.whole[1]], weight[j],
@@ -60,7 +60,7 @@ class RectangleTile {
         }
       }
     }
-    for (int j = 0; j < _element.nodes; ++j) {
+    for (std::size_t j = 0; j < node.size(); ++j) {
       const auto t_squared = static_cast<Real>(_element.unit_node_squared[j]);
       for (int m = 0; m < 4; ++m) {
         if (source[m] == m) {
@@ -69,16 +69,6 @@ class RectangleTile {
         }
         add(source[m]);
       }
-    }
-  }
-
-  KESTREL_INLINE void finish() {
-    const double p_re = _element.prefactor.real(), p_im = _element.prefactor.imag();
-    KESTREL_LANES
-    for (int i = 0; i < _count; ++i) {
-      const double re = _tile.re[i], im = _tile.im[i];
-      _tile.re[i] = p_re * re - p_im * im;
-      _tile.im[i] = p_re * im + p_im * re;
     }
   }
 
@@ -157,7 +147,6 @@ struct RectangleKernel {
     RectangleTile<Precision, Math, lossy> work(element, tile, count);
     work.add_direction(kAlongX, in_x, in_y, element.x_node, element.x_weight, work.x());
     work.add_direction(kAlongY, in_y, in_x, element.y_node, element.y_weight, work.y());
-    work.finish();
   }
 };
 
@@ -173,6 +162,7 @@ void RectangleFnm<Precision>::evaluate(FieldTile& tile, int region) const {
   } else {
     run_tile(tile, RectangleKernel<Precision, true>{*this, tile, count, in_x, in_y});
   }
+  tile.multiply(prefactor);
 }
 
 template struct RectangleFnm<SinglePrecision>;

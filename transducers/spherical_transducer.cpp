@@ -1,0 +1,74 @@
+#include "transducers/spherical_transducer.h"
+
+#include <iostream>
+
+#include "transducers/detail/cap_methods.h"
+#include "transducers/detail/superpose_field.h"
+#include "transducers/kernels/four_wide_fields.h"
+
+namespace kestrel {
+
+using namespace detail;
+
+void SphericalTransducer::debug(int level) {
+  Transducer::debug(level);
+  std::cout << "radius: " << _radius << std::endl << "ROC:" << _radius_of_curvature << std::endl;
+}
+
+void SphericalTransducer::mex_debug(int level) {
+  Transducer::mex_debug(level);
+  host::print("radius: %f\n", _radius);
+}
+
+CapFnm SphericalTransducer::fnm(double frequency) const {
+  const double impedance = _medium->_rho_density * _medium->_soundspeed;
+  return cap_fnm({_radius, _radius_of_curvature}, *_medium, *_integral,
+                 ((impedance * _radius_of_curvature) * _radius) / kPi, _complex_weight,
+                 {negative_attenuation::scaled_first(*_medium),
+                  negative_wavenumber(*_medium, frequency)});
+}
+
+int SphericalTransducer::fnm_cw() {
+  const double frequency = frequency_or_default(*_medium);
+  if (is_negligible(_amplitude)) return kSuccess;
+  return run_field_method(*this, [&] { return fnm(frequency); });
+}
+
+int SphericalTransducer::fnm_cw_sse() {
+  const double frequency = frequency_or_default(*_medium);
+  if (is_negligible(_amplitude)) return kSuccess;
+  return run_field_method(*this, [&] {
+    const CapFnm cap = fnm(frequency);
+    return CapFourWide{{},
+                       cap,
+                       {cap.cosine, FourWideTable::drop},
+                       {cap.node_weight, FourWideTable::drop},
+                       {static_cast<float>(cap.propagation.attenuation),
+                        static_cast<float>(cap.propagation.phase)}};
+  });
+}
+
+int SphericalTransducer::rayleigh_cw() {
+  if (is_negligible(_amplitude)) return kSuccess;
+  return run_field_method(*this, [&] {
+    return cap_surface({_radius, _radius_of_curvature}, *_medium, _integral->get_npoints(),
+                       _complex_weight);
+  });
+}
+
+int SphericalTransducer::rayleigh_cw_sse() {
+  if (is_negligible(_amplitude)) return kSuccess;
+  return run_field_method(*this, [&] {
+    const CapSurface surface = cap_surface({_radius, _radius_of_curvature}, *_medium,
+                                           _integral->get_npoints(), _complex_weight);
+    const std::vector<double> ones(surface.azimuth.size(), 1.0);
+    return CapSurfaceFourWide{{},
+                              surface,
+                              {surface.azimuth, FourWideTable::repeat_last},
+                              {ones, FourWideTable::pad_zero},
+                              {static_cast<float>(surface.propagation.attenuation),
+                               static_cast<float>(surface.propagation.phase)}};
+  });
+}
+
+}  // namespace kestrel

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "transducers/shape.h"
+
+namespace kestrel {
+
+struct CapFnm;
+
+/// A spherically curved, converging shell: aperture radius and radius of curvature, metres, apex at
+/// the local origin, concave towards +z, centre of curvature at z = radius of curvature. At most a
+/// hemisphere; a larger aperture gives NaN inside the sphere and nothing outside.
+///
+/// Points behind the rim plane and outside the sphere receive nothing.
+class SphericalTransducer : public Shape {
+ public:
+  SphericalTransducer() = default;
+  SphericalTransducer(double radius, double radius_of_curvature)
+      : _radius(radius), _radius_of_curvature(radius_of_curvature) {}
+  SphericalTransducer(double radius, double radius_of_curvature, double time_delay)
+      : SphericalTransducer(radius, radius_of_curvature) {
+    _time_delay = time_delay;
+  }
+  SphericalTransducer(double radius, double radius_of_curvature, double amplitude, double phase)
+      : SphericalTransducer(radius, radius_of_curvature) {
+    drive(amplitude, phase);
+  }
+
+  /// Prints the radius of curvature too; mex_debug leaves it out.
+  void debug(int level) override;
+  void mex_debug(int level) override;
+
+  /// Fast nearfield method in double precision, closed form at the centre of curvature.
+  int fnm_cw() override;
+  /// Four nodes at a time in single precision: some 1e-2 of the peak, and useless within 1 mm of the
+  /// centre of curvature. The last n mod 4 nodes do not count.
+  int fnm_cw_sse() override;
+  /// Rayleigh integral over the cap by the midpoint rule, n by n; closed form at the apex.
+  int rayleigh_cw() override;
+  /// The same, four azimuths at a time in single precision: some 4e-3 relative.
+  int rayleigh_cw_sse() override;
+
+  // Shapes append their own methods to the table here.
+  /// Not implemented for this shape.
+  virtual int farfield_cw_lossless() { return kNotImplemented; }
+
+  double radius() const { return _radius; }
+  double radius_of_curvature() const { return _radius_of_curvature; }
+
+ private:
+  CapFnm fnm(double frequency) const;
+
+  double _radius = 0.0;
+  double _radius_of_curvature = 0.0;
+};
+
+}  // namespace kestrel
