@@ -1,30 +1,14 @@
 #include "host/host.h"
 
 #include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
+#include "host/format_text.h"
 #include "host/mex_api.h"
 
 namespace kestrel::host {
 namespace {
-
-std::string formatted(const char* format, std::va_list arguments) {
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
-  std::string text;
-  if (length < 0) {
-    text = format;
-  } else {
-    text.resize(static_cast<std::size_t>(length) + 1);
-    std::vsnprintf(text.data(), text.size(), format, again);
-    text.pop_back();
-  }
-  va_end(again);
-  return text;
-}
 
 /// Where the texts of this thread go; null for the host itself.
 thread_local Messages* detached_messages = nullptr;
@@ -42,7 +26,7 @@ static_assert(sizeof(BlockHeader) == 16);
 void fail(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = formatted(format, arguments);
+  const std::string text = format_text(format, arguments);
   va_end(arguments);
   throw Error(text);
 }
@@ -50,7 +34,7 @@ void fail(const char* format, ...) {
 void print(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = formatted(format, arguments);
+  const std::string text = format_text(format, arguments);
   va_end(arguments);
   if (detached_messages != nullptr) {
     detached_messages->add_print(text);

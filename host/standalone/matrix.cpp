@@ -27,27 +27,27 @@ struct mxArray_tag {
 namespace {
 
 struct ClassTraits {
-  mxClassID id;
   const char* name;
   std::size_t size;
+  mxClassID id;
   bool is_numeric;
 };
 
 constexpr ClassTraits class_table[] = {
-    {mxCELL_CLASS, "cell", sizeof(mxArray*), false},
-    {mxSTRUCT_CLASS, "struct", sizeof(mxArray*), false},
-    {mxLOGICAL_CLASS, "logical", sizeof(mxLogical), false},
-    {mxCHAR_CLASS, "char", sizeof(mxChar), false},
-    {mxDOUBLE_CLASS, "double", 8, true},
-    {mxSINGLE_CLASS, "single", 4, true},
-    {mxINT8_CLASS, "int8", 1, true},
-    {mxUINT8_CLASS, "uint8", 1, true},
-    {mxINT16_CLASS, "int16", 2, true},
-    {mxUINT16_CLASS, "uint16", 2, true},
-    {mxINT32_CLASS, "int32", 4, true},
-    {mxUINT32_CLASS, "uint32", 4, true},
-    {mxINT64_CLASS, "int64", 8, true},
-    {mxUINT64_CLASS, "uint64", 8, true},
+    {"cell", sizeof(mxArray*), mxCELL_CLASS, false},
+    {"struct", sizeof(mxArray*), mxSTRUCT_CLASS, false},
+    {"logical", sizeof(mxLogical), mxLOGICAL_CLASS, false},
+    {"char", sizeof(mxChar), mxCHAR_CLASS, false},
+    {"double", 8, mxDOUBLE_CLASS, true},
+    {"single", 4, mxSINGLE_CLASS, true},
+    {"int8", 1, mxINT8_CLASS, true},
+    {"uint8", 1, mxUINT8_CLASS, true},
+    {"int16", 2, mxINT16_CLASS, true},
+    {"uint16", 2, mxUINT16_CLASS, true},
+    {"int32", 4, mxINT32_CLASS, true},
+    {"uint32", 4, mxUINT32_CLASS, true},
+    {"int64", 8, mxINT64_CLASS, true},
+    {"uint64", 8, mxUINT64_CLASS, true},
 };
 
 const ClassTraits& traits(mxClassID class_id) {

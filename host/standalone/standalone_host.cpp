@@ -6,11 +6,14 @@
 #include <map>
 #include <ostream>
 
+#include "host/format_text.h"
 #include "host/standalone/interpreter_functions.h"
 #include "host/standalone/registry.h"
 
 namespace kestrel::standalone {
 namespace {
+
+using host::format_text;
 
 thread_local Capture* innermost_capture = nullptr;
 
@@ -18,17 +21,6 @@ std::map<std::string, Function>& functions() {
   static auto* table =
       new std::map<std::string, Function>{{"fft", fft}, {"real", real}, {"imag", imag}};
   return *table;
-}
-
-std::string formatted(const char* format, std::va_list arguments) {
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::max(0, std::vsnprintf(nullptr, 0, format, arguments));
-  std::string text(static_cast<std::size_t>(length) + 1, '\0');
-  std::vsnprintf(text.data(), text.size(), format, again);
-  va_end(again);
-  text.pop_back();
-  return text;
 }
 
 /// Runs a function as a call of its own and gives the caller what it returns.
@@ -148,11 +140,12 @@ StructArray& StructArray::set(const char* name, std::initializer_list<double> ro
 }  // namespace kestrel::standalone
 
 using namespace kestrel::standalone;
+using kestrel::host::format_text;
 
 int mexPrintf(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = formatted(format, arguments);
+  const std::string text = format_text(format, arguments);
   va_end(arguments);
   if (innermost_capture != nullptr) {
     innermost_capture->add_print(text);
@@ -174,7 +167,7 @@ void mexWarnMsgTxt(const char* text) {
 void mexWarnMsgIdAndTxt(const char*, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = formatted(format, arguments);
+  const std::string text = format_text(format, arguments);
   va_end(arguments);
   mexWarnMsgTxt(text.c_str());
 }
@@ -184,7 +177,7 @@ void mexErrMsgTxt(const char* text) { throw ErrorCall{"", text}; }
 void mexErrMsgIdAndTxt(const char* identifier, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  std::string text = formatted(format, arguments);
+  std::string text = format_text(format, arguments);
   va_end(arguments);
   throw ErrorCall{identifier, std::move(text)};
 }

@@ -329,7 +329,7 @@ std::vector<std::complex<double>> call_fft(mxArray* data, std::optional<double> 
 TEST(StandaloneFft, AgreesWithTheDefinitionForAnyLength) {
   std::mt19937 random(20);
   std::uniform_real_distribution<double> uniform(-1, 1);
-  for (const std::size_t length : {1, 2, 3, 4, 7, 8, 12, 30, 97, 128, 360, 1001}) {
+  for (const std::size_t length : {1, 2, 3, 4, 7, 8, 12, 30, 97, 128, 360, 343}) {
     SCOPED_TRACE(length);
     std::vector<std::complex<double>> signal(length);
     for (auto& value : signal) value = {uniform(random), uniform(random)};
