@@ -1,0 +1,17 @@
+function file = check_file(caller, file)
+%CHECK_FILE  Name of a PNG file in an existing folder, or empty.
+  if isempty(file)
+    file = '';
+    return
+  end
+  if ~ischar(file)
+    error('kestrel:option', '%s: file must be a file name.', caller);
+  end
+  [folder, ~, extension] = fileparts(file);
+  if ~strcmpi(extension, '.png')
+    error('kestrel:option', '%s: file must end in .png, but it is ''%s''.', caller, file);
+  end
+  if ~isempty(folder) && exist(folder, 'dir') ~= 7
+    error('kestrel:option', '%s: the folder ''%s'' does not exist.', caller, folder);
+  end
+end

@@ -1,0 +1,19 @@
+function element = make_element(caller, shape, geometry, arguments)
+%MAKE_ELEMENT  One element: shape, its geometry, and the name-value options.
+%   Every element has the geometry fields of all shapes, empty where they are
+%   not its own, so that elements of different shapes join with [a, b].
+  defaults = struct('center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'phase', 0);
+  options = kestrel.detail.parse_options(caller, defaults, arguments);
+
+  element = struct('shape', shape, 'width', [], 'height', [], 'radius', [], ...
+                   'rad_curvature', [], 'inner_radius', [], 'outer_radius', [], ...
+                   'geometric_focus', []);
+  names = kestrel.detail.shape_fields(shape);
+  for i = 1:numel(names)
+    element.(names{i}) = geometry{i};
+  end
+  element.center = kestrel.detail.check_vector(caller, 'center', options.center, 3);
+  element.euler = kestrel.detail.check_vector(caller, 'euler', options.euler, 3);
+  element.amplitude = kestrel.detail.check_scalar(caller, 'amplitude', options.amplitude);
+  element.phase = kestrel.detail.check_scalar(caller, 'phase', options.phase);
+end

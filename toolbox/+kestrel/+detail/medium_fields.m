@@ -1,0 +1,6 @@
+function names = medium_fields()
+%MEDIUM_FIELDS  The nine fields that a medium must have.
+  names = {'soundspeed', 'density', 'attenuationdBcmMHz', 'bloodperfusion', 'specificheat', ...
+           'specificheatofblood', 'thermalconductivity', 'nonlinearityparameter', ...
+           'powerlawexponent'};
+end

@@ -1,0 +1,20 @@
+function element = circle(radius, varargin)
+%CIRCLE  Flat circular element (piston).
+%   ELEMENT = kestrel.circle(RADIUS) is a disc of RADIUS metres in the plane
+%   z = 0, centred at the origin and radiating into z > 0. ELEMENT is a 1-by-1
+%   structure; elements of any shapes join to an array with [a, b, ...].
+%
+%   ELEMENT = kestrel.circle(RADIUS, Name, Value, ...) takes the options
+%   'center', 'euler', 'amplitude' and 'phase' of kestrel.rectangle.
+%
+%   Errors: a RADIUS that is not greater than 0, an unknown option, a value that
+%   is not real and finite or has the wrong number of entries.
+%
+%   Example:
+%      element = kestrel.circle(5e-3, 'euler', [pi/8 0 0]);
+%
+%   See also kestrel.ring, kestrel.rectangle, kestrel.show_array.
+  caller = 'kestrel.circle';
+  geometry = {kestrel.detail.check_scalar(caller, 'radius', radius, 'positive')};
+  element = kestrel.detail.make_element(caller, 'circ', geometry, varargin);
+end
