@@ -148,7 +148,10 @@ TEST(ExcitationStructure, SignalsThatCannotBeRead) {
   EXPECT_EQ(with(Value()), "Field 'signal' of the excitation function is empty.\n");
 
   // The number of columns is the number of samples: a column is one sample, and that has no line.
-  EXPECT_EQ(with(Value::matrix(4, 1, {1, 2, 3, 4})), "");
+  s.set("signal", Value::matrix(4, 1, {1, 2, 3, 4}));
+  const Excitations column = read(s, 1);
+  EXPECT_EQ(column[0]->get_nxtimesamples(), 1);
+  EXPECT_EQ(column[0]->number_of_tsd_terms(), 0);
 }
 
 TEST(ExcitationStructure, TransformThatFails) {
