@@ -2,19 +2,22 @@
 
 #include <cstdint>
 #include <new>
+#include <stdexcept>
 
 #include "host/host.h"
 
 namespace kestrel {
 
 int PressureField::preAllocate(int n) {
-  if (_values) return 1;
+  if (_allocated) return 1;
   try {
-    _values.reset(new std::complex<double>[n]());  // a negative n is an allocation that fails
+    _values.resize(n);  // a negative n is a length that cannot be had
   } catch (const std::bad_alloc&) {
     return 0;
+  } catch (const std::length_error&) {
+    return 0;
   }
-  _count = n;
+  _allocated = true;
   return 1;
 }
 
@@ -26,14 +29,14 @@ bool PressureField::setPoint(int i, std::complex<double> pressure) {
 
 std::complex<double> PressureField::readPoint(int i) const {
   if (holds(i)) return _values[i];
-  host::print("index %d > %d out of bounds\n", i, _count);
+  host::print("index %d > %d out of bounds\n", i, count());
   return 0.0;
 }
 
 std::complex<double> PressureField::readPoint(int i, int j) const {
   const int k = static_cast<std::int32_t>(std::int64_t{_row_length} * i + j);
   if (holds(k)) return _values[k];
-  host::print("index (%d, %d) = %d > %d out of bounds\n", i, j, k, _count);
+  host::print("index (%d, %d) = %d > %d out of bounds\n", i, j, k, count());
   return 0.0;
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
 #include <complex>
-#include <cstddef>
-#include <memory>
+#include <vector>
 
 namespace kestrel {
 
@@ -29,11 +28,12 @@ class PressureField {
   std::complex<double> readPoint(int i, int j) const;
 
  private:
-  bool holds(int i) const { return i >= 0 && i < _count; }
+  int count() const { return static_cast<int>(_values.size()); }
+  bool holds(int i) const { return i >= 0 && i < count(); }
 
-  std::unique_ptr<std::complex<double>[]> _values;
+  bool _allocated = false;
+  std::vector<std::complex<double>> _values;
   int _row_length;
-  int _count = 0;
 };
 
 }  // namespace kestrel
