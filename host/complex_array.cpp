@@ -24,8 +24,8 @@ std::size_t count_of(std::span<const std::size_t> extents) {
 
 // Not mxCreateNumericArray or mxCreateNumericMatrix with the full size: under interleaved complex
 // Octave 7.3 reserves half of the bytes there, and whoever fills the array writes past its end. An
-// empty complex array that gets its dimensions and its storage afterwards is valid on every host,
-// and has no old storage that would have to be freed.
+// empty complex array that gets its dimensions and its storage afterwards is valid on every host. In
+// Octave even an empty array has a block of its own, which setting the storage would lose.
 mxArray* create(std::span<const std::size_t> extents) {
   const std::size_t count = count_of(extents);
   mxArray* result = mxCreateDoubleMatrix(0, 0, mxCOMPLEX);
@@ -38,7 +38,10 @@ mxArray* create(std::span<const std::size_t> extents) {
   mxComplexDouble* storage = nullptr;
   if (refused == 0 && count > 0) {
     storage = static_cast<mxComplexDouble*>(mxCalloc(count, sizeof(mxComplexDouble)));
-    if (storage != nullptr) mxSetComplexDoubles(result, storage);
+    if (storage != nullptr) {
+      mxFree(mxGetComplexDoubles(result));
+      mxSetComplexDoubles(result, storage);
+    }
   }
   // What mxSetComplexDoubles returns for success differs between hosts; what it did does not.
   if (refused != 0 ||
