@@ -2,7 +2,7 @@
 % focused at a depth of 40 mm, 1 MHz, in water with the attenuation of soft tissue.
 %
 % Run it with the folder build/toolbox on the path. It leaves two pictures, field.png and
-% array.png, in build/demo.
+% array.png, in the current folder; `make demo` runs it in build/demo.
 
 f0 = 1e6;
 medium = kestrel.medium('water', 'attenuationdBcmMHz', 0.5);
@@ -30,13 +30,6 @@ fprintf('peak at:       x = %.1f mm, z = %.1f mm\n', ...
         1e3 * (grid.xmin + (ix - 1) * grid.delta(1)), ...
         1e3 * (grid.zmin + (iz - 1) * grid.delta(3)));
 
-root = fileparts(fileparts(mfilename('fullpath')));
-folder = fullfile(root, 'build', 'demo');
-if exist(folder, 'dir') ~= 7
-  mkdir(folder);
-end
-kestrel.show_field(p, grid, 'title', '64 elements focused at 40 mm, 1 MHz', ...
-                   'file', fullfile(folder, 'field.png'));
-kestrel.show_array(array, 'title', '64 elements of 0.5 mm by 10 mm', ...
-                   'file', fullfile(folder, 'array.png'));
-fprintf('pictures:      %s, %s\n', fullfile(folder, 'field.png'), fullfile(folder, 'array.png'));
+kestrel.show_field(p, grid, 'title', '64 elements focused at 40 mm, 1 MHz', 'file', 'field.png');
+kestrel.show_array(array, 'title', '64 elements of 0.5 mm by 10 mm', 'file', 'array.png');
+fprintf('pictures:      %s, %s\n', fullfile(pwd, 'field.png'), fullfile(pwd, 'array.png'));

@@ -1,0 +1,97 @@
+% The compiled entry's result for no element, one and several, and its shape.
+function entry_elements_test()
+  addpath(fullfile(fileparts(mfilename('fullpath')), 'support'));
+  water = kestrel.medium('water', 'attenuationdBcmMHz', 0.3);
+  result_shapes(water);
+  list_of_elements(water);
+  weights(water);
+end
+
+function result_shapes(water)
+  rect = kestrel.rectangle(2e-3, 3e-3);
+  points = [0 0 5e-3; 1e-3 2e-3 7e-3; 0 0 9e-3; 3e-3 0 4e-3];
+  cases = {
+    set_coordinate_grid([1e-3 1e-3 1e-3], -1e-3, 1e-3, 0, 0, 1e-3, 5e-3), [3 1 5]
+    set_coordinate_grid([1e-3 1e-3 1e-3], -1e-3, 1e-3, 0, 1e-3, 3e-3, 3e-3), [3 2]
+    set_coordinate_grid([1e-3 1e-3 1e-3], 0, 0, 0, 0, 3e-3, 3e-3), [1 1]
+    set_coordinate_grid(points), [4 1]
+    set_coordinate_grid(points(1, :)), [1 1]
+    set_coordinate_grid(zeros(0, 3)), [0 1]
+  };
+  for i = 1:size(cases, 1)
+    p = fnm_cw_single(rect, cases{i, 1}, water, 4, 1e6);
+    expect(isequal(size(p), cases{i, 2}), 'grid %d: size %s', i, mat2str(size(p)));
+    expect(isempty(p) || (iscomplex(p) && isa(p, 'double')), 'grid %d: complex doubles', i);
+    for nothing = {repmat(rect, 1, 0), repmat(rect, 0, 0), struct([])}
+      p = fnm_cw_single(nothing{1}, cases{i, 1}, water, 4, 1e6);
+      expect(isequal(p, zeros(cases{i, 2})), 'grid %d: zeros for no elements', i);
+    end
+  end
+
+  % The value at a point does not depend on how the point was given.
+  grid = small_grid();
+  regular = fnm_cw_single(rect, grid, water, 8, 1e6);
+  listed = fnm_cw_single(rect, set_coordinate_grid(grid_points(grid)), water, 8, 1e6);
+  expect(isequal(regular(:), listed), 'a regular grid and the list of its points agree');
+  fraction = fnm_cw_single(rect, grid, water, 8.9, 1e6);
+  expect(isequal(regular, fraction), 'a fraction of ndiv is cut off');
+end
+
+% Several elements: which size and weight (k) meet which place and angles (i) is a property of
+% the entry that users' results depend on. Rows are k, i, counted from 1.
+function list_of_elements(water)
+  pairs = {[1 1], [1 2; 1 2], [1 2; 1 2; 2 3], [1 4; 1 4; 2 3; 1 4], ...
+           [1 4; 1 4; 2 3; 1 4; 3 5]};
+  grid = set_coordinate_grid([2e-3 3e-3 4e-3], -8e-3, 8e-3, -6e-3, 6e-3, 10e-3, 30e-3);
+  elements = repmat(kestrel.rectangle(1, 1), 1, 5);
+  for i = 1:5
+    elements(i) = kestrel.rectangle((1 + i) * 1e-3, (7 - i) * 1e-3, ...
+                                    'center', [i, -2 * i, 3 - i] * 1e-3, ...
+                                    'euler', [0.05 * i, 0.3 - 0.1 * i, 0.2 * i], ...
+                                    'amplitude', 1 + 0.3 * i, 'phase', 0.7 * i);
+  end
+  single = @(e) fnm_cw_single(e, grid, water, 12, 1.3e6);
+  for n = 1:5
+    expected = 0;
+    for row = pairs{n}.'
+      element = elements(row(1));
+      element.center = elements(row(2)).center;
+      element.euler = elements(row(2)).euler;
+      expected = expected + single(element);
+    end
+    expect_close(single(elements(1:n)), expected, 1e-15, '%d elements', n);
+    expect_close(single(elements(1:n).'), expected, 1e-15, '%d elements in a column', n);
+    all_elements = single(elements(1));
+    for i = 2:n
+      all_elements = all_elements + single(elements(i));
+    end
+    expect_close(kestrel.cw_field(elements(1:n), grid, water, 12, 1.3e6), all_elements, 1e-15, ...
+                 'cw_field of %d elements', n);
+  end
+  square = reshape(elements(1:4), 2, 2);
+  expect_close(single(square), single(elements(1:4)), 1e-15, 'a 2-by-2 array of elements');
+
+  circle = kestrel.circle(1e-3, 'center', [1e-3 2e-3 3e-3], 'euler', [0.1 0.2 0.3]);
+  moved = elements(1);
+  moved.center = circle.center;
+  moved.euler = circle.euler;
+  expect_close(single([elements(1), circle]), 2 * single(moved), 1e-15, ...
+               'a second element of another shape');
+end
+
+function weights(water)
+  grid = small_grid();
+  rect = kestrel.rectangle(2e-3, 3e-3);
+  single = @(e) fnm_cw_single(e, grid, water, 8, 1e6);
+  p = single(rect);
+  expect(isequal(single(rmfield(rect, {'amplitude', 'phase'})), p), ...
+         'amplitude 1 and phase 0 when the fields are missing');
+  turned = kestrel.rectangle(2e-3, 3e-3, 'amplitude', 2, 'phase', pi / 2);
+  expect_close(single(turned), 2j * p, 1e-15, 'amplitude and phase');
+  silent = kestrel.rectangle(2e-3, 3e-3, 'amplitude', 1e-10);
+  expect(isequal(single(silent), zeros(size(p))), 'a negligible amplitude adds nothing');
+  behind = kestrel.rectangle(2e-3, 3e-3, 'center', [0 0 12e-3]);
+  q = single(behind);
+  expect(all(all(all(q(:, :, 1:2) == 0))) && all(all(all(q(:, :, 3:4) ~= 0))), ...
+         'nothing behind the face');
+end

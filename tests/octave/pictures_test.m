@@ -1,0 +1,120 @@
+% Pictures: written without a display, of the field or array that was given, with nothing left
+% behind in the session.
+function pictures_test()
+  addpath(fullfile(fileparts(mfilename('fullpath')), 'support'));
+  toolkit = graphics_toolkit();
+  figures = get(0, 'children');
+  fields();
+  arrays();
+  refusals();
+  expect(strcmp(graphics_toolkit(), toolkit), 'the toolkit is the user''s again');
+  expect(isequal(get(0, 'children'), figures), 'no figure is left open');
+end
+
+% A field that is bright in one corner of the plane: the picture must be bright there, so that
+% turned or mirrored axes show.
+function fields()
+  grid = set_coordinate_grid(1e-3, -5e-3, 5e-3, 0, 4e-3, 1e-3, 20e-3);
+  counts = [11 5 20];
+  p = 1e-3 * ones(counts);
+  p(9:11, 3, 16:20) = 1;
+  plane = set_coordinate_grid(1e-3, -5e-3, 5e-3, 2e-3, 2e-3, 1e-3, 20e-3);
+
+  image = picture(@(file) kestrel.show_field(p(:, 3, :), plane, 'file', file));
+  expect(size(image, 2) > 900 && size(image, 1) > 400, 'size of the picture');
+  expect_bright_at_top_right(image, 'single plane');
+  image = picture(@(file) kestrel.show_field(p, grid, 'file', file, 'slice', 'y', 'at', 2.2e-3, ...
+                                             'scale', 'linear', 'title', 'A corner'));
+  expect_bright_at_top_right(image, 'slice of a volume');
+  image = picture(@(file) kestrel.show_field(p, grid, 'file', file));
+  expect_bright_at_top_right(image, 'plane through the largest value');
+  dark = picture(@(file) kestrel.show_field(p, grid, 'file', file, 'slice', 'y', 'at', 0));
+  expect(mean(dark(:)) < mean(image(:)) - 5, '0 dB is the largest value of the whole field');
+
+  picture(@(file) kestrel.show_field(p .* exp(1j * reshape(1:20, 1, 1, [])), grid, ...
+                                     'file', file, 'scale', 'phase'));
+  line = set_coordinate_grid(1e-3, 0, 0, 0, 0, 1e-3, 20e-3);
+  picture(@(file) kestrel.show_field(linspace(0, 1, 20), line, 'file', file));
+  zeros_only = picture(@(file) kestrel.show_field(zeros(11, 1, 20), plane, 'file', file));
+  p(:) = NaN;
+  p(1, 3, 1) = 1;
+  with_gaps = picture(@(file) kestrel.show_field(p(:, 3, :), plane, 'file', file));
+  expect(mean(zeros_only(:)) < mean(with_gaps(:)), 'zeros are dark, missing values are not');
+end
+
+function arrays()
+  shapes = {kestrel.rectangle(4e-3, 8e-3), kestrel.circle(4e-3), kestrel.ring(2e-3, 4e-3), ...
+            kestrel.shell(5e-3, 9e-3), kestrel.shell_ring(2e-3, 5e-3, 9e-3)};
+  for i = 1:5
+    picture(@(file) kestrel.show_array(shapes{i}, 'file', file));
+  end
+  picture(@(file) kestrel.show_array([shapes{:}], 'file', file, 'view', [0 90], 'title', 'All'));
+
+  % The corners of what is drawn, against the element's frame worked out in another way.
+  euler = [0.4 -0.3 0.7];
+  element = kestrel.rectangle(4e-3, 8e-3, 'euler', euler, 'center', [1e-3 2e-3 3e-3]);
+  faces = kestrel.detail.element_faces(element);
+  corners = kestrel.detail.to_global(faces{1}, element.center, element.euler);
+  [x, y, z] = local_points(element, corners.');
+  expect_close([x y z], [-2 -4 0; 2 -4 0; 2 4 0; -2 4 0] * 1e-3, 1e-14, 'corners');
+  % A cap is part of a sphere about (0, 0, curvature) that goes through the origin.
+  faces = kestrel.detail.element_faces(shapes{4});
+  points = [faces{:}];
+  radius = sqrt(points(1, :).^2 + points(2, :).^2 + (points(3, :) - 9e-3).^2);
+  expect_close(radius, 9e-3 * ones(size(radius)), 1e-12, 'points of a cap');
+  expect(max(points(3, :)) < 9e-3 && min(points(3, :)) < 1e-15, 'the cap is open towards +z');
+end
+
+function refusals()
+  grid = small_grid();
+  p = ones(3, 2, 4);
+  cases = {
+    @() kestrel.show_field(p, set_coordinate_grid([1 2 3])), ...
+      'kestrel.show_field: only a regular grid can be drawn, not a list of points.'
+    @() kestrel.show_field(p(:, 1, :), grid), ...
+      'kestrel.show_field: the grid has 3 by 2 by 4 points, but p has 12 values.'
+    @() kestrel.show_field(1, set_coordinate_grid(1, 0, 0, 0, 0, 0, 0)), ...
+      'kestrel.show_field: the grid is a single point.'
+    @() kestrel.show_field(p, grid, 'scale', 'log'), ...
+      'kestrel.show_field: scale must be one of ''dB'', ''linear'', ''phase''.'
+    @() kestrel.show_field(p, grid, 'range', [0 0]), ...
+      'kestrel.show_field: range must be [low high] with low below high.'
+    @() kestrel.show_field(p, grid, 'file', 'field.jpg'), ...
+      'kestrel.show_field: file must end in .png, but it is ''field.jpg''.'
+    @() kestrel.show_field(p, grid, 'file', 'no/such/folder/field.png'), ...
+      'kestrel.show_field: the folder ''no/such/folder'' does not exist.'
+    @() kestrel.show_field(p, grid, 'colour', 1), ...
+      ['kestrel.show_field: unknown option ''colour''; the options are ''scale'', ''range'', ' ...
+       '''slice'', ''at'', ''title'', ''file''.']
+    @() kestrel.show_array(repmat(kestrel.circle(1), 1, 0)), ...
+      'kestrel.show_array: the array has no elements.'
+  };
+  for i = 1:size(cases, 1)
+    expect_error(cases{i, :});
+  end
+end
+
+% Draws to a file and reads it back; a blank or nearly blank picture fails.
+function image = picture(draw)
+  file = [tempname(), '.png'];
+  remove = onCleanup(@() unlink(file));
+  draw(file);
+  expect(exist(file, 'file') == 2, 'no file was written');
+  image = double(imread(file));
+  if ndims(image) == 3
+    image = mean(image, 3);
+  end
+  expect(numel(unique(image)) > 8 && mean(image(:) < 200) > 0.002, 'the picture is blank');
+end
+
+function expect_bright_at_top_right(image, what)
+  % The picture proper: without the margins and the colour bar.
+  area = image(round(0.12 * end:0.82 * end), round(0.12 * end:0.80 * end));
+  level = @(rows, columns) mean(mean(area(round(rows * size(area, 1)), ...
+                                          round(columns * size(area, 2)))));
+  low = 0.05:0.01:0.15;
+  high = 0.85:0.01:0.95;
+  corners = [level(low, low), level(low, high), level(high, low), level(high, high)];
+  expect(corners(2) > max(corners([1 3 4])) + 50, '%s: brightness of the corners is %s', what, ...
+         mat2str(round(corners)));
+end

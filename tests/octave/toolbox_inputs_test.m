@@ -1,0 +1,231 @@
+% Grids, time axes, elements, arrays and media: what the toolbox's builders return, and what
+% they refuse.
+function toolbox_inputs_test()
+  addpath(fullfile(fileparts(mfilename('fullpath')), 'support'));
+  grids_and_times();
+  elements();
+  arrays();
+  focusing();
+  media();
+  refusals();
+  help_texts();
+end
+
+function grids_and_times()
+  grid = set_coordinate_grid(1e-3, 0, 2e-3, -1e-3, 1e-3, 0, 3e-3);
+  expect(isequal(grid.delta, [1e-3 1e-3 1e-3]), 'one step serves all axes');
+  expect(isequal([grid.xmin grid.xmax grid.ymin grid.ymax grid.zmin grid.zmax], ...
+                 [0 2e-3 -1e-3 1e-3 0 3e-3]), 'bounds in their places');
+  grid = set_coordinate_grid([1; 2; 3], 0, 1, 0, 1, 0, 1);
+  expect(isequal(grid.delta, [1 2 3]), 'three steps as a row');
+  axes = kestrel.detail.grid_axes(set_coordinate_grid([0.1 0 1], 0, 0.3, 0, 1, 2, 2));
+  expect(isequal(cellfun(@numel, axes), [4 1 1]), ...
+         'a whole number of steps keeps its end; step 0 and equal bounds give one value');
+  points = [1 2 3; 4 5 6];
+  expect(isequal(set_coordinate_grid(points), struct('coordinates', points)), 'list of points');
+
+  expect(isequal(set_time_samples(1e-8, 0, 1e-6), ...
+                 struct('deltat', 1e-8, 'tmin', 0, 'tmax', 1e-6)), 'regular time axis');
+  expect(isequal(set_time_samples([3 1 2]), struct('time_samples', [3 1 2])), 'list of times');
+end
+
+function elements()
+  made = {kestrel.rectangle(1e-3, 2e-3), kestrel.circle(3e-3), kestrel.ring(1e-3, 2e-3), ...
+          kestrel.shell(5e-3, 20e-3), kestrel.shell_ring(2e-3, 5e-3, 20e-3)};
+  geometry = {{'rect', 'width', 1e-3, 'height', 2e-3}, {'circ', 'radius', 3e-3}, ...
+              {'ring', 'inner_radius', 1e-3, 'outer_radius', 2e-3}, ...
+              {'shel', 'radius', 5e-3, 'rad_curvature', 20e-3}, ...
+              {'sph ring', 'inner_radius', 2e-3, 'outer_radius', 5e-3, 'geometric_focus', 20e-3}};
+  for i = 1:5
+    expect(strcmp(made{i}.shape, geometry{i}{1}), 'identifier of shape %d', i);
+    for j = 2:2:numel(geometry{i})
+      expect(isequal(made{i}.(geometry{i}{j}), geometry{i}{j + 1}), '%s of shape %d', ...
+             geometry{i}{j}, i);
+    end
+    expect(isequal(made{i}.center, [0 0 0]) && isequal(made{i}.euler, [0 0 0]) ...
+           && made{i}.amplitude == 1 && made{i}.phase == 0, 'defaults of shape %d', i);
+  end
+  joined = [made{:}];
+  expect(isequal(size(joined), [1 5]), 'elements of all shapes join');
+  kestrel.detail.check_array('test', joined);
+
+  element = kestrel.circle(1e-3, 'Center', [1; 2; 3], 'EULER', [4 5 6], 'amplitude', -2, 'phase', 7);
+  expect(isequal(element.center, [1 2 3]) && isequal(element.euler, [4 5 6]) ...
+         && element.amplitude == -2 && element.phase == 7, 'options, in any letter case');
+end
+
+function arrays()
+  row = kestrel.linear_array(4, 0.5e-3, 10e-3, 0.6e-3, 'phase', [1 2 3 4]);
+  centers = vertcat(row.center);
+  expect(isequal(size(row), [1 4]), 'size of the row');
+  expect_close(centers, [-0.9 0 0; -0.3 0 0; 0.3 0 0; 0.9 0 0] * 1e-3, 1e-15, 'places in the row');
+  expect(isequal([row.phase], [1 2 3 4]) && isequal([row.amplitude], [1 1 1 1]), ...
+         'weights per element');
+
+  sheet = kestrel.planar_array([3 2], 1e-3, 2e-3, [1e-3 2e-3]);
+  expect(isequal(size(sheet), [1 6]), 'size of the sheet');
+  expect_close(vertcat(sheet.center), ...
+               [-1 -1 0; 0 -1 0; 1 -1 0; -1 1 0; 0 1 0; 1 1 0] * 1e-3, 1e-15, ...
+               'x runs fastest in the sheet');
+
+  % A turned array is the same array in a turned frame: its centres in the frame of one of its
+  % elements, about the array's centre, are those of the array that was not turned.
+  euler = [0.3 -0.4 0.5];
+  turned = kestrel.planar_array([3 2], 1e-3, 2e-3, [1e-3 2e-3], 'euler', euler, ...
+                                'center', [7e-3 8e-3 9e-3]);
+  frame = kestrel.rectangle(1, 1, 'euler', euler, 'center', [7e-3 8e-3 9e-3]);
+  [x, y, z] = local_points(frame, vertcat(turned.center));
+  expect_close([x y z], vertcat(sheet.center), 1e-14, 'a turned array');
+  expect(isequal(turned(5).euler, euler), 'elements turn with the array');
+
+  % What the angles do, as the help of kestrel.rectangle says.
+  tilted = kestrel.detail.to_global([0; 0; 1], [0 0 0], [0.1 0 0]);
+  expect(tilted(1) > 0 && abs(tilted(2)) < 1e-15, 'the first angle tilts towards +x');
+  tilted = kestrel.detail.to_global([0; 0; 1], [0 0 0], [0 0.1 0]);
+  expect(tilted(2) < 0 && abs(tilted(1)) < 1e-15, 'the second angle tilts towards -y');
+  spun = kestrel.detail.to_global([1; 0; 0], [0 0 0], [0 0 0.1]);
+  expect(spun(2) > 0 && abs(spun(3)) < 1e-15, 'the third angle spins about the axis');
+end
+
+function focusing()
+  medium = kestrel.medium('water');
+  f0 = 2e6;
+  point = [3e-3 -2e-3 35e-3];
+  array = [kestrel.planar_array([8 5], 0.3e-3, 0.4e-3, [0.35e-3 0.5e-3], 'euler', [0.2 0.1 0], ...
+                                'amplitude', 1:40), ...
+           kestrel.circle(1e-3, 'center', [10e-3 0 -5e-3], 'phase', 9)];
+  focused = kestrel.focus(array, point, medium, f0);
+  k = 2 * pi * f0 / medium.soundspeed;
+  distance = sqrt(sum((vertcat(focused.center) - repmat(point, 41, 1)) .^ 2, 2)).';
+  arriving = exp(1j * ([focused.phase] - k * distance));
+  expect(max(abs(arriving - arriving(1))) < 1e-11, 'contributions arrive in phase');
+  expect(all(abs([focused.phase]) <= pi), 'phases between -pi and pi');
+  [~, nearest] = min(distance);
+  expect(focused(nearest).phase == 0, 'the nearest element has phase 0');
+  expect(isequal(rmfield(focused, 'phase'), rmfield(array, 'phase')), 'only phases change');
+end
+
+function media()
+  names = {'water', 'lossless', 'muscle', 'liver', 'fat'};
+  fields = {'soundspeed', 'density', 'attenuationdBcmMHz', 'bloodperfusion', 'specificheat', ...
+            'specificheatofblood', 'thermalconductivity', 'nonlinearityparameter', ...
+            'powerlawexponent'};
+  for i = 1:numel(names)
+    medium = kestrel.medium(names{i});
+    expect(isequal(sort(fieldnames(medium)), sort(fields(:))), 'fields of %s', names{i});
+    expect(medium.soundspeed > 1400 && medium.soundspeed < 1600 && medium.density > 900 ...
+           && medium.density < 1100, '%s is a fluid or soft tissue', names{i});
+    expect((medium.attenuationdBcmMHz == 0) == strcmp(names{i}, 'lossless'), ...
+           'only lossless has no attenuation: %s', names{i});
+  end
+  medium = kestrel.medium('Fat', 'density', 1, 'attenuationdBcmMHz', 2);
+  expect(medium.density == 1 && medium.attenuationdBcmMHz == 2 && medium.soundspeed == 1430, ...
+         'values put in');
+end
+
+function refusals()
+  water = kestrel.medium('water');
+  rect = kestrel.rectangle(1e-3, 1e-3);
+  bad_shape = rect;
+  bad_shape.shape = 'square';
+  no_width = [rect, rect];
+  no_width(2).width = [];
+  no_density = rmfield(water, 'density');
+  grid = small_grid();
+  cases = {
+    @() set_coordinate_grid(1, 2), ...
+      ['set_coordinate_grid: expected (delta, xmin, xmax, ymin, ymax, zmin, zmax) or (points), ' ...
+       'but there were 2 arguments.']
+    @() set_coordinate_grid([1 2]), ...
+      'set_coordinate_grid: points must be an m-by-3 matrix of x, y and z in metres.'
+    @() set_coordinate_grid([1 NaN 2]), 'set_coordinate_grid: points must be real and finite.'
+    @() set_coordinate_grid([1 2], 0, 1, 0, 1, 0, 1), ...
+      'set_coordinate_grid: delta must have 1 or 3 entries, but it has 2.'
+    @() set_coordinate_grid([1 -1 1], 0, 1, 0, 1, 0, 1), ...
+      'set_coordinate_grid: delta must not be negative.'
+    @() set_coordinate_grid(1, 0, 1, 1, 0, 0, 1), ...
+      'set_coordinate_grid: ymax must not be less than ymin.'
+    @() set_coordinate_grid(1, 0, [1 2], 0, 1, 0, 1), ...
+      'set_coordinate_grid: xmax must be one real, finite number.'
+    @() set_time_samples(1, 2), ...
+      'set_time_samples: expected (deltat, tmin, tmax) or (times), but there were 2 arguments.'
+    @() set_time_samples(-1, 0, 1), 'set_time_samples: deltat must not be negative.'
+    @() set_time_samples(1, 1, 0), 'set_time_samples: tmax must not be less than tmin.'
+    @() set_time_samples(ones(2)), 'set_time_samples: times must be a vector of seconds.'
+    @() kestrel.rectangle(0, 1), 'kestrel.rectangle: width must be greater than 0.'
+    @() kestrel.rectangle(1, 1i), 'kestrel.rectangle: height must be one real, finite number.'
+    @() kestrel.rectangle(1, 1, 'centre', [0 0 0]), ...
+      ['kestrel.rectangle: unknown option ''centre''; the options are ''center'', ''euler'', ' ...
+       '''amplitude'', ''phase''.']
+    @() kestrel.rectangle(1, 1, 'center'), ...
+      'kestrel.rectangle: options come as name and value, but the last has no value.'
+    @() kestrel.rectangle(1, 1, 'center', [0 0]), ...
+      'kestrel.rectangle: center must have 3 entries, but it has 2.'
+    @() kestrel.ring(2, 1), 'kestrel.ring: outer_radius must be greater than inner_radius.'
+    @() kestrel.shell(2, 1), ...
+      ['kestrel.shell: rad_curvature must not be less than the aperture''s radius ' ...
+       '(a cap is at most a hemisphere).']
+    @() kestrel.linear_array(0, 1, 1, 1), ...
+      'kestrel.linear_array: n must be a whole number of at least 1.'
+    @() kestrel.linear_array(2, 1, 1, 0.5), ...
+      'kestrel.linear_array: a pitch of 0.5 m makes elements of 1 m overlap.'
+    @() kestrel.planar_array([2 2], 1, 1, [1 1], 'phase', [1 2]), ...
+      'kestrel.planar_array: phase must have 1 or 4 entries, but it has 2.'
+    @() kestrel.focus(rect, [0 0], water, 1e6), ...
+      'kestrel.focus: point must have 3 entries, but it has 2.'
+    @() kestrel.focus(rect, [0 0 1], no_density, 1e6), ...
+      'kestrel.focus: the medium lacks the field ''density''.'
+    @() kestrel.medium('mercury'), ...
+      ['kestrel.medium: the name must be one of ''water'', ''lossless'', ''muscle'', ' ...
+       '''liver'', ''fat''.']
+    @() kestrel.medium('water', 'density', 0), 'kestrel.medium: density must be greater than 0.'
+    @() kestrel.cw_field(rect, grid, water, 8), ...
+      'kestrel.cw_field: expected (array, grid, medium, ndiv, f0), but there were 4 arguments.'
+    @() kestrel.cw_field(1, grid, water, 8, 1e6), ...
+      ['kestrel.cw_field: the array must be a structure array of elements, as ' ...
+       'kestrel.rectangle returns.']
+    @() kestrel.cw_field([rect, bad_shape], grid, water, 8, 1e6), ...
+      ['kestrel.cw_field: element 2: the shape must be one of ''rect'', ''circ'', ''ring'', ' ...
+       '''shel'', ''sph ring''.']
+    @() kestrel.cw_field(no_width, grid, water, 8, 1e6), ...
+      'kestrel.cw_field: element 2: width must be one real, finite number.'
+    @() kestrel.cw_field(rmfield(rect, 'euler'), grid, water, 8, 1e6), ...
+      'kestrel.cw_field: the array lacks the field ''euler''.'
+    @() kestrel.cw_field([rect, kestrel.circle(1)], grid, water, 8, 1e6), ...
+      ['kestrel.cw_field: element 2: the shape ''circ'' has no field method yet; rectangles ' ...
+       '(''rect'') have.']
+    @() kestrel.cw_field(rect, rmfield(grid, 'zmax'), water, 8, 1e6), ...
+      'kestrel.cw_field: the grid lacks the field ''zmax''.'
+    @() kestrel.cw_field(rect, struct('coordinates', [1 2]), water, 8, 1e6), ...
+      'kestrel.cw_field: the grid''s coordinates must be an m-by-3 matrix.'
+    @() kestrel.cw_field(rect, grid, water, 0.5, 1e6), ...
+      'kestrel.cw_field: ndiv must be a whole number of at least 1.'
+    @() kestrel.cw_field(rect, grid, water, 8, -1), ...
+      'kestrel.cw_field: f0 must be greater than 0.'
+  };
+  for i = 1:size(cases, 1)
+    expect_error(cases{i, :});
+  end
+end
+
+% Every public function shows its own help text: a summary, then how to call it.
+function help_texts()
+  folder = fileparts(which('set_coordinate_grid'));
+  files = [dir(fullfile(folder, '*.m')); dir(fullfile(folder, '+kestrel', '*.m'))];
+  prefixes = [repmat({''}, 1, numel(dir(fullfile(folder, '*.m')))), ...
+              repmat({'kestrel.'}, 1, numel(dir(fullfile(folder, '+kestrel', '*.m'))))];
+  contents = fileread(fullfile(folder, 'Contents.m'));
+  for i = 1:numel(files)
+    [~, name] = fileparts(files(i).name);
+    if strcmp(name, 'Contents')
+      continue
+    end
+    full = [prefixes{i}, name];
+    text = get_help_text(full);
+    first = regexp(text, '^\s*([A-Z_]+)  (\S[^\n]*\.)\n', 'tokens', 'once');
+    expect(~isempty(first) && strcmp(first{1}, upper(name)), 'help of %s starts with its name', full);
+    expect(~isempty(strfind(text, [full, '('])), 'help of %s shows how to call it', full);
+    expect(~isempty(strfind(text, 'See also')), 'help of %s points further', full);
+    expect(~isempty(regexp(contents, ['  ', full, ' +- '], 'once')), '%s stands in Contents.m', full);
+  end
+end
