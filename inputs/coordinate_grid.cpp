@@ -182,7 +182,7 @@ bool CoordinateGrid::SinglePoint(double x, double y, double z) {
 }
 
 CartesianCoordinate CoordinateGrid::spatial_index_value(int const& k) const {
-  if (k < 0 || k > _npoints) return {};  // npoints() itself is taken apart below, as documented
+  if (k < 0 || k > _npoints) return {};  // the count itself is admitted; see the header
   if (!_regular) {
     if (k == _npoints) return {};
     const auto i = static_cast<std::size_t>(k);

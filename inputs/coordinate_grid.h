@@ -40,8 +40,8 @@ class CoordinateGrid {
   bool SinglePoint(double x, double y, double z);
 
   /// Point number k. An index out of range gives the origin. On a regular grid the index npoints()
-  /// is still taken apart into axis indices, so on one with a single z value it gives the first
-  /// point, not the origin.
+  /// is still taken apart into axis indices: with a single z value it gives the first point, not
+  /// the origin.
   CartesianCoordinate spatial_index_value(int const& k) const;
 
   int npoints() const { return _npoints; }

@@ -61,17 +61,15 @@ class TimeSamples {
   int ntau() const { return _ntau; }
 
   /// Time i, or 0.0 when i is out of range (the index nt() included).
-  double time_index_value(int i) const { return value(_time_values, i); }
+  double time_index_value(int i) const { return value(_time_values, _nt, i); }
   /// Delay j, or 0.0 when j is out of range (the index ntau() included).
-  double tau_index_value(int j) const { return value(_tau_values, j); }
+  double tau_index_value(int j) const { return value(_tau_values, _ntau, j); }
 
  private:
-  /// Both vectors have one zeroed entry more than samples, because the accessors admit the count
-  /// itself as an index. An axis that was never filled has no entries at all.
-  static double value(const host::Array<double>& values, int i) {
-    return i < 0 || static_cast<std::size_t>(i) >= values.size()
-               ? 0.0
-               : values[static_cast<std::size_t>(i)];
+  /// The count itself passes as an index: every filled axis has a zero behind its last sample. An
+  /// axis that was never filled has no entries at all.
+  static double value(const host::Array<double>& values, int count, int i) {
+    return i < 0 || i > count || values.empty() ? 0.0 : values[static_cast<std::size_t>(i)];
   }
 
   int _nt = 0;

@@ -229,8 +229,8 @@ TEST(GridInput, TheWholeGridMustBeCountable) {
       "The coordinate grid has 65536 by 32768 by 1 points, more than 2147483647.\n  Check "
       "values of deltax, deltay, and deltaz.\n");
   EXPECT_EQ(
-      outcome_of([&] { grid.RegularCoordinateGrid(0, 1999, 0, 1999, 0, 1999, 1, 1, 1); }).error,
-      "The coordinate grid has 2000 by 2000 by 2000 points, more than 2147483647.\n  Check "
+      outcome_of([&] { grid.RegularCoordinateGrid(0, 4095, 0, 4095, 0, 255, 1, 1, 1); }).error,
+      "The coordinate grid has 4096 by 4096 by 256 points, more than 2147483647.\n  Check "
       "values of deltax, deltay, and deltaz.\n");
   EXPECT_EQ(outcome_of([&] { grid.CoordinateGridVector(nullptr, -1); }).error,
             "The number of points in the coordinate list is -1.\n");
