@@ -4,6 +4,7 @@
 
 #include "excitation/excitation_function.h"
 #include "excitation/hanning_pulse.h"
+#include "excitation/signal_rate.h"
 #include "excitation/t_cubed_pulse.h"
 #include "excitation/tone_burst.h"
 #include "host/error.h"
