@@ -1,3 +1,6 @@
+# The plug-in shows the names that the interpreter looks for and no other.
+cmake_minimum_required(VERSION 3.25)
+
 execute_process(COMMAND "${nm}" --dynamic --defined-only --format=posix "${plugin}"
   OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE " [^\n]*\n" ";" names "${symbols}")

@@ -1,5 +1,6 @@
 # Installs the build into a scratch folder, then configures, builds and runs the outside project
 # beside this script, which knows kestrel only from there.
+cmake_minimum_required(VERSION 3.25)
 
 function(run)
   execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)

@@ -1,4 +1,5 @@
 # kestrel/kestrel.h must lead to every public header of the library.
+cmake_minimum_required(VERSION 3.25)
 
 # What only the sources beside it need.
 set(internal inputs/sample_count.h inputs/structure_reader.h)
