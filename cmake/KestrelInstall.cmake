@@ -14,6 +14,7 @@ install(DIRECTORY host numerics inputs excitation transducers fields
   DESTINATION "${include_dir}/kestrel"
   FILES_MATCHING PATTERN "*.h"
   PATTERN host/octave EXCLUDE
+  PATTERN detail EXCLUDE
   PATTERN kernels EXCLUDE)
 install(FILES kestrel/kestrel.h DESTINATION "${include_dir}/kestrel")
 

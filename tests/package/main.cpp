@@ -1,8 +1,7 @@
 // An outside program that knows kestrel only as the installed CMake package.
 
-#include <kestrel/kestrel.h>
-
 #include <cstdio>
+#include <kestrel/kestrel.h>
 
 int main() {
   kestrel::CoordinateGrid grid;
