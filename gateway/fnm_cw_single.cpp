@@ -24,12 +24,13 @@ namespace {
 
 enum Argument { kTransducers, kGrid, kMedium, kNdiv, kFrequency, kDisplayFlag };
 
+/// Not from mxGetM and mxGetN: asked for an argument's columns, Octave 7.3 loses 16 bytes per call.
 int element_count(const mxArray* transducers) {
-  const std::size_t m = mxGetM(transducers), n = mxGetN(transducers);
-  if (n != 0 && m > static_cast<std::size_t>(INT_MAX) / n) {
+  const std::size_t count = mxGetNumberOfElements(transducers);
+  if (count > static_cast<std::size_t>(INT_MAX)) {
     host::fail("Transducer array has more elements than a 32-bit count can hold.\n");
   }
-  return static_cast<int>(m * n);
+  return static_cast<int>(count);
 }
 
 /// Toward zero: 4.7 abscissas are 4.

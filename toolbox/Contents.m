@@ -1,24 +1,25 @@
 % KESTREL  Acoustic fields of ultrasound arrays in a homogeneous medium.
 %
 % Inputs
-%   set_coordinate_grid    - Observation points: a regular grid or a list of points.
-%   set_time_samples       - Time axis of a transient calculation.
-%   kestrel.medium         - Properties of a homogeneous medium.
+%   set_coordinate_grid     - Observation points: a regular grid or a list of points.
+%   set_time_samples        - Time axis of a transient calculation.
+%   set_excitation_function - Signal that drives the elements in a transient calculation.
+%   kestrel.medium          - Properties of a homogeneous medium.
 %
 % Elements and arrays
-%   kestrel.rectangle      - Flat rectangular element.
-%   kestrel.circle         - Flat circular element (piston).
-%   kestrel.ring           - Flat ring-shaped element.
-%   kestrel.shell          - Spherically curved, focusing element (cap of a sphere).
-%   kestrel.shell_ring     - Ring cut from a spherically curved, focusing element.
-%   kestrel.linear_array   - Row of equal rectangular elements along x.
-%   kestrel.planar_array   - Lattice of equal rectangular elements in a plane.
-%   kestrel.focus          - Sets the phases of an array so that it focuses at a point.
+%   kestrel.rectangle       - Flat rectangular element.
+%   kestrel.circle          - Flat circular element (piston).
+%   kestrel.ring            - Flat ring-shaped element.
+%   kestrel.shell           - Spherically curved, focusing element (cap of a sphere).
+%   kestrel.shell_ring      - Ring cut from a spherically curved, focusing element.
+%   kestrel.linear_array    - Row of equal rectangular elements along x.
+%   kestrel.planar_array    - Lattice of equal rectangular elements in a plane.
+%   kestrel.focus           - Sets the phases of an array so that it focuses at a point.
 %
 % Fields
-%   kestrel.cw_field       - Continuous-wave pressure field of an array of elements.
-%   fnm_cw_single          - The compiled entry, for one element.
+%   kestrel.cw_field        - Continuous-wave pressure field of an array of elements.
+%   fnm_cw_single           - The compiled entry, for one element.
 %
 % Pictures
-%   kestrel.show_field     - Picture of a field on a plane of a regular grid.
-%   kestrel.show_array     - Picture of the elements of an array in space.
+%   kestrel.show_field      - Picture of a field on a plane of a regular grid.
+%   kestrel.show_array      - Picture of the elements of an array in space.

@@ -4,7 +4,7 @@ function array_field_test()
   medium = kestrel.medium('lossless');
   f0 = 1e6;
   point = [4e-3 -3e-3 30e-3];
-  array = kestrel.planar_array([6 5], 0.4e-3, 0.4e-3, [0.9e-3 0.8e-3], 'euler', [0.1 0.05 0.2], ...
+  array = kestrel.planar_array([6 5], 0.4e-3, 0.4e-3, [2e-3 1.8e-3], 'euler', [0.1 0.05 0.2], ...
                                'center', [1e-3 0 2e-3]);
   focused = kestrel.focus(array, point, medium, f0);
   at_point = set_coordinate_grid(point);

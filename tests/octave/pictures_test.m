@@ -45,10 +45,8 @@ end
 function arrays()
   shapes = {kestrel.rectangle(4e-3, 8e-3), kestrel.circle(4e-3), kestrel.ring(2e-3, 4e-3), ...
             kestrel.shell(5e-3, 9e-3), kestrel.shell_ring(2e-3, 5e-3, 9e-3)};
-  for i = 1:5
-    picture(@(file) kestrel.show_array(shapes{i}, 'file', file));
-  end
-  picture(@(file) kestrel.show_array([shapes{:}], 'file', file, 'view', [0 90], 'title', 'All'));
+  picture(@(file) kestrel.show_array([shapes{:}], 'file', file));
+  picture(@(file) kestrel.show_array([shapes{:}], 'file', file, 'view', [0 90], 'title', 'Above'));
 
   % The corners of what is drawn, against the element's frame worked out in another way.
   euler = [0.4 -0.3 0.7];

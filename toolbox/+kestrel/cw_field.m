@@ -46,8 +46,8 @@ function p = cw_field(array, grid, medium, ndiv, f0)
   for i = 1:numel(array)
     if ~strcmp(array(i).shape, 'rect')
       error('kestrel:argument', ...
-            '%s: element %d: the shape ''%s'' has no field method yet; rectangles (''rect'') have.', ...
-            caller, i, array(i).shape);
+            ['%s: element %d: the shape ''%s'' has no field method yet; ' ...
+             'rectangles (''rect'') have.'], caller, i, array(i).shape);
     end
   end
   if exist('fnm_cw_single', 'file') ~= 3

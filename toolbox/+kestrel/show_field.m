@@ -153,12 +153,12 @@ function draw_plane(canvas, values, in_plane, shown, range, label, scale)
   x = 1e3 * values{across};
   y = 1e3 * values{3 - across};
   ax = canvas.axes;
-  imagesc(x([1 end]), y([1 end]), shown, 'parent', ax);
+  imagesc(ax, x([1 end]), y([1 end]), shown);
   set(ax, 'ydir', 'normal', 'clim', range, 'layer', 'top', 'box', 'on', 'tickdir', 'out');
   axis(ax, 'equal');
   axis(ax, [edges(x), edges(y)]);
   colormap(ax, kestrel.detail.field_colours(scale));
-  bar = colorbar('peer', ax);
+  bar = colorbar(ax);
   ylabel(bar, label);
   xlabel(ax, [axis_name(in_plane(across)), ' (mm)']);
   ylabel(ax, [axis_name(in_plane(3 - across)), ' (mm)']);

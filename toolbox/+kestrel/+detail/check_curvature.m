@@ -3,7 +3,7 @@ function curvature = check_curvature(caller, name, curvature, aperture)
   curvature = kestrel.detail.check_scalar(caller, name, curvature, 'positive');
   if curvature < aperture
     error('kestrel:argument', ...
-          '%s: %s must not be less than the aperture''s radius (a cap is at most a hemisphere).', ...
-          caller, name);
+          ['%s: %s must not be less than the aperture''s radius ' ...
+           '(a cap is at most a hemisphere).'], caller, name);
   end
 end

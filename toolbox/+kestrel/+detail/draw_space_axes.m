@@ -7,6 +7,7 @@ function limits = draw_space_axes(ax, bounds, right, up, toward)
   near = bounds(:, 1);
   far = bounds(:, 2);
   swap = toward(:) > 0;
+  swap(3) = toward(3) >= 0;   % seen from the side, the floor is below
   near(swap) = bounds(swap, 2);
   far(swap) = bounds(swap, 1);
   floor_z = far(3);

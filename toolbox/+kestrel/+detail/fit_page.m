@@ -16,7 +16,8 @@ function fit_page(canvas, aspect, bar)
   left = max(left, (4 - width) / 2);   % room for a title over a narrow picture
   page = [left + width + max(right, left), below + max(height, 1) + above];
   set(canvas.figure, 'paperposition', [0 0 page]);
-  set(canvas.axes, 'position', [left / page(1), below / page(2), width / page(1), height / page(2)]);
+  set(canvas.axes, 'position', ...
+      [left / page(1), below / page(2), width / page(1), height / page(2)]);
   if nargin > 2
     set(bar, 'position', [(left + width + 0.15) / page(1), below / page(2), ...
                           0.2 / page(1), height / page(2)]);

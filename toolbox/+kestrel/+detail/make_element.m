@@ -1,9 +1,9 @@
-function element = make_element(caller, shape, geometry, arguments)
+function element = make_element(caller, shape, geometry, pairs)
 %MAKE_ELEMENT  One element: shape, its geometry, and the name-value options.
 %   Every element has the geometry fields of all shapes, empty where they are
 %   not its own, so that elements of different shapes join with [a, b].
   defaults = struct('center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'phase', 0);
-  options = kestrel.detail.parse_options(caller, defaults, arguments);
+  options = kestrel.detail.parse_options(caller, defaults, pairs);
 
   element = struct('shape', shape, 'width', [], 'height', [], 'radius', [], ...
                    'rad_curvature', [], 'inner_radius', [], 'outer_radius', [], ...

@@ -1,4 +1,4 @@
-function array = make_lattice(caller, counts, sizes, pitches, arguments)
+function array = make_lattice(caller, counts, sizes, pitches, pairs)
 %MAKE_LATTICE  Rectangles at the nodes of a plane lattice, x index fastest.
 %   COUNTS, SIZES and PITCHES are (x, y) pairs. The options place and turn the
 %   array as a whole; amplitude and phase may be given per element.
@@ -18,7 +18,7 @@ function array = make_lattice(caller, counts, sizes, pitches, arguments)
 
   n = prod(counts);
   defaults = struct('center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'phase', 0);
-  options = kestrel.detail.parse_options(caller, defaults, arguments);
+  options = kestrel.detail.parse_options(caller, defaults, pairs);
   center = kestrel.detail.check_vector(caller, 'center', options.center, 3);
   prototype.euler = kestrel.detail.check_vector(caller, 'euler', options.euler, 3);
   amplitude = per_element(caller, 'amplitude', options.amplitude, n);

@@ -1,16 +1,16 @@
-function options = parse_options(caller, options, arguments)
+function options = parse_options(caller, options, pairs)
 %PARSE_OPTIONS  Name-value pairs over a structure of defaults.
-%   OPTIONS = parse_options(CALLER, DEFAULTS, ARGUMENTS) returns DEFAULTS with
-%   the values of the cell array ARGUMENTS = {name, value, ...} put in. Letter
+%   OPTIONS = parse_options(CALLER, DEFAULTS, PAIRS) returns DEFAULTS with
+%   the values of the cell array PAIRS = {name, value, ...} put in. Letter
 %   case of the names does not count; an unknown name is an error that lists the
 %   names there are.
   known = fieldnames(options);
-  if mod(numel(arguments), 2) ~= 0
+  if mod(numel(pairs), 2) ~= 0
     error('kestrel:option', '%s: options come as name and value, but the last has no value.', ...
           caller);
   end
-  for i = 1:2:numel(arguments)
-    name = arguments{i};
+  for i = 1:2:numel(pairs)
+    name = pairs{i};
     if isstring(name) && isscalar(name)
       name = char(name);
     end
@@ -23,7 +23,7 @@ function options = parse_options(caller, options, arguments)
       error('kestrel:option', '%s: unknown option ''%s''; the options are %s.', ...
             caller, name, list(known));
     end
-    value = arguments{i + 1};
+    value = pairs{i + 1};
     if isstring(value) && isscalar(value)
       value = char(value);
     end
