@@ -79,6 +79,7 @@ int CircularTransducer::fnm_cw_sse() {
     _integral->gauss_quadrature(0, kPi);
     DiscFourWide method;
     method.radius = static_cast<float>(_radius);
+    method.radius_squared = static_cast<float>(_radius * _radius);
     method.cosine = {from_abscissas(*_integral, cosine), FourWideTable::drop};
     method.twice_radius_cosine = {disc_edge(*_integral, _radius, 1, 0).twice_radius_cosine,
                                   FourWideTable::drop};

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <cmath>
+#include <memory>
 #include <new>
-#include <vector>
 
 #include "transducers/kernels/field_tile.h"
 #include "transducers/transducer.h"
@@ -20,27 +21,32 @@ void superpose_field(Transducer& element, const Method& method) {
   const CoordinateGrid& grid = *element.global_coordinate_grid();
   element.InitializeRotationMatrix();
   const double reach = method.reach();
-  std::vector<FieldTile> tiles(Method::regions);
+  // Two tiles per region: points out of reach of the wide functions keep to themselves, so that no
+  // other point's value depends on them.
+  constexpr int tiles = 2 * Method::regions;
+  const auto tile_of = std::make_unique_for_overwrite<FieldTile[]>(tiles);
+  for (int t = 1; t < tiles; t += 2) tile_of[t].within_reach = false;
 
   const auto flush = [&](FieldTile& tile, int region) {
     method.evaluate(tile, region);
     for (int i = 0; i < tile.count; ++i) {
       element.superpose_complex_pressure(tile.index[i], {tile.re[i], tile.im[i]});
     }
-    tile.clear();
+    tile.count = 0;
   };
 
   for (int i = 0; i < grid.npoints(); ++i) {
     const CartesianCoordinate p = element.rotateTranslate(grid.spatial_index_value(i));
     const int region = method.region(p.x, p.y, p.z);
     if (region < 0) continue;
-    FieldTile& tile = tiles[static_cast<std::size_t>(region)];
-    tile.add(i, p.x, p.y, p.z, reach);
+    // False for NaN on either side: such points take the standard library's path.
+    const bool within_reach = std::abs(p.x) + std::abs(p.y) + std::abs(p.z) <= reach;
+    FieldTile& tile = tile_of[2 * region + (within_reach ? 0 : 1)];
+    tile.add(i, p.x, p.y, p.z);
     if (tile.full()) flush(tile, region);
   }
-  for (int region = 0; region < Method::regions; ++region) {
-    FieldTile& tile = tiles[static_cast<std::size_t>(region)];
-    if (tile.count > 0) flush(tile, region);
+  for (int t = 0; t < tiles; ++t) {
+    if (tile_of[t].count > 0) flush(tile_of[t], t / 2);
   }
 }
 

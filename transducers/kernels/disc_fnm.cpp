@@ -1,5 +1,8 @@
 #include "transducers/kernels/disc_fnm.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace kestrel {
 
 namespace {
@@ -110,6 +113,13 @@ struct ApodizedDiscKernel {
 };
 
 }  // namespace
+
+template <bool fold_prefactor>
+double DiscFnm<fold_prefactor>::reach() const {
+  double extent = 0;
+  for (const DiscEdge& edge : edges) extent = std::max(extent, std::abs(edge.radius));
+  return propagation.reach(extent);
+}
 
 template <bool fold_prefactor>
 void DiscFnm<fold_prefactor>::evaluate(FieldTile& tile, int) const {

@@ -36,7 +36,7 @@ struct DiscFnm {
   static constexpr int regions = 1;
   /// Behind the face, or NaN: -1.
   int region(double, double, double z) const { return z >= 0 ? 0 : -1; }
-  double reach() const { return propagation.reach(edges.front().radius); }
+  double reach() const;
   void evaluate(FieldTile& tile, int region) const;
 };
 

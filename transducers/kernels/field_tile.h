@@ -16,7 +16,7 @@ struct FieldTile {
   static constexpr int lane_block = 16;
 
   int count = 0;
-  /// All points lie where the wide sine, cosine and exponential hold (see PropagationReach).
+  /// All points lie where the wide sine, cosine and exponential hold (see Propagation::reach).
   bool within_reach = true;
   int index[capacity];
   alignas(64) double x[capacity];
@@ -27,19 +27,12 @@ struct FieldTile {
 
   bool full() const { return count == capacity; }
 
-  void add(int point, double px, double py, double pz, double reach) {
+  void add(int point, double px, double py, double pz) {
     index[count] = point;
     x[count] = px;
     y[count] = py;
     z[count] = pz;
-    // False for NaN on either side, so such points take the standard library's path.
-    within_reach = within_reach && std::abs(px) + std::abs(py) + std::abs(pz) <= reach;
     ++count;
-  }
-
-  void clear() {
-    count = 0;
-    within_reach = true;
   }
 
   /// Multiplies the pressures by a real, a complex, or the imaginary unit.
@@ -88,16 +81,17 @@ struct Propagation {
 
   /// How far from the element's origin, as |x| + |y| + |z|, a point may lie so that every path from
   /// an element that stays within `extent` of the origin is short enough for the wide functions.
-  /// NaN when a rate is NaN; then no point counts as within reach.
+  /// NaN when the phase is NaN; then no point counts as within reach. (A loss that is NaN makes
+  /// every pressure NaN on either path.)
   double reach(double extent) const {
     const double by_phase = kPhaseLimit / std::abs(phase);
     const double by_loss = lossless() ? by_phase : kExponentLimit / std::abs(attenuation);
-    return (by_loss < by_phase ? by_loss : by_phase) - extent;
+    return (by_loss < by_phase ? by_loss : by_phase) - std::abs(extent);
   }
 };
 
-/// Runs a tile kernel on the instruction set in use, or on the plain path when the tile holds a
-/// point that the wide functions cannot take.
+/// Runs a tile kernel on the instruction set in use, or on the plain path when the tile holds
+/// points that the wide functions cannot take.
 template <class Kernel>
 void run_tile(const FieldTile& tile, const Kernel& kernel) {
   run_kernel(tile.within_reach ? instruction_set() : InstructionSet::scalar, kernel);

@@ -151,7 +151,7 @@ std::complex<double> DiscFourWide::pressure(double x, double y, double z, int) c
   const float x_squared = static_cast<float>(x) * static_cast<float>(x);
   const float y_squared = static_cast<float>(y) * static_cast<float>(y);
   const float r_squared = x_squared + y_squared;
-  const float4 q = float4::splat(radius * radius + r_squared);
+  const float4 q = float4::splat(radius_squared + r_squared);
   const float4 r = float4::splat(std::sqrt(r_squared)), a = float4::splat(radius);
   const float4 z_squared = float4::splat(zf * zf);
   float4 direct_re, direct_im;
@@ -222,11 +222,12 @@ std::complex<double> CapFourWide::pressure(double x, double y, double z, int reg
 
 std::complex<double> CapSurfaceFourWide::pressure(double x, double y, double z, int region) const {
   if (region != 0) return surface.apex_pressure();
-  const double r = std::sqrt(x * x + y * y), zeta = z - surface.axial_origin;
+  const double r_squared = x * x + y * y, r = std::sqrt(r_squared);
+  const double zeta = z - surface.axial_origin;
   FourWideSum sum;
   for (const SurfaceCircle& circle : surface.circles) {
     // The squares of short distances are formed in double and only then rounded.
-    const float4 base = splat(SphericalDistance::base(circle, r, zeta));
+    const float4 base = splat(SphericalDistance::base(circle, r, r_squared, zeta));
     const float4 twice_rho_r = splat(2 * circle.radius * r);
     const float4 area = splat(circle.weight);
     for (std::size_t block = 0; block < one_minus_cosine.blocks(); ++block) {

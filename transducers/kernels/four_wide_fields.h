@@ -107,7 +107,7 @@ struct RectangleSurfaceFourWide : PointwiseMethod<RectangleSurfaceFourWide> {
 /// Piston, lanes over four angles. Divides by way of the processor's approximate reciprocal, so
 /// results differ by some 7e-5 between makers of processors.
 struct DiscFourWide : PointwiseMethod<DiscFourWide> {
-  float radius = 0;
+  float radius = 0, radius_squared = 0;  ///< the square is rounded once, from the double
   FourWideTable cosine, twice_radius_cosine, weight;
   FloatPropagation propagation;
   std::complex<double> prefactor;

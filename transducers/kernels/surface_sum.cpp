@@ -18,11 +18,13 @@ struct AxisymmetricKernel {
   KESTREL_INLINE void operator()(Math) const {
     constexpr int most_surfaces = 2;
     alignas(64) double r[FieldTile::capacity];
+    alignas(64) double r_squared[FieldTile::capacity];
     alignas(64) double base[most_surfaces][FieldTile::capacity];
     alignas(64) double twice_rho_r[most_surfaces][FieldTile::capacity];
     KESTREL_LANES
     for (int i = 0; i < count; ++i) {
-      r[i] = std::sqrt(tile.x[i] * tile.x[i] + tile.y[i] * tile.y[i]);
+      r_squared[i] = tile.x[i] * tile.x[i] + tile.y[i] * tile.y[i];
+      r[i] = std::sqrt(r_squared[i]);
       tile.re[i] = 0;
       tile.im[i] = 0;
     }
@@ -33,7 +35,8 @@ struct AxisymmetricKernel {
         const SurfaceCircle circle = circles[s];
         KESTREL_LANES
         for (int i = 0; i < count; ++i) {
-          base[s][i] = Distance::base(circle, r[i], tile.z[i] - surface.axial_origin);
+          base[s][i] = Distance::base(circle, r[i], r_squared[i],
+                                     tile.z[i] - surface.axial_origin);
           twice_rho_r[s][i] = 2 * circle.radius * r[i];
         }
       }

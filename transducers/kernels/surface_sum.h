@@ -20,8 +20,9 @@ struct SurfaceCircle {
 
 /// On a plane: R^2 = (rho^2 + z^2 + r^2) - 2 rho r cos psi, table of cos psi.
 struct PlanarDistance {
-  static KESTREL_INLINE double base(const SurfaceCircle& circle, double r, double z) {
-    return circle.radius * circle.radius + (z * z + r * r);
+  static KESTREL_INLINE double base(const SurfaceCircle& circle, double /*r*/, double r_squared,
+                                    double z) {
+    return circle.radius * circle.radius + (z * z + r_squared);
   }
   static KESTREL_INLINE double squared(double base, double twice_rho_r, double cosine) {
     return base - twice_rho_r * cosine;
@@ -31,7 +32,8 @@ struct PlanarDistance {
 /// On a sphere: a sum of squares, R^2 = (r - rho)^2 + (zeta + height)^2 + 2 rho r (1 - cos psi),
 /// which does not cancel next to the surface; table of 1 - cos psi.
 struct SphericalDistance {
-  static KESTREL_INLINE double base(const SurfaceCircle& circle, double r, double zeta) {
+  static KESTREL_INLINE double base(const SurfaceCircle& circle, double r, double /*r_squared*/,
+                                    double zeta) {
     const double radial = r - circle.radius, axial = zeta + circle.height;
     return radial * radial + axial * axial;
   }

@@ -1,0 +1,201 @@
+#pragma once
+
+#include <complex>
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "inputs/coordinate_grid.h"
+#include "inputs/medium.h"
+#include "inputs/numerical_integration.h"
+#include "transducers/circular_transducer.h"
+#include "transducers/rectangular_transducer.h"
+#include "transducers/ring_transducer.h"
+#include "transducers/spherical_ring_transducer.h"
+#include "transducers/spherical_transducer.h"
+
+namespace kestrel::test {
+
+using Complex = std::complex<double>;
+using Point = CartesianCoordinate;
+using Points = std::vector<Point>;
+/// One entry of the method table.
+using Method = int (Transducer::*)();
+
+enum class ShapeKind { rectangle, disc, ring, shell, spherical_ring };
+inline constexpr ShapeKind kShapes[] = {ShapeKind::rectangle, ShapeKind::disc, ShapeKind::ring,
+                                        ShapeKind::shell, ShapeKind::spherical_ring};
+
+/// Water without loss at 1 MHz: wavelength 1.5 mm.
+inline Medium lossless_medium() {
+  Medium medium;
+  medium._f0 = 1e6;
+  medium._soundspeed = 1500;
+  medium._rho_density = 1000;
+  return medium;
+}
+
+/// One element with everything that its field depends on, but the points.
+struct Situation {
+  ShapeKind shape = ShapeKind::rectangle;
+  /// Metres. Rectangle: width, height. Disc: radius. Ring: inner, outer radius. Shell: aperture
+  /// radius, curvature. Spherical ring: inner, outer radius, curvature.
+  double a = 0, b = 0, c = 0;
+  double amplitude = 1, phase = 0;
+  Point center, euler;
+  int profile = 0;
+  Medium medium = lossless_medium();
+  int nodes = 32;
+
+  Complex weight() const { return {amplitude * std::cos(phase), amplitude * std::sin(phase)}; }
+
+  std::unique_ptr<Transducer> element() const {
+    std::unique_ptr<Transducer> made;
+    switch (shape) {
+      case ShapeKind::rectangle: made = std::make_unique<RectangularTransducer>(a, b); break;
+      case ShapeKind::disc: made = std::make_unique<CircularTransducer>(a); break;
+      case ShapeKind::ring: made = std::make_unique<RingTransducer>(a, b); break;
+      case ShapeKind::shell: made = std::make_unique<SphericalTransducer>(a, b); break;
+      case ShapeKind::spherical_ring:
+        made = std::make_unique<SphericalRingTransducer>(a, b, c);
+        break;
+    }
+    made->set_amplitude(amplitude);
+    made->set_phase(phase);
+    made->set_center(center);
+    made->set_euler(euler);
+    made->set_piston_apodization_index(profile);
+    return made;
+  }
+};
+
+/// The element sizes that the accuracy figures speak of.
+inline Situation typical(ShapeKind shape) {
+  Situation s;
+  s.shape = shape;
+  switch (shape) {
+    case ShapeKind::rectangle: s.a = 6e-3, s.b = 10e-3; break;
+    case ShapeKind::disc: s.a = 5e-3; break;
+    case ShapeKind::ring: s.a = 3e-3, s.b = 6e-3; break;
+    case ShapeKind::shell: s.a = 8e-3, s.b = 15e-3; break;
+    case ShapeKind::spherical_ring: s.a = 4e-3, s.b = 8e-3, s.c = 15e-3; break;
+  }
+  return s;
+}
+
+inline void fill_grid(CoordinateGrid& grid, const Points& points) {
+  std::vector<double> columns(3 * points.size());
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    columns[i] = points[i].x;
+    columns[i + points.size()] = points[i].y;
+    columns[i + 2 * points.size()] = points[i].z;
+  }
+  grid.CoordinateGridVector(columns.data(), static_cast<int>(points.size()));
+}
+
+/// Grid, rule and planes around one element.
+class Bench {
+ public:
+  Bench(Transducer& element, Medium& medium, const Points& points, int nodes)
+      : _element(element), _re(points.size(), 0.0), _im(points.size(), 0.0) {
+    fill_grid(_grid, points);
+    _rule.allocate_memory(nodes);
+    _rule.gauss_quadrature();
+    element.set_global_coordinate_grid(&_grid);
+    element.set_integral_pointer(&_rule);
+    element.set_medium(&medium);
+    element.set_complex_pressure_pointers(_re.data(), _im.data());
+  }
+  void set_planes(Complex value) {
+    _re.assign(_re.size(), value.real());
+    _im.assign(_im.size(), value.imag());
+  }
+  int call(Method method) { return (_element.*method)(); }
+  NumericalIntegration& rule() { return _rule; }
+  std::vector<Complex> field() const {
+    std::vector<Complex> field;
+    for (std::size_t i = 0; i < _re.size(); ++i) field.emplace_back(_re[i], _im[i]);
+    return field;
+  }
+
+ private:
+  Transducer& _element;
+  CoordinateGrid _grid;
+  NumericalIntegration _rule;
+  std::vector<double> _re, _im;
+};
+
+/// The field of `method` at global points, on planes that start at zero.
+inline std::vector<Complex> field(const Situation& situation, Method method, const Points& points) {
+  const auto element = situation.element();
+  Medium medium = situation.medium;
+  Bench bench(*element, medium, points, situation.nodes);
+  bench.call(method);
+  return bench.field();
+}
+
+inline double peak(const std::vector<Complex>& field) {
+  double largest = 0;
+  for (const Complex p : field) largest = std::max(largest, std::abs(p));
+  return largest;
+}
+
+/// Largest difference as a fraction of the peak of `expected`; infinite when only one is NaN.
+inline double difference(const std::vector<Complex>& actual, const std::vector<Complex>& expected) {
+  const auto nan = [](Complex p) { return std::isnan(p.real()) || std::isnan(p.imag()); };
+  double worst = 0, largest = 0;
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    if (nan(actual[i]) && nan(expected[i])) continue;
+    const double d = std::abs(actual[i] - expected[i]);
+    worst = std::isnan(d) ? HUGE_VAL : std::max(worst, d);
+    largest = std::max(largest, std::abs(expected[i]));
+  }
+  return worst == 0 ? 0 : worst / largest;
+}
+
+/// An element in random place and attitude, of random size and drive, in a random medium; and
+/// points around it, before and behind, next to and far from it.
+class RandomSituations {
+ public:
+  explicit RandomSituations(std::uint32_t seed) : _random(seed) {}
+
+  double between(double from, double to) {
+    return std::uniform_real_distribution<double>(from, to)(_random);
+  }
+
+  Situation next(ShapeKind shape, bool lossy) {
+    Situation s;
+    s.shape = shape;
+    s.a = between(2e-3, 9e-3);
+    s.b = shape == ShapeKind::rectangle ? between(2e-3, 14e-3) : s.a * between(1.2, 2.4);
+    s.c = s.b * between(1.1, 2.0);
+    s.amplitude = between(0.3, 2.0);
+    s.phase = between(-4, 4);
+    s.center = {between(-5e-3, 5e-3), between(-5e-3, 5e-3), between(-5e-3, 5e-3)};
+    s.euler = {between(-3, 3), between(-3, 3), between(-3, 3)};
+    s.profile = static_cast<int>(between(0, 5.99));
+    s.medium._f0 = between(0.4e6, 2.5e6);
+    s.medium._soundspeed = between(1400, 1650);
+    s.medium._rho_density = between(900, 1100);
+    s.medium._dBcmMHz = lossy ? between(0.1, 2.0) : 0;
+    s.nodes = static_cast<int>(between(3, 23.99));
+    return s;
+  }
+
+  Points points(const Situation& s, int count) {
+    Points points;
+    for (int i = 0; i < count; ++i) {
+      const double spread = i % 3 == 0 ? 6e-3 : 25e-3;
+      points.emplace_back(s.center.x + between(-spread, spread),
+                          s.center.y + between(-spread, spread),
+                          s.center.z + between(-spread, spread));
+    }
+    return points;
+  }
+
+ private:
+  std::mt19937 _random;
+};
+
+}  // namespace kestrel::test
