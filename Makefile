@@ -37,7 +37,7 @@ toolbox:
 .PHONY: demo
 demo: toolbox
 	@mkdir -p build/demo
-	@cd build/demo && octave-cli --norc --no-history --quiet \
+	@cd build/demo && LC_ALL=C.UTF-8 octave-cli --norc --no-history --quiet \
 	  --path $(CURDIR)/examples --path $(CURDIR)/build/toolbox --eval demo
 
 .PHONY: test
@@ -46,7 +46,7 @@ test:
 	@$(install) --try build test
 else
 test:
-	@$(install) build test octave
+	@$(install) build test octave valgrind
 endif
 	@$(call configure,release,-DKESTREL_OCTAVE=$(octave_option) -DKESTREL_TESTS=ON)
 	@$(call compile,release)
