@@ -69,10 +69,10 @@ INSTANTIATE_TEST_SUITE_P(
                  false, true},
         Accuracy{"rectangle_rayleigh_sse", ShapeKind::rectangle, &Transducer::rayleigh_cw_sse, 32,
                  2e-3, false, true},
-        Accuracy{"rectangle_radiator", ShapeKind::rectangle, &Transducer::radiator_cw, 32, 3e-3,
+        Accuracy{"rectangle_radiator", ShapeKind::rectangle, &Transducer::radiator_cw, 32, 6e-3,
                  false, true},
         Accuracy{"disc", ShapeKind::disc, &Transducer::fnm_cw, 64, 1e-12, true, true},
-        Accuracy{"disc_sse", ShapeKind::disc, &Transducer::fnm_cw_sse, 64, 1e-3, true, true},
+        Accuracy{"disc_sse", ShapeKind::disc, &Transducer::fnm_cw_sse, 64, 2e-3, true, true},
         Accuracy{"disc_rayleigh", ShapeKind::disc, &Transducer::rayleigh_cw, 256, 1e-4, false,
                  false},
         Accuracy{"disc_rayleigh_uniform", ShapeKind::disc, &Transducer::rayleigh_cw_apodized, 256,
@@ -201,8 +201,9 @@ TEST(Apodization, RayleighSumMatchesTheProfile) {
   for (const int uniform : {0, 5, -1}) {
     s.profile = uniform;
     EXPECT_EQ(peak(field(s, &Transducer::fnm_cw_apodized, kPoints)), 0);
-    EXPECT_EQ(field(s, &Transducer::rayleigh_cw_apodized, kPoints),
-              field(s, &Transducer::rayleigh_cw, kPoints));
+    EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw_apodized, kPoints),
+                         field(s, &Transducer::rayleigh_cw, kPoints)),
+              1e-13);
   }
 }
 
@@ -234,12 +235,16 @@ TEST(KeptBehaviour, TheShellsFourWideMethodFailsNearItsCentre) {
   Situation s = typical(ShapeKind::shell);
   s.nodes = 64;
   const auto error = [&](double off) {
-    const Points points = {{off, 0, s.b + off}};
+    Points points;
+    for (int i = 0; i < 24; ++i) {
+      const double angle = i * M_PI / 12;
+      points.emplace_back(off * std::sin(angle), 0, s.b + off * std::cos(angle));
+    }
     return difference(field(s, &Transducer::fnm_cw_sse, points),
                       field(s, &Transducer::fnm_cw, points));
   };
-  EXPECT_LE(error(1e-4), 4e-3);
-  EXPECT_GT(error(1e-6), 1e-2);
+  EXPECT_LE(error(1e-5), 4e-3);
+  EXPECT_GT(error(1e-7), 1e-2);
 }
 
 // ---- symmetries ----------------------------------------------------------------------------------
