@@ -4,8 +4,9 @@
 ///
 /// Straight-line double-precision code without calls, branches or tables, so that a loop around it
 /// vectorises. Accuracy (tests/rounding/wide_math_test.cpp holds the budgets): sine and cosine to
-/// 1.7e-16 absolute for |y| <= kPhaseLimit, the exponential to 2 units in the last place for
-/// |x| <= kExponentLimit. Outside those ranges callers use StandardMath.
+/// 1.7e-16 absolute (2.1e-16 without fused multiply-add) for |y| <= kPhaseLimit, the exponential to
+/// 2 units in the last place for |x| <= kExponentLimit. Outside those ranges callers use
+/// StandardMath.
 
 #include <bit>
 #include <cstdint>

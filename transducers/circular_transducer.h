@@ -29,8 +29,8 @@ class CircularTransducer : public Shape {
   /// instead of (0, a) and its angular weights carry a further pi, so that the result is -pi a times
   /// the pressure; `rayleigh_cw_apodized` gives the pressure itself.
   int fnm_cw_apodized() override;
-  /// Four nodes at a time in single precision: some 4e-4 of the peak. The last n mod 4 nodes do not
-  /// count; no amplitude gate.
+  /// Four nodes at a time in single precision: some 4e-4 of the peak, up to 2e-3 on the axis. The
+  /// last n mod 4 nodes do not count; no amplitude gate.
   int fnm_cw_sse() override;
   /// Rayleigh integral by the midpoint rule, n by n. With attenuation its waves GROW with distance:
   /// for a lossy medium use `rayleigh_cw_apodized` with profile 0.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -96,11 +97,12 @@ bool is_countable(const std::vector<mwSize>& dimensions) {
 /// An array with zero-filled data, owned by the running call; null without the memory.
 mxArray* create(std::vector<mwSize> dimensions, mxClassID class_id, bool is_complex = false) {
   if (!is_countable(dimensions) || !allocation_granted()) return nullptr;
-  auto* array = new mxArray;
-  array->class_id = class_id;
-  array->is_complex = is_complex;
-  array->dimensions = std::move(dimensions);
-  arrays().add(array);
+  auto made = std::make_unique<mxArray>();
+  made->class_id = class_id;
+  made->is_complex = is_complex;
+  made->dimensions = std::move(dimensions);
+  arrays().add(made.get());
+  mxArray* array = made.release();
   const std::size_t count = element_count(*array);
   const bool has_data = class_id != mxCELL_CLASS && class_id != mxSTRUCT_CLASS;
   if (has_data && count > 0) {

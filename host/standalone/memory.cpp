@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "host/standalone/mex.h"
 #include "host/standalone/registry.h"
@@ -117,9 +118,10 @@ bool allocation_granted() {
 void* allocate_block(std::size_t count, std::size_t size) {
   if (size != 0 && count > std::numeric_limits<std::ptrdiff_t>::max() / size) return nullptr;
   if (!allocation_granted()) return nullptr;
-  void* block = std::calloc(1, count * size != 0 ? count * size : 1);
-  if (block != nullptr) blocks().add(block);
-  return block;
+  std::unique_ptr<void, void (*)(void*)> block(
+      std::calloc(1, count * size != 0 ? count * size : 1), std::free);
+  if (block != nullptr) blocks().add(block.get());
+  return block.release();
 }
 
 CallScope::CallScope() : _outer(running_call), _id(++last_call) { running_call = _id; }

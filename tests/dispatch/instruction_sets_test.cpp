@@ -1,0 +1,140 @@
+// Every instruction set of this machine gives the field of the scalar path, wherever the points lie
+// and however many there are.
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "host/standalone/standalone_host.h"
+#include "numerics/instruction_set.h"
+#include "tests/support/reference_fields.h"
+
+namespace kestrel::test {
+namespace {
+
+constexpr InstructionSet kSets[] = {InstructionSet::scalar, InstructionSet::baseline,
+                                    InstructionSet::avx2, InstructionSet::avx512};
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+std::vector<Complex> field_on(InstructionSet set, const Situation& s, Method method,
+                              const Points& points) {
+  const ScopedInstructionSet scope(set);
+  EXPECT_TRUE(scope.chosen());
+  return field(s, method, points);
+}
+
+/// The same bits, where NaN equals NaN.
+bool same(Complex p, Complex q) {
+  const auto equal = [](double x, double y) { return x == y || (std::isnan(x) && std::isnan(y)); };
+  return equal(p.real(), q.real()) && equal(p.imag(), q.imag());
+}
+
+class InstructionSets : public testing::TestWithParam<InstructionSet> {
+  void SetUp() override {
+    if (!is_supported(GetParam())) GTEST_SKIP() << "this processor has no " << name(GetParam());
+  }
+  const standalone::Capture _quiet;
+};
+
+TEST_P(InstructionSets, AgreeWithTheScalarPath) {
+  constexpr std::uint32_t seed = 20250301;
+  for (const CwMethod& method : kCwMethods) {
+    if (!method.vectorised) continue;
+    const double tolerance = method.shape == ShapeKind::rectangle ? 1e-13 : 1e-12;
+    RandomSituations random(seed);
+    for (const bool lossy : {false, true}) {
+      for (int i = 0; i < 3; ++i) {
+        Situation s = random.next(method.shape, lossy);
+        s.profile = 2;
+        Points points = random.points(s, 513);
+        for (int j = 0; j < 40; ++j) points[7 * j].x = s.center.x;  // and on middle planes
+        if (i == 2) s.euler = {};
+        const auto expected = field_on(InstructionSet::scalar, s, method.method, points);
+        EXPECT_EQ(last_used_instruction_set(), InstructionSet::scalar);
+        const auto actual = field_on(GetParam(), s, method.method, points);
+        EXPECT_EQ(last_used_instruction_set(), GetParam()) << method.name;
+        EXPECT_LE(difference(actual, expected), tolerance) << method.name << ", seed " << seed;
+      }
+    }
+  }
+}
+
+// Phases and exponents beyond the range of the wide functions, and coordinates that are not numbers:
+// such points take the scalar path, and leave their neighbours where they were.
+TEST_P(InstructionSets, LeavePointsOutOfReachToTheScalarPath) {
+  RandomSituations random(5);
+  const Points far = {{0, 0, 800},          {1e4, 0, 1e5},  {0, 0, 1e200},     {kNan, 0, 0.01},
+                      {0, kNan, 0.01},      {0, 0, kNan},   {0, 0, kInfinity}, {kInfinity, 0, 1},
+                      {0, -kInfinity, 0.01}};
+  for (const CwMethod& method : kCwMethods) {
+    if (!method.vectorised) continue;
+    for (const bool lossy : {false, true}) {
+      Situation s = random.next(method.shape, lossy);
+      s.profile = 2;
+      s.center = s.euler = {};
+      const Points near = random.points(s, 7);
+      Points mixed;
+      for (std::size_t i = 0; i < far.size(); ++i) {
+        mixed.push_back(far[i]);
+        mixed.push_back(near[i % near.size()]);
+      }
+      const auto scalar = field_on(InstructionSet::scalar, s, method.method, far);
+      const auto alone = field_on(GetParam(), s, method.method, near);
+      const auto actual = field_on(GetParam(), s, method.method, mixed);
+      for (std::size_t i = 0; i < far.size(); ++i) {
+        EXPECT_TRUE(same(actual[2 * i], scalar[i])) << method.name << ", far point " << i;
+        EXPECT_TRUE(same(actual[2 * i + 1], alone[i % near.size()]))
+            << method.name << ", beside far point " << i;
+      }
+      // Constants that are not numbers.
+      s.medium._dBcmMHz = kNan;
+      EXPECT_TRUE(same(field_on(GetParam(), s, method.method, {{0, 0, 0.02}})[0], {kNan, kNan}))
+          << method.name;
+      s.medium._dBcmMHz = 0;
+      s.medium._soundspeed = kNan;
+      if (method.method != &Transducer::rayleigh_cw || method.shape != ShapeKind::disc) {
+        EXPECT_TRUE(same(field_on(GetParam(), s, method.method, {{0, 0, 0.02}})[0], {kNan, kNan}))
+            << method.name;
+      }
+    }
+  }
+}
+
+TEST_P(InstructionSets, GiveAPointTheSameValueInAnyCompany) {
+  RandomSituations random(23);
+  for (const CwMethod& method : kCwMethods) {
+    Situation s = random.next(method.shape, true);
+    s.profile = 3;
+    s.nodes = 5;
+    const Points points = random.points(s, 513);
+    const auto together = field_on(GetParam(), s, method.method, points);
+    for (const std::size_t count : {1, 3, 7, 257}) {
+      const std::size_t first = points.size() - count;
+      const auto some = field_on(GetParam(), s, method.method,
+                                 Points(points.begin() + static_cast<std::ptrdiff_t>(first),
+                                        points.end()));
+      for (std::size_t i = 0; i < count; ++i) {
+        ASSERT_TRUE(same(some[i], together[first + i])) << method.name << ", " << count;
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, InstructionSets, testing::ValuesIn(kSets),
+                         [](const auto& set) { return std::string(name(set.param)); });
+
+TEST(InstructionSetChoice, RefusesWhatTheProcessorLacks) {
+  const InstructionSet before = instruction_set();
+  EXPECT_TRUE(is_supported(before));
+  for (const InstructionSet set : kSets) {
+    const ScopedInstructionSet scope(set);
+    EXPECT_EQ(scope.chosen(), is_supported(set)) << name(set);
+    EXPECT_EQ(instruction_set(), is_supported(set) ? set : before);
+  }
+  EXPECT_EQ(instruction_set(), before);
+  EXPECT_TRUE(is_supported(InstructionSet::scalar) && is_supported(InstructionSet::baseline));
+}
+
+}  // namespace
+}  // namespace kestrel::test

@@ -1,0 +1,365 @@
+// What the continuous-wave methods compute, against physics: converged surface integrals, closed
+// forms, limits, symmetries. Errors are fractions of the peak over the points.
+
+#include <gtest/gtest.h>
+
+#include "host/standalone/standalone_host.h"
+#include "tests/support/situation.h"
+#include "tests/support/surface_integral.h"
+
+namespace kestrel::test {
+namespace {
+
+/// On the axis, under the face, beside and beyond it; a millimetre or more from every face, and two
+/// from the centre of curvature of the shells.
+const Points kPoints = {{0, 0, 12e-3},       {0, 0, 40e-3},      {1e-3, -1.5e-3, 5e-3},
+                        {2.2e-3, 3e-3, 8e-3}, {3e-3, 5e-3, 9e-3}, {5e-3, 0, 6e-3},
+                        {7e-3, 2e-3, 11e-3},  {0, 9e-3, 12e-3},   {15e-3, -9e-3, 25e-3},
+                        {4e-3, 4e-3, 17e-3},  {-3e-3, 1e-3, 60e-3}};
+
+std::vector<Complex> converged(const Situation& s, const Points& points) {
+  const SurfaceIntegral integral(s);
+  std::vector<Complex> field;
+  for (const Point p : points) field.push_back(integral(p));
+  return field;
+}
+
+struct Accuracy {
+  const char* name;
+  ShapeKind shape;
+  Method method;
+  int nodes;
+  double tolerance;
+  bool nearfield;  ///< a fast nearfield method: with loss, off by the factor 1 - j alpha/k
+  bool lossy;      ///< right in lossy media
+};
+
+class ConvergedIntegral : public testing::TestWithParam<Accuracy> {};
+
+TEST_P(ConvergedIntegral, IsReached) {
+  const standalone::Capture quiet;
+  const Accuracy& c = GetParam();
+  for (const double slope : {0.0, 1.5}) {
+    if (slope > 0 && !c.lossy) continue;
+    Situation s = typical(c.shape);
+    s.nodes = c.nodes;
+    s.amplitude = 1.3;
+    s.phase = 0.7;
+    s.medium._dBcmMHz = slope;
+    std::vector<Complex> expected = converged(s, kPoints);
+    const Complex g = propagation_constant(s.medium);
+    for (Complex& p : expected) p *= c.nearfield ? g / Complex(0, g.imag()) : 1.0;
+    const double error = difference(field(s, c.method, kPoints), expected);
+    EXPECT_LE(error, c.tolerance) << slope << " dB/(cm MHz)";
+    EXPECT_GE(error, c.tolerance / 100) << "the budget is too wide to watch anything";
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, ConvergedIntegral,
+    testing::Values(
+        Accuracy{"rectangle", ShapeKind::rectangle, &Transducer::fnm_cw, 64, 1e-12, true, true},
+        Accuracy{"rectangle_single", ShapeKind::rectangle, &Transducer::fnm_cw_single, 64, 2e-5,
+                 true, true},
+        Accuracy{"rectangle_sse", ShapeKind::rectangle, &Transducer::fnm_cw_sse, 64, 1.5e-3, true,
+                 true},
+        Accuracy{"rectangle_sse2", ShapeKind::rectangle, &Transducer::fnm_cw_sse2, 64, 1.5e-3, true,
+                 false},
+        Accuracy{"rectangle_rayleigh", ShapeKind::rectangle, &Transducer::rayleigh_cw, 32, 1e-12,
+                 false, true},
+        Accuracy{"rectangle_rayleigh_sse", ShapeKind::rectangle, &Transducer::rayleigh_cw_sse, 32,
+                 2e-3, false, true},
+        Accuracy{"rectangle_radiator", ShapeKind::rectangle, &Transducer::radiator_cw, 32, 6e-3,
+                 false, true},
+        Accuracy{"disc", ShapeKind::disc, &Transducer::fnm_cw, 64, 1e-12, true, true},
+        Accuracy{"disc_sse", ShapeKind::disc, &Transducer::fnm_cw_sse, 64, 2e-3, true, true},
+        Accuracy{"disc_rayleigh", ShapeKind::disc, &Transducer::rayleigh_cw, 256, 1e-4, false,
+                 false},
+        Accuracy{"disc_rayleigh_uniform", ShapeKind::disc, &Transducer::rayleigh_cw_apodized, 256,
+                 1e-4, false, true},
+        Accuracy{"disc_rayleigh_sse", ShapeKind::disc, &Transducer::rayleigh_cw_sse, 256, 2e-3,
+                 false, true},
+        Accuracy{"ring", ShapeKind::ring, &Transducer::fnm_cw, 64, 1e-12, true, true},
+        Accuracy{"ring_rayleigh", ShapeKind::ring, &Transducer::rayleigh_cw, 256, 1e-4, false,
+                 true},
+        Accuracy{"shell", ShapeKind::shell, &Transducer::fnm_cw, 96, 1e-12, true, true},
+        Accuracy{"shell_sse", ShapeKind::shell, &Transducer::fnm_cw_sse, 96, 1e-2, true, true},
+        Accuracy{"shell_rayleigh", ShapeKind::shell, &Transducer::rayleigh_cw, 256, 1e-4, false,
+                 true},
+        Accuracy{"shell_rayleigh_sse", ShapeKind::shell, &Transducer::rayleigh_cw_sse, 256, 4e-3,
+                 false, true},
+        Accuracy{"spherical_ring", ShapeKind::spherical_ring, &Transducer::fnm_cw, 96, 1e-12, true,
+                 true},
+        Accuracy{"spherical_ring_rayleigh", ShapeKind::spherical_ring, &Transducer::rayleigh_cw,
+                 256, 1e-4, false, true}),
+    [](const auto& accuracy) { return std::string(accuracy.param.name); });
+
+/// e^{-(alpha + jk)R}.
+Complex wave(const Medium& m, double r) { return std::exp(-propagation_constant(m) * r); }
+
+TEST(ClosedForms, DiscOnItsAxis) {
+  for (const double slope : {0.0, 1.0}) {
+    Situation s = typical(ShapeKind::disc);
+    s.medium._dBcmMHz = slope;
+    Points points;
+    std::vector<Complex> expected;
+    for (const double z : {0.0, 1e-4, 3e-3, 17e-3, 0.3}) {
+      points.emplace_back(0, 0, z);
+      expected.push_back(1.5e6 * (wave(s.medium, z) - wave(s.medium, std::hypot(z, s.a))));
+    }
+    EXPECT_LE(difference(field(s, &Transducer::fnm_cw, points), expected), 2e-13);
+  }
+}
+
+TEST(ClosedForms, ShellOnItsAxisAndAtTheCentreOfCurvature) {
+  for (const double slope : {0.0, 1.0}) {
+    Situation s = typical(ShapeKind::shell);
+    s.medium._dBcmMHz = slope;
+    const double rc = s.b, h = std::sqrt(rc * rc - s.a * s.a);
+    Points points;
+    std::vector<Complex> expected;
+    for (const double z : {0.0, 2e-3, 14e-3, 16e-3, 80e-3}) {
+      const double zeta = z - rc, rim = std::hypot(s.a, zeta + h);
+      points.emplace_back(0, 0, z);
+      expected.push_back(1.5e6 * rc / zeta * (wave(s.medium, rim) - wave(s.medium, z)));
+    }
+    EXPECT_LE(difference(field(s, &Transducer::fnm_cw, points), expected), 3e-13);
+    const Complex centre =
+        Complex(0, 2 * M_PI * 1000 * 1e6 * (rc - h)) * wave(s.medium, rc);
+    EXPECT_LE(difference(field(s, &Transducer::fnm_cw, {{0, 0, rc}}), {centre}), 3e-13);
+    EXPECT_EQ(field(s, &Transducer::fnm_cw_sse, {{0, 0, rc}}),
+              field(s, &Transducer::fnm_cw, {{0, 0, rc}}));
+  }
+}
+
+// From the apex the sphere's area element is 2 pi R dR; exact with loss too.
+TEST(ClosedForms, RayleighAtTheApexOfAShell) {
+  Situation s = typical(ShapeKind::shell);
+  s.medium._dBcmMHz = 2;
+  s.medium._f0 = 3e6;
+  const Complex g = propagation_constant(s.medium);
+  const double chord = 2 * s.b * std::sin(std::asin(s.a / s.b) / 2);
+  const Complex expected =
+      Complex(0, 3e6 * 1000) * (2 * M_PI * (1.0 - std::exp(-g * chord)) / g);
+  for (const Method method : {&Transducer::rayleigh_cw, &Transducer::rayleigh_cw_sse}) {
+    EXPECT_LE(difference(field(s, method, {{0, 0, 0}}), {expected}), 3e-13);
+  }
+}
+
+// The Fraunhofer field's error falls as 1/r.
+TEST(Limits, FarFieldOfARectangle) {
+  Situation s = typical(ShapeKind::rectangle);
+  s.nodes = 64;
+  std::vector<double> errors;
+  for (const double r : {0.5, 1.0, 2.0}) {
+    Points points;
+    for (const double theta : {0.0, 0.1, 0.25, 0.5, 1.0}) {
+      for (const double phi : {0.0, 0.6, 1.57}) {
+        points.emplace_back(r * std::sin(theta) * std::cos(phi),
+                            r * std::sin(theta) * std::sin(phi), r * std::cos(theta));
+      }
+    }
+    errors.push_back(difference(field(s, &Transducer::farfield_cw, points),
+                                field(s, &Transducer::fnm_cw, points)));
+  }
+  EXPECT_NEAR(errors[1], 2.4e-2, 0.3e-2);
+  EXPECT_NEAR(errors[0] / errors[1], 2, 0.1);
+  EXPECT_NEAR(errors[1] / errors[2], 2, 0.1);
+}
+
+TEST(Limits, RadiatorsConvergeAsTheSquareOfTheirNumber) {
+  Situation s = typical(ShapeKind::rectangle);
+  const auto exact = converged(s, kPoints);
+  const auto error = [&](int n) {
+    s.nodes = n;
+    return difference(field(s, &Transducer::radiator_cw, kPoints), exact);
+  };
+  EXPECT_NEAR(error(16) / error(32), 4, 0.4);
+  EXPECT_NEAR(error(32) / error(64), 4, 0.4);
+  s.nodes = 1;
+  EXPECT_LE(difference(field(s, &Transducer::radiator_cw, kPoints),
+                       field(s, &Transducer::farfield_cw, kPoints)),
+            1e-14);
+}
+
+TEST(Apodization, RayleighSumMatchesTheProfile) {
+  Situation s = typical(ShapeKind::disc);
+  s.nodes = 256;
+  for (const int profile : {1, 2, 3, 4}) {
+    s.profile = profile;
+    const SurfaceIntegral integral(
+        s, [&](double rho) { return piston_apodization::evaluate(profile, rho, s.a); });
+    std::vector<Complex> expected;
+    for (const Point p : kPoints) expected.push_back(integral(p));
+    EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw_apodized, kPoints), expected), 1e-4);
+    if (profile != 2) continue;
+    // The nearfield form carries -pi a; only the raised cosine, which has no corner on the rim,
+    // converges fast enough to show it.
+    for (Complex& p : expected) p *= -M_PI * s.a;
+    EXPECT_LE(difference(field(s, &Transducer::fnm_cw_apodized, kPoints), expected), 7.5e-5);
+  }
+  for (const int uniform : {0, 5, -1}) {
+    s.profile = uniform;
+    EXPECT_EQ(peak(field(s, &Transducer::fnm_cw_apodized, kPoints)), 0);
+    EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw_apodized, kPoints),
+                         field(s, &Transducer::rayleigh_cw, kPoints)),
+              1e-13);
+  }
+}
+
+// Kept behaviour that a user must know of.
+TEST(KeptBehaviour, TheDiscsRayleighSumGrowsWithLoss) {
+  Situation s = typical(ShapeKind::disc);
+  s.medium._dBcmMHz = 1.0;
+  Situation gain = s;
+  gain.medium._dBcmMHz = -1.0;
+  const Points points = {{0, 0, 50e-3}, {2e-3, 1e-3, 80e-3}};
+  const auto growing = field(s, &Transducer::rayleigh_cw, points);
+  EXPECT_LE(difference(growing, field(gain, &Transducer::rayleigh_cw_apodized, points)), 1e-13);
+  EXPECT_GT(std::abs(growing[1]),
+            2 * std::abs(field(s, &Transducer::rayleigh_cw_apodized, points)[1]));
+}
+
+TEST(KeptBehaviour, OneFourWideMethodAttenuatesItsDirectTermOnly) {
+  Situation s = typical(ShapeKind::rectangle);
+  const auto error = [&](double slope) {
+    s.medium._dBcmMHz = slope;
+    return difference(field(s, &Transducer::fnm_cw_sse2, kPoints),
+                      field(s, &Transducer::fnm_cw_single, kPoints));
+  };
+  EXPECT_LE(error(0), 2e-3);
+  EXPECT_GT(error(1), 2e-2);
+}
+
+TEST(KeptBehaviour, TheShellsFourWideMethodFailsNearItsCentre) {
+  Situation s = typical(ShapeKind::shell);
+  s.nodes = 64;
+  const auto error = [&](double off) {
+    Points points;
+    for (int i = 0; i < 24; ++i) {
+      const double angle = i * M_PI / 12;
+      points.emplace_back(off * std::sin(angle), 0, s.b + off * std::cos(angle));
+    }
+    return difference(field(s, &Transducer::fnm_cw_sse, points),
+                      field(s, &Transducer::fnm_cw, points));
+  };
+  EXPECT_LE(error(1e-5), 4e-3);
+  EXPECT_GT(error(1e-7), 1e-2);
+}
+
+// ---- symmetries ----------------------------------------------------------------------------------
+
+TEST(Symmetries, MirroredPointsHearTheSame) {
+  for (const ShapeKind shape : kShapes) {
+    const Situation s = typical(shape);
+    for (const Point p : kPoints) {
+      const auto mirrored = field(s, &Transducer::fnm_cw,
+                                  {p, {-p.x, p.y, p.z}, {p.x, -p.y, p.z}, {-p.x, -p.y, p.z}});
+      for (const Complex q : mirrored) EXPECT_LE(std::abs(q - mirrored[0]), 1e-13 * 3e6);
+    }
+  }
+}
+
+TEST(Symmetries, ATurnedElementTurnsItsField) {
+  RandomSituations random(99);
+  for (const ShapeKind shape : kShapes) {
+    const Situation s = typical(shape);
+    Situation turned = s;
+    turned.center = {1e-3, -2e-3, 5e-3};
+    turned.euler = {random.between(-3, 3), random.between(-3, 3), random.between(-3, 3)};
+    const auto element = turned.element();
+    element->InitializeRotationMatrix();
+    // The transposed matrix, column by column.
+    const Point o = turned.center;
+    const Point rows[3] = {element->rotateTranslate({o.x + 1, o.y, o.z}),
+                           element->rotateTranslate({o.x, o.y + 1, o.z}),
+                           element->rotateTranslate({o.x, o.y, o.z + 1})};
+    Points points;
+    for (const Point p : kPoints) {
+      const auto along = [&](Point r) { return r.x * p.x + r.y * p.y + r.z * p.z; };
+      points.emplace_back(o.x + along(rows[0]), o.y + along(rows[1]), o.z + along(rows[2]));
+    }
+    EXPECT_LE(difference(field(turned, &Transducer::fnm_cw, points),
+                         field(s, &Transducer::fnm_cw, kPoints)),
+              1e-12);
+  }
+}
+
+// An element adds to what the planes hold, so parts of a face sum to the whole.
+TEST(Superposition, PartsMakeTheWhole) {
+  const auto with = [](Situation s, double a, double b, double x = 0) {
+    s.a = a;
+    s.b = b;
+    s.center.x = x;
+    s.nodes = 64;
+    return s;
+  };
+  const Situation rectangle = typical(ShapeKind::rectangle), disc = typical(ShapeKind::disc);
+  const Situation shell = typical(ShapeKind::shell), ring = typical(ShapeKind::ring);
+  const Situation zone = with(typical(ShapeKind::spherical_ring), 4e-3, 8e-3);
+  const struct {
+    Situation whole, one, other;
+  } cases[] = {
+      {with(rectangle, 6e-3, 10e-3), with(rectangle, 2e-3, 10e-3, -2e-3),
+       with(rectangle, 4e-3, 10e-3, 1e-3)},
+      {with(disc, 6e-3, 0), with(disc, 3e-3, 0), with(ring, 3e-3, 6e-3)},
+      {with(shell, 8e-3, 15e-3), with(shell, 4e-3, 15e-3), zone},
+      {with(ring, 0, 6e-3), with(disc, 6e-3, 0), with(ring, 4e-3, 4e-3)},
+      {with(ring, -1e-3, 6e-3), with(disc, 6e-3, 0), with(ring, 4e-3, 4e-3)},
+      {with(zone, 0, 8e-3), with(shell, 8e-3, 15e-3), with(zone, 4e-3, 4e-3)},
+  };
+  for (const auto& c : cases) {
+    Medium medium = lossless_medium();
+    medium._dBcmMHz = 1;
+    const auto one = c.one.element(), other = c.other.element();
+    std::vector<Complex> sum;
+    {
+      Bench bench(*one, medium, kPoints, 64);
+      bench.set_planes({2, -3});
+      EXPECT_EQ(bench.call(&Transducer::fnm_cw), 0);
+      sum = bench.field();
+      Bench second(*other, medium, kPoints, 64);
+      EXPECT_EQ(second.call(&Transducer::fnm_cw), 0);
+      for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += second.field()[i] - Complex(2, -3);
+    }
+    Situation whole = c.whole;
+    whole.medium = medium;
+    EXPECT_LE(difference(sum, field(whole, &Transducer::fnm_cw, kPoints)), 2e-12);
+  }
+}
+
+// What one face pushes on another does not depend on which of them radiates.
+TEST(Reciprocity, BetweenARectangleAndADiscThatFaceEachOther) {
+  const Situation rectangle = typical(ShapeKind::rectangle);
+  Situation disc = typical(ShapeKind::disc);
+  disc.center = {3e-3, -1e-3, 20e-3};
+  disc.euler = {M_PI, 0, 0};  // about y: looks back
+  NumericalIntegration rule;
+  rule.allocate_memory(40);
+  rule.gauss_quadrature();
+  Points on_rectangle, on_disc;
+  std::vector<double> of_rectangle, of_disc;
+  for (int i = 0; i < 40; ++i) {
+    for (int j = 0; j < 40; ++j) {
+      const double u = rule.get_abscissa(i), v = rule.get_abscissa(j);
+      const double weight = rule.get_weight(i) * rule.get_weight(j);
+      on_rectangle.emplace_back(u * rectangle.a / 2, v * rectangle.b / 2, 0);
+      of_rectangle.push_back(weight * rectangle.a * rectangle.b / 4);
+      const double radius = (u + 1) / 2 * disc.a, angle = (v + 1) * M_PI;
+      on_disc.emplace_back(disc.center.x + radius * std::cos(angle),
+                           disc.center.y + radius * std::sin(angle), disc.center.z);
+      of_disc.push_back(weight * disc.a / 2 * M_PI * radius);
+    }
+  }
+  const auto force = [](const std::vector<Complex>& pressure, const std::vector<double>& area) {
+    Complex sum = 0;
+    for (std::size_t i = 0; i < area.size(); ++i) sum += pressure[i] * area[i];
+    return sum;
+  };
+  const Complex onto_disc = force(field(rectangle, &Transducer::fnm_cw, on_disc), of_disc);
+  const Complex back = force(field(disc, &Transducer::fnm_cw, on_rectangle), of_rectangle);
+  EXPECT_LE(std::abs(onto_disc - back), 1e-11 * std::abs(back));
+}
+
+}  // namespace
+}  // namespace kestrel::test
