@@ -7,9 +7,8 @@
 /// compared with the scalar path of the double method that they approximate. The program ends with
 /// a table in Markdown.
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
+#include <benchmark/benchmark.h>
 #include <chrono>
 #include <complex>
 #include <cstdio>
@@ -46,8 +45,9 @@ struct Subject {
   const char* method;
   Method run;
   std::function<std::unique_ptr<Transducer>()> make;
-  double plane_y = 1.1 * mm;  ///< 0: the symmetry plane, where a rectangle's integrals come in pairs
-  bool every_pair = false;    ///< n^2 terms a point
+  double plane_y =
+      1.1 * mm;             ///< 0: the symmetry plane, where a rectangle's integrals come in pairs
+  bool every_pair = false;  ///< n^2 terms a point
   Method counterpart = nullptr;  ///< of a four-wide method: the double method it approximates
   bool one_path = false;         ///< no vector path
 
@@ -176,8 +176,8 @@ void measure(benchmark::State& state, const Subject& subject, int nodes, bool lo
   const standalone::Capture quiet;  // one method prints its number of nodes
   Scene scene(subject, nodes, lossy);
   const Method scalar = subject.counterpart != nullptr ? subject.counterpart : subject.run;
-  const double off = difference(scene.field(subject.run, set),
-                                scene.field(scalar, InstructionSet::scalar));
+  const double off =
+      difference(scene.field(subject.run, set), scene.field(scalar, InstructionSet::scalar));
   for (auto _ : state) {
     std::vector<double> fast, ratios;
     const auto start = std::chrono::steady_clock::now();

@@ -40,7 +40,8 @@ constexpr double kWavelength = kSpeed / kFrequency;
 constexpr double kLoss = 1;  // dB/(cm MHz), wherever a study says "lossy"
 constexpr double mm = 1e-3;
 
-// ---- output --------------------------------------------------------------------------------------
+// ---- output
+// --------------------------------------------------------------------------------------
 
 template <class... Arguments>
 std::string text(const char* format, Arguments... arguments) {
@@ -115,7 +116,8 @@ class Results {
   std::map<std::string, std::string> _texts;
 };
 
-// ---- fields --------------------------------------------------------------------------------------
+// ---- fields
+// --------------------------------------------------------------------------------------
 
 Medium fluid(double dB_per_cm_MHz) {
   Medium medium;
@@ -176,7 +178,8 @@ double error(const Field& field, const Field& exact, Complex factor = 1) {
   return worst / peak(exact);
 }
 
-// ---- what is measured ----------------------------------------------------------------------------
+// ---- what is measured
+// ----------------------------------------------------------------------------
 
 struct NamedMethod {
   const char* name;
@@ -241,9 +244,8 @@ Reference rectangle_reference(double width, double height) {
   };
 }
 Reference less(Reference whole, Reference hole) {
-  return [=](const Medium& m, CartesianCoordinate p, int n) {
-    return whole(m, p, n) - hole(m, p, n);
-  };
+  return
+      [=](const Medium& m, CartesianCoordinate p, int n) { return whole(m, p, n) - hole(m, p, n); };
 }
 
 /// In front of a cap and at least `gap` away from it.
@@ -251,7 +253,8 @@ std::function<bool(const CartesianCoordinate&)> clear_of_cap(double a, double rc
   return [=](const CartesianCoordinate& p) {
     const double r = std::hypot(p.x, p.y), depth = std::sqrt(rc * rc - a * a);
     const bool in_bowl = p.z < rc - depth;
-    return in_bowl ? rc - std::hypot(r, p.z - rc) >= gap : std::hypot(r - a, p.z - rc + depth) >= gap;
+    return in_bowl ? rc - std::hypot(r, p.z - rc) >= gap
+                   : std::hypot(r - a, p.z - rc + depth) >= gap;
   };
 }
 
@@ -311,12 +314,12 @@ std::vector<Subject> subjects() {
   };
 }
 
-// ---- studies -------------------------------------------------------------------------------------
+// ---- studies
+// -------------------------------------------------------------------------------------
 
 /// Error against the number of nodes: one figure, one table lossless and one lossy per shape.
 void study_convergence(Results& results, const Subject& subject) {
-  static const std::vector<int> kNodes{4,  8,  12, 16, 20,  24,  28,  32,
-                                       40, 48, 64, 96, 128, 192, 256};
+  static const std::vector<int> kNodes{4, 8, 12, 16, 20, 24, 28, 32, 40, 48, 64, 96, 128, 192, 256};
   static const std::vector<int> kShown{8, 16, 32, 64, 128, 256};
   std::ofstream data = results.file(text("convergence_%s.dat", subject.name));
   for (const double loss : {0.0, kLoss}) {
@@ -358,9 +361,9 @@ void study_reference(Results& results, const std::vector<Subject>& all) {
   for (const Subject& subject : all) {
     for (const double loss : {0.0, kLoss}) {
       for (const Zone& zone : subject.zones) {
-        worst = std::max(worst, error(evaluate(subject.exact, fluid(loss), zone.points,
-                                               2 * reference::kNodes),
-                                      evaluate(subject.exact, fluid(loss), zone.points)));
+        worst = std::max(
+            worst, error(evaluate(subject.exact, fluid(loss), zone.points, 2 * reference::kNodes),
+                         evaluate(subject.exact, fluid(loss), zone.points)));
       }
     }
   }
@@ -395,10 +398,12 @@ void study_reference(Results& results, const std::vector<Subject>& all) {
       Field closed;
       for (const auto& p : form.points) closed.push_back(form.closed(medium, p.z));
       reference_cells.push_back(
-          at_centre ? "-" : number(error(evaluate(form.subject.exact, medium, form.points), closed)));
+          at_centre ? "-"
+                    : number(error(evaluate(form.subject.exact, medium, form.points), closed)));
       const Complex factor = at_centre ? 1 : loss_factor(medium);
-      method_cells.push_back(number(error(
-          run(*form.subject.element, &Transducer::fnm_cw, medium, form.points, 64), closed, factor)));
+      method_cells.push_back(
+          number(error(run(*form.subject.element, &Transducer::fnm_cw, medium, form.points, 64),
+                       closed, factor)));
     }
     row.insert(row.end(), reference_cells.begin(), reference_cells.end());
     row.insert(row.end(), method_cells.begin(), method_cells.end());
@@ -407,7 +412,8 @@ void study_reference(Results& results, const std::vector<Subject>& all) {
   results.set("closed_forms", table.str());
 }
 
-// ---- how many nodes ------------------------------------------------------------------------------
+// ---- how many nodes
+// ------------------------------------------------------------------------------
 
 /// Number of nodes for an element of s wavelengths: slope s + offset, at least `least`.
 struct NodeRule {
@@ -440,7 +446,9 @@ Points in_front(double s, const std::function<bool(const CartesianCoordinate&)>&
 
 Subject rectangle_of(double width, double height) {
   const double w = width * kWavelength, h = height * kWavelength;
-  return {"", make<RectangularTransducer>(w, h), rectangle_reference(w, h),
+  return {"",
+          make<RectangularTransducer>(w, h),
+          rectangle_reference(w, h),
           {{"fnm_cw", &Transducer::fnm_cw, true}},
           {{"", in_front(std::max(width, height))}}};
 }
@@ -452,37 +460,41 @@ std::vector<Family> families() {
     const NamedMethod method{"fnm_cw", &Transducer::fnm_cw, true};
     const Points points = in_front(s, clear_of_cap(a, rc, kWavelength / 2));
     if (inner == 0) {
-      return Subject{"", make<SphericalTransducer>(a, rc), cap_reference(a, rc), {method},
-                     {{"", points}}};
+      return Subject{
+          "", make<SphericalTransducer>(a, rc), cap_reference(a, rc), {method}, {{"", points}}};
     }
-    return Subject{"", make<SphericalRingTransducer>(inner * a, a, rc),
-                   less(cap_reference(a, rc), cap_reference(inner * a, rc)), {method},
+    return Subject{"",
+                   make<SphericalRingTransducer>(inner * a, a, rc),
+                   less(cap_reference(a, rc), cap_reference(inner * a, rc)),
+                   {method},
                    {{"", points}}};
   };
   const NamedMethod fnm{"fnm_cw", &Transducer::fnm_cw, true};
   return {
-      {"rectangle, square", "side", [](double s) { return rectangle_of(s, s); },
-       kRectangleRules},
+      {"rectangle, square", "side", [](double s) { return rectangle_of(s, s); }, kRectangleRules},
       {"rectangle, 1:4", "longer side", [](double s) { return rectangle_of(s / 4, s); },
        kRectangleRules},
       {"disc", "diameter",
        [=](double s) {
-         return Subject{"", make<CircularTransducer>(radius(s)), disc_reference(radius(s)), {fnm},
+         return Subject{"",
+                        make<CircularTransducer>(radius(s)),
+                        disc_reference(radius(s)),
+                        {fnm},
                         {{"", in_front(s)}}};
        },
        kRoundRules},
       {"ring, radii 1:2", "outer diameter",
        [=](double s) {
          const double b = radius(s);
-         return Subject{"", make<RingTransducer>(b / 2, b),
-                        less(disc_reference(b), disc_reference(b / 2)), {fnm},
+         return Subject{"",
+                        make<RingTransducer>(b / 2, b),
+                        less(disc_reference(b), disc_reference(b / 2)),
+                        {fnm},
                         {{"", in_front(s)}}};
        },
        kRoundRules},
-      {"shell, f/1", "diameter", [=](double s) { return shell(s, 1, 0); },
-       kRoundRules},
-      {"shell, f/0.6", "diameter", [=](double s) { return shell(s, 0.6, 0); },
-       kRoundRules},
+      {"shell, f/1", "diameter", [=](double s) { return shell(s, 1, 0); }, kRoundRules},
+      {"shell, f/0.6", "diameter", [=](double s) { return shell(s, 0.6, 0); }, kRoundRules},
       {"spherical ring, f/1, radii 1:2", "outer diameter",
        [=](double s) { return shell(s, 1, 0.5); }, kRoundRules},
   };
@@ -545,7 +557,8 @@ void study_nodes(Results& results) {
 void study_closeness(Results& results) {
   constexpr double s = 8;
   const std::vector<Family> all = families();
-  Table table({"height above the face, wavelengths", "rectangle, 1e-3", "1e-6", "disc, 1e-3", "1e-6"});
+  Table table(
+      {"height above the face, wavelengths", "rectangle, 1e-3", "1e-6", "disc, 1e-3", "1e-6"});
   for (const double height : {1.0, 0.5, 0.2, 0.1, 0.05, 0.0}) {
     std::vector<std::string> row{text("%g", height)};
     for (const Family* family : {&all[0], &all[2]}) {
@@ -564,12 +577,13 @@ void study_closeness(Results& results) {
   results.set("closeness", table.str());
 }
 
-// ---- loss ----------------------------------------------------------------------------------------
+// ---- loss
+// ----------------------------------------------------------------------------------------
 
 void study_loss(Results& results, const std::vector<Subject>& all) {
   std::ofstream data = results.file("loss.dat");
-  Table table({"dB/(cm MHz)", "alpha/k", "rectangle", "circular", "ring", "shell",
-               "spherical ring"});
+  Table table(
+      {"dB/(cm MHz)", "alpha/k", "rectangle", "circular", "ring", "shell", "spherical ring"});
   for (const double loss : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0}) {
     const Medium medium = fluid(loss);
     const double ratio = reference::attenuation(medium) / reference::wavenumber(medium);
@@ -594,15 +608,14 @@ void study_loss(Results& results, const std::vector<Subject>& all) {
   const Medium medium = fluid(kLoss);
   Points axis;
   for (int i = 1; i <= 240; ++i) axis.emplace_back(0, 0, i * 0.5 * mm);
-  const Field columns[] = {
-      evaluate(disc.exact, medium, axis),
-      run(*disc.element, &Transducer::fnm_cw, medium, axis, 64),
-      run(*disc.element, &Transducer::rayleigh_cw, medium, axis, 256),
-      run(*disc.element, &Transducer::rayleigh_cw_apodized, medium, axis, 256),
-      evaluate(rectangle.exact, medium, axis),
-      run(*rectangle.element, &Transducer::fnm_cw_single, medium, axis, 64),
-      run(*rectangle.element, &Transducer::fnm_cw_sse2, medium, axis, 64),
-      evaluate(rectangle.exact, fluid(0), axis)};
+  const Field columns[] = {evaluate(disc.exact, medium, axis),
+                           run(*disc.element, &Transducer::fnm_cw, medium, axis, 64),
+                           run(*disc.element, &Transducer::rayleigh_cw, medium, axis, 256),
+                           run(*disc.element, &Transducer::rayleigh_cw_apodized, medium, axis, 256),
+                           evaluate(rectangle.exact, medium, axis),
+                           run(*rectangle.element, &Transducer::fnm_cw_single, medium, axis, 64),
+                           run(*rectangle.element, &Transducer::fnm_cw_sse2, medium, axis, 64),
+                           evaluate(rectangle.exact, fluid(0), axis)};
   for (std::size_t i = 0; i < axis.size(); ++i) {
     axial << axis[i].z / mm;
     for (const Field& column : columns) axial << ' ' << std::abs(column[i]) / 1e6;
@@ -639,7 +652,8 @@ void study_unset_frequency(Results& results, const std::vector<Subject>& all) {
   results.set("unset_frequency", table.str());
 }
 
-// ---- where single methods end --------------------------------------------------------------------
+// ---- where single methods end
+// --------------------------------------------------------------------
 
 void study_far_field(Results& results, const Subject& rectangle) {
   std::ofstream data = results.file("farfield.dat");
@@ -676,8 +690,7 @@ void study_focus(Results& results, const Subject& shell) {
     Points points;
     for (int i = 0; i < 16; ++i) {
       const double polar = (i + 0.5) * std::numbers::pi / 16;
-      points.emplace_back(distance * std::sin(polar), 0,
-                          kCurvature + distance * std::cos(polar));
+      points.emplace_back(distance * std::sin(polar), 0, kCurvature + distance * std::cos(polar));
     }
     const Field exact = evaluate(shell.exact, medium, points);
     std::vector<std::string> row{text("%g mm", distance / mm)};
@@ -731,7 +744,8 @@ void study_apodized(Results& results, const Subject& disc) {
   results.set("apodized", table.str());
 }
 
-// ---- maps ----------------------------------------------------------------------------------------
+// ---- maps
+// ----------------------------------------------------------------------------------------
 
 /// The rectangle's field in the plane x = 0 and the errors of three methods in it.
 void map_rectangle(Results& results, const Subject& rectangle) {

@@ -169,7 +169,8 @@ Complex cap_on_axis(double a, double rc, const Medium& medium, double z) {
   const Complex prefactor = rayleigh_prefactor(medium) * (2 * pi);
   if (zeta == 0) return prefactor * (rc - h) * std::exp(-gamma * rc);
   const double rim = std::hypot(a, zeta + h);
-  return prefactor * (rc / zeta) / gamma * (std::exp(-gamma * rim) - std::exp(-gamma * std::abs(z)));
+  return prefactor * (rc / zeta) / gamma *
+         (std::exp(-gamma * rim) - std::exp(-gamma * std::abs(z)));
 }
 
 }  // namespace kestrel::reference

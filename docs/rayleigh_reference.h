@@ -18,9 +18,9 @@
 
 namespace kestrel::reference {
 
-/// Nodes of each of the one to three pieces of an integral, besides what their length in wavelengths
-/// asks for. The page is made with this many and again with twice as many, and says by how much the
-/// two differ.
+/// Nodes of each of the one to three pieces of an integral, besides what their length in
+/// wavelengths asks for. The page is made with this many and again with twice as many, and says by
+/// how much the two differ.
 inline constexpr int kNodes = 384;
 
 /// Pressures at a point in the element's frame, for a face velocity of 1 m/s.

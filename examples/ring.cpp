@@ -28,9 +28,9 @@ int main() {
   ring.set_complex_pressure_pointers(ring_re.data(), ring_im.data());
   disc.set_complex_pressure_pointers(sum_re.data(), sum_im.data());
   hole.set_complex_pressure_pointers(sum_re.data(), sum_im.data());
-  for (kestrel::Transducer* element : {static_cast<kestrel::Transducer*>(&ring),
-                                       static_cast<kestrel::Transducer*>(&disc),
-                                       static_cast<kestrel::Transducer*>(&hole)}) {
+  for (kestrel::Transducer* element :
+       {static_cast<kestrel::Transducer*>(&ring), static_cast<kestrel::Transducer*>(&disc),
+        static_cast<kestrel::Transducer*>(&hole)}) {
     element->set_medium(&water);
     element->set_global_coordinate_grid(&plane);
     element->set_integral_pointer(&rule);

@@ -1,5 +1,5 @@
-/// An annular array on a bowl: three spherical rings with one centre of curvature. Driven alike they
-/// add up there; driven 120 degrees apart they leave nothing.
+/// An annular array on a bowl: three spherical rings with one centre of curvature. Driven alike
+/// they add up there; driven 120 degrees apart they leave nothing.
 
 #include <cmath>
 #include <cstdio>
