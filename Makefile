@@ -23,6 +23,7 @@ help:
 	@echo "make test     all tests, C++ and Octave (make test OCTAVE=off: C++ only)"
 	@echo "make toolbox  the toolbox folder to add to the Octave path: build/toolbox"
 	@echo "make bench    the benchmarks"
+	@echo "make docs     measure docs/accuracy.md and its figures again"
 	@echo "make asan     the C++ tests under the address and undefined-behaviour sanitizers"
 	@echo "make tsan     the C++ tests under the thread sanitizer"
 	@echo "make format   reformat the C++ sources; make tidy: look for faults in them"
@@ -57,6 +58,12 @@ bench:
 	@$(install) build bench
 	@$(call configure,release,-DKESTREL_BENCH=ON)
 	@$(call compile,release) --target bench
+
+.PHONY: docs
+docs:
+	@$(install) build docs
+	@$(call configure,release)
+	@$(call compile,release) --target docs
 
 .PHONY: asan tsan
 asan tsan:
