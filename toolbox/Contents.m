@@ -14,7 +14,13 @@
 %   kestrel.shell_ring      - Ring cut from a spherically curved, focusing element.
 %   kestrel.linear_array    - Row of equal rectangular elements along x.
 %   kestrel.planar_array    - Lattice of equal rectangular elements in a plane.
-%   kestrel.focus           - Sets the phases of an array so that it focuses at a point.
+%   kestrel.curved_array    - Row of rectangular elements on an arc of a cylinder.
+%   kestrel.annular_array   - Concentric rings, flat or cut from a bowl.
+%   kestrel.bowl_array      - Discs on a spherical bowl, all facing its centre.
+%   kestrel.join            - Joins arrays of any shapes to one.
+%   kestrel.focus           - Sets the phases of an array for a focus, or several.
+%   kestrel.steer           - Sets the phases of an array for a plane wave in a direction.
+%   kestrel.apodize         - Weights the amplitudes of an array over its aperture.
 %
 % Fields
 %   kestrel.cw_field        - Continuous-wave pressure field of an array of elements.
