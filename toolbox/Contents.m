@@ -25,7 +25,10 @@
 % Fields
 %   kestrel.cw_field        - Continuous-wave pressure field of an array of elements.
 %   fnm_cw_single           - The compiled entry, for one element.
+%   kestrel.intensity       - Intensity of a field, as of a plane wave.
+%   kestrel.beam_metrics    - Peak, widths and side lobes of a field on a regular grid.
+%   kestrel.selftest        - Checks the installation against known fields.
 %
 % Pictures
-%   kestrel.show_field      - Picture of a field on a plane of a regular grid.
+%   kestrel.show_field      - Picture of a field on a plane of a regular grid, or in a volume.
 %   kestrel.show_array      - Picture of the elements of an array in space.
