@@ -14,12 +14,21 @@
 %   kestrel.shell_ring      - Ring cut from a spherically curved, focusing element.
 %   kestrel.linear_array    - Row of equal rectangular elements along x.
 %   kestrel.planar_array    - Lattice of equal rectangular elements in a plane.
-%   kestrel.focus           - Sets the phases of an array so that it focuses at a point.
+%   kestrel.curved_array    - Row of rectangular elements on an arc of a cylinder.
+%   kestrel.annular_array   - Concentric rings, flat or cut from a bowl.
+%   kestrel.bowl_array      - Discs on a spherical bowl, all facing its centre.
+%   kestrel.join            - Joins arrays of any shapes to one.
+%   kestrel.focus           - Sets the phases of an array for a focus, or several.
+%   kestrel.steer           - Sets the phases of an array for a plane wave in a direction.
+%   kestrel.apodize         - Weights the amplitudes of an array over its aperture.
 %
 % Fields
 %   kestrel.cw_field        - Continuous-wave pressure field of an array of elements.
 %   fnm_cw_single           - The compiled entry, for one element.
+%   kestrel.intensity       - Intensity of a field, as of a plane wave.
+%   kestrel.beam_metrics    - Peak, widths and side lobes of a field on a regular grid.
+%   kestrel.selftest        - Checks the installation against known fields.
 %
 % Pictures
-%   kestrel.show_field      - Picture of a field on a plane of a regular grid.
+%   kestrel.show_field      - Picture of a field on a plane of a regular grid, or in a volume.
 %   kestrel.show_array      - Picture of the elements of an array in space.

@@ -26,11 +26,12 @@ function fields()
   image = picture(@(file) kestrel.show_field(p, grid, 'file', file, 'slice', 'y', 'at', 2.2e-3, ...
                                              'scale', 'linear', 'title', 'A corner'));
   expect_bright_at_top_right(image, 'slice of a volume');
-  image = picture(@(file) kestrel.show_field(p, grid, 'file', file));
+  image = picture(@(file) kestrel.show_field(p, grid, 'file', file, 'slice', 'y'));
   expect_bright_at_top_right(image, 'plane through the largest value');
   dark = picture(@(file) kestrel.show_field(p, grid, 'file', file, 'slice', 'y', 'at', 0));
   expect(mean(dark(:)) < mean(image(:)) - 5, '0 dB is the largest value of the whole field');
 
+  volume(p, grid);
   picture(@(file) kestrel.show_field(p .* exp(1j * reshape(1:20, 1, 1, [])), grid, ...
                                      'file', file, 'scale', 'phase'));
   line = set_coordinate_grid(1e-3, 0, 0, 0, 0, 1e-3, 20e-3);
@@ -40,6 +41,24 @@ function fields()
   p(1, 3, 1) = 1;
   with_gaps = picture(@(file) kestrel.show_field(p(:, 3, :), plane, 'file', file));
   expect(mean(zeros_only(:)) < mean(with_gaps(:)), 'zeros are dark, missing values are not');
+end
+
+% Three cuts: x-z above, y-z below, x-y to the right; each bright where the field is. And a
+% surface, whose part of the picture is not the colour of the paper.
+function volume(p, grid)
+  image = picture(@(file) kestrel.show_field(p, grid, 'file', file));
+  [rows, columns] = size(image);
+  darkest = @(x, y) min(min(image(round(y * rows) + (-9:9), round(x * columns) + (-9:9))));
+  expect(darkest(0.60, 0.16) > 150 && darkest(0.14, 0.16) < 60 && darkest(0.60, 0.55) < 60, ...
+         'x-z: %g %g %g', darkest(0.60, 0.16), darkest(0.14, 0.16), darkest(0.60, 0.55));
+  picture(@(file) kestrel.show_field(p, grid, 'file', file, 'at', [0 0 0], 'title', 'At 0'));
+
+  axes = kestrel.detail.grid_axes(grid);
+  [x, y, z] = ndgrid(axes{:});
+  ball = exp(-(x .^ 2 + (y - 2e-3) .^ 2 + (z - 10e-3) .^ 2) / 3e-3^2);
+  picture(@(file) kestrel.show_field(ball, grid, 'file', file, 'isosurface', -3, 'view', [20 30]));
+  picture(@(file) kestrel.show_field(7 * ball, grid, 'file', file, 'isosurface', 5, ...
+                                     'scale', 'linear'));
 end
 
 function arrays()
@@ -83,7 +102,14 @@ function refusals()
       'kestrel.show_field: the folder ''no/such/folder'' does not exist.'
     @() kestrel.show_field(p, grid, 'colour', 1), ...
       ['kestrel.show_field: unknown option ''colour''; the options are ''scale'', ''range'', ' ...
-       '''slice'', ''at'', ''title'', ''file''.']
+       '''slice'', ''at'', ''isosurface'', ''view'', ''title'', ''file''.']
+    @() kestrel.show_field(p, grid, 'at', 1), ...
+      'kestrel.show_field: at must have 3 entries, but it has 1.'
+    @() kestrel.show_field(p, grid, 'isosurface', 1), ...
+      'kestrel.show_field: the isosurface must have a level between 0 and the peak.'
+    @() kestrel.show_field(p(:, 1, :), set_coordinate_grid([2 3 5] * 1e-3, -2e-3, 2e-3, 0, 0, ...
+                                                           5e-3, 20e-3), 'isosurface', -6), ...
+      'kestrel.show_field: a surface needs a volume, a grid with three axes.'
     @() kestrel.show_array(repmat(kestrel.circle(1), 1, 0)), ...
       'kestrel.show_array: the array has no elements.'
   };

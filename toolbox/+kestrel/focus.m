@@ -1,41 +1,116 @@
-function array = focus(array, point, medium, f0)
-%FOCUS  Sets the phases of an array so that it focuses at a point.
+function array = focus(array, points, medium, f0, varargin)
+%FOCUS  Sets the phases of an array so that it focuses at a point, or at several.
 %   ARRAY = kestrel.focus(ARRAY, POINT, MEDIUM, F0) returns ARRAY with the phase of
 %   every element set so that, at the frequency F0 in hertz and with the speed of
-%   sound of MEDIUM, the waves from the elements' centres arrive at POINT = [x y z]
-%   (metres) in phase. Earlier phases are replaced; amplitudes stay.
+%   sound of MEDIUM, the waves from all elements arrive at POINT = [x y z] (metres)
+%   in phase. Earlier phases are replaced; amplitudes stay.
 %
 %   With outgoing waves exp(-jkR) an element at the distance R needs the phase
 %   k R; the smallest of these is subtracted, so the nearest element has phase 0,
-%   and the phases are given between -pi and pi.
+%   and the phases are given between -pi and pi. The distance of a rectangle is that
+%   of its centre. That of a disc, ring or shell is the mean of the distances of its
+%   inner and outer edge (for a disc or shell, of its centre and its edge), which is
+%   exact on its axis: so concentric rings can be focused.
+%
+%   ARRAY = kestrel.focus(ARRAY, POINTS, MEDIUM, F0) with an m-by-3 matrix, a point
+%   in each row, focuses at all of them at once, with equal pressures as far as the
+%   array allows. The element nearest to the first has phase 0.
+%
+%   ARRAY = kestrel.focus(..., Name, Value, ...) with
+%      'amplitude'  'keep' (default) or 'set'. With 'keep' only phases change: those
+%                   of a sum of the single foci's phases whose weights are adapted
+%                   until the foci are as strong as asked for (the weighted
+%                   Gerchberg-Saxton iteration). With 'set' amplitudes change too:
+%                   the pseudo-inverse of the matrix of what each element sends to
+%                   each focus gives the weakest drive with the pressures asked for
+%                   (E. S. Ebbini and C. A. Cain, IEEE Trans. Ultrason. Ferroelectr.
+%                   Freq. Control 36 (1989) 540); it is scaled so that the largest
+%                   amplitude stays what it was. For one POINT too.
+%      'pressure'   one positive number per focus: the magnitudes wanted, relative to
+%                   each other, default all equal
+%
+%   Elements count as simple sources here: with their area, the distance and the
+%   attenuation, but without the beam that each forms.
 %
 %   Errors: an ARRAY that is no array of elements (the element and its field are
-%   named), a POINT that is not three real numbers, a MEDIUM without its fields, F0
-%   that is not greater than 0.
+%   named), POINTS that are not rows of three real numbers, a MEDIUM without its
+%   fields, F0 that is not greater than 0, an unknown option or value.
 %
-%   Example:
+%   Examples:
 %      water = kestrel.medium('water');
 %      array = kestrel.linear_array(64, 0.5e-3, 10e-3, 0.6e-3);
 %      array = kestrel.focus(array, [5e-3 0 40e-3], water, 1e6);
+%      two = kestrel.focus(array, [-5e-3 0 40e-3; 5e-3 0 40e-3], water, 1e6);
 %
-%   See also kestrel.linear_array, kestrel.planar_array, kestrel.cw_field.
+%   See also kestrel.steer, kestrel.apodize, kestrel.linear_array,
+%   kestrel.annular_array, kestrel.cw_field.
   caller = 'kestrel.focus';
   kestrel.detail.check_array(caller, array);
-  point = kestrel.detail.check_vector(caller, 'point', point, 3);
+  if isnumeric(points) && isvector(points)
+    points = kestrel.detail.check_vector(caller, 'point', points, 3);
+  end
+  kestrel.detail.check_numbers(caller, 'points', points);
+  if ndims(points) ~= 2 || size(points, 2) ~= 3 || isempty(points)
+    error('kestrel:argument', '%s: points must be an m-by-3 matrix of x, y and z in metres.', ...
+          caller);
+  end
+  points = double(points);
   kestrel.detail.check_medium(caller, medium);
   f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
+  defaults = struct('amplitude', 'keep', 'pressure', ones(1, size(points, 1)));
+  options = kestrel.detail.parse_options(caller, defaults, varargin);
+  options.amplitude = kestrel.detail.check_choice(caller, 'amplitude', options.amplitude, ...
+                                                  {'keep', 'set'});
+  wanted = kestrel.detail.check_vector(caller, 'pressure', options.pressure, ...
+                                       size(points, 1)).';
+  if any(wanted <= 0)
+    error('kestrel:option', '%s: pressure must be greater than 0.', caller);
+  end
   if isempty(array)
     return
   end
 
-  distance = zeros(1, numel(array));
-  for i = 1:numel(array)
-    distance(i) = norm(point - array(i).center(:).');
+  [h, path] = kestrel.detail.transfer_matrix(array, points, medium, f0);
+  if any(~isfinite(h(:)))
+    error('kestrel:argument', '%s: a focus must not lie on an element''s centre.', caller);
   end
-  k = 2 * pi * f0 / medium.soundspeed;
-  phase = k * (distance - min(distance));
-  phase = phase - 2 * pi * round(phase / (2 * pi));
+  h = h / max(abs(h(:)));
+  earlier = kestrel.detail.element_amplitudes(array);
+  if strcmp(options.amplitude, 'set')
+    drive = pinv(h) * wanted;
+    amplitude = abs(drive).' / max(abs(drive)) * max(abs(earlier));
+  elseif size(points, 1) == 1
+    drive = h';
+    amplitude = earlier;
+  else
+    drive = adapted_sum(h, wanted, earlier.');
+    amplitude = earlier;
+  end
+
+  phase = angle(drive);
+  [~, first] = min(path(1, :));
+  phase = kestrel.detail.wrap_phase(phase - phase(first));
   for i = 1:numel(array)
+    array(i).amplitude = amplitude(i);
     array(i).phase = phase(i);
+  end
+end
+
+% Drive of given amplitudes whose pressures at the foci are in the proportion wanted: in each
+% round the phases are those of the conjugate field of the foci, in which a focus that came out
+% too weak gets a greater weight.
+function drive = adapted_sum(h, wanted, amplitude)
+  weight = wanted;
+  direction = ones(size(wanted));
+  for round = 1:100
+    drive = amplitude .* exp(1j * angle(h' * (weight .* direction)));
+    pressure = h * drive;
+    reached = abs(pressure) ./ wanted;
+    if ~any(reached) || max(abs(reached / mean(reached) - 1)) < 1e-6
+      break
+    end
+    direction = exp(1j * angle(pressure));
+    weight = weight .* mean(reached) ./ max(reached, 1e-3 * mean(reached));
+    weight = weight / max(weight);
   end
 end

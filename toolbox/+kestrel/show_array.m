@@ -39,18 +39,14 @@ function h = show_array(array, varargin)
     error('kestrel:option', '%s: title must be text.', caller);
   end
 
-  [faces, pointers] = scene(array);
+  [faces, pointers] = polygons_of(array);
 
   canvas = kestrel.detail.open_canvas(options.file);
   closer = onCleanup(@() kestrel.detail.close_canvas(canvas));
   ax = canvas.axes;
-  % Octave's gnuplot can neither fill faces in space nor use the page at equal scale.
-  if isprop(canvas.figure, '__graphics_toolkit__') ...
-     && strcmp(get(canvas.figure, '__graphics_toolkit__'), 'gnuplot')
-    draw_projected(canvas, faces, pointers, options.view);
-  else
-    draw_in_space(ax, faces, pointers, options.view);
-  end
+  scene = struct('faces', faces, 'colour', [0.70 0.83 0.95], 'edge', [0.13 0.35 0.60], ...
+                 'shaded', false, 'lines', with_gaps(pointers));
+  kestrel.detail.draw_scene(canvas, scene, options.view);
   title(ax, options.title);
   kestrel.detail.save_canvas(canvas);
   if nargout > 0
@@ -60,7 +56,7 @@ end
 
 % All faces, with equal numbers of corners (3 by corners by faces), and all pointers
 % (3 by 2 by elements), in millimetres in space.
-function [faces, pointers] = scene(array)
+function [faces, pointers] = polygons_of(array)
   polygons = cell(1, numel(array));
   pointers = zeros(3, 2, numel(array));
   for i = 1:numel(array)
@@ -75,64 +71,6 @@ function [faces, pointers] = scene(array)
   for i = 1:numel(polygons)
     last = size(polygons{i}, 2);
     faces(:, :, i) = polygons{i}(:, [1:last, last * ones(1, corners - last)]);
-  end
-end
-
-function draw_in_space(ax, faces, pointers, direction)
-  count = size(faces, 3);
-  coordinates = @(d) reshape(faces(d, :, :), [], count);
-  patch(coordinates(1), coordinates(2), coordinates(3), 'b', 'parent', ax, ...
-        'facecolor', [0.70 0.83 0.95], 'edgecolor', [0.13 0.35 0.60]);
-  ends = with_gaps(pointers);
-  line(ends(1, :), ends(2, :), ends(3, :), 'parent', ax, 'color', [0.85 0.40 0.10]);
-  axis(ax, 'equal');
-  grid(ax, 'on');
-  view(ax, direction(1), direction(2));
-  xlabel(ax, 'x (mm)');
-  ylabel(ax, 'y (mm)');
-  zlabel(ax, 'z (mm)');
-end
-
-% The same in parallel projection on plain axes, the faces from far to near.
-function draw_projected(canvas, faces, pointers, direction)
-  ax = canvas.axes;
-  azimuth = direction(1) * pi / 180;
-  elevation = direction(2) * pi / 180;
-  toward = [cos(elevation) * sin(azimuth), -cos(elevation) * cos(azimuth), sin(elevation)];
-  right = [cos(azimuth), sin(azimuth), 0];
-  up = cross(toward, right);
-
-  count = size(faces, 3);
-  all_points = [reshape(faces, 3, []), reshape(pointers, 3, [])];
-  bounds = [min(all_points, [], 2), max(all_points, [], 2)];
-  extent = diff(bounds, 1, 2);
-  extent = max(extent, 0.1 * max(extent)) * 1.08;
-  bounds = mean(bounds, 2) + [-0.5 * extent, 0.5 * extent];
-
-  hold(ax, 'on');
-  limits = kestrel.detail.draw_space_axes(ax, bounds, right, up, toward);
-
-  along = @(d) reshape(d * reshape(faces, 3, []), [], count);
-  [~, order] = sort(mean(along(toward), 1));
-  x = along(right);
-  y = along(up);
-  x = x(:, order);
-  y = y(:, order);
-  % Seen from the front the corners run counter-clockwise; backs are grey.
-  front = sum(x .* y([2:end, 1], :) - x([2:end, 1], :) .* y, 1) > 0;
-  colours = repmat(reshape([0.82 0.82 0.82], 1, 1, 3), 1, count);
-  colours(1, front, :) = repmat(reshape([0.70 0.83 0.95], 1, 1, 3), 1, sum(front));
-  patch(x, y, colours, 'parent', ax, 'edgecolor', [0.13 0.35 0.60], 'linewidth', 0.5);
-  ends = [right; up] * with_gaps(pointers);
-  plot(ax, ends(1, :), ends(2, :), 'color', [0.85 0.40 0.10], 'linewidth', 1);
-  hold(ax, 'off');
-
-  axis(ax, 'equal');
-  axis(ax, limits);
-  set(ax, 'visible', 'off');
-  set(get(ax, 'title'), 'visible', 'on');
-  if ~isempty(canvas.file)
-    kestrel.detail.fit_page(canvas, diff(limits(1:2)) / diff(limits(3:4)));
   end
 end
 

@@ -35,7 +35,11 @@ function limits = draw_space_axes(ax, bounds, right, up, toward)
   names = 'xyz';
   anchors = [NaN, near(1), z_corner(1); near(2), NaN, z_corner(2); floor_z, floor_z, NaN];
   for d = 1:3
-    ticks = nice_ticks(bounds(d, :));
+    ends = repmat(anchors(:, d), 1, 2);
+    ends(d, :) = bounds(d, :);
+    edge = project(ends);
+    along = edge(:, 2) - edge(:, 1);
+    ticks = nice_ticks(bounds(d, :), max(8 * norm(along) / size_2d, 3));
     others = setdiff(1:3, d);
     for t = [bounds(d, :), ticks]
       % One line across each of the two far planes that the tick's plane cuts.
@@ -46,11 +50,7 @@ function limits = draw_space_axes(ax, bounds, right, up, toward)
         draw(ax, project(line_ends), [0.85 0.85 0.85]);
       end
     end
-    ends = repmat(anchors(:, d), 1, 2);
-    ends(d, :) = bounds(d, :);
-    edge = project(ends);
     draw(ax, edge, [0.3 0.3 0.3]);
-    along = edge(:, 2) - edge(:, 1);
     outward = [-along(2); along(1)] / max(norm(along), eps);
     if outward.' * (mean(edge, 2) - middle) < 0
       outward = -outward;
@@ -81,9 +81,9 @@ function draw(ax, ends, colour)
   plot(ax, ends(1, :), ends(2, :), 'color', colour, 'linewidth', 0.5);
 end
 
-% Multiples of 1, 2 or 5 times a power of ten inside the limits, five or so.
-function ticks = nice_ticks(limits)
-  raw = diff(limits) / 6;
+% Multiples of 1, 2 or 5 times a power of ten inside the limits, at most COUNT or so.
+function ticks = nice_ticks(limits, count)
+  raw = diff(limits) / min(count, 6);
   scale = 10^floor(log10(raw));
   choices = [1 2 5 10] * scale;
   step = choices(find(choices >= raw, 1));

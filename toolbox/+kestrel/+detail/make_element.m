@@ -3,6 +3,9 @@ function element = make_element(caller, shape, geometry, pairs)
 %   Every element has the geometry fields of all shapes, empty where they are
 %   not its own, so that elements of different shapes join with [a, b].
   defaults = struct('center', [0 0 0], 'euler', [0 0 0], 'amplitude', 1, 'phase', 0);
+  if strcmp(shape, 'circ')
+    defaults.apodization_index = 0;
+  end
   options = kestrel.detail.parse_options(caller, defaults, pairs);
 
   element = struct('shape', shape, 'width', [], 'height', [], 'radius', [], ...
@@ -16,4 +19,14 @@ function element = make_element(caller, shape, geometry, pairs)
   element.euler = kestrel.detail.check_vector(caller, 'euler', options.euler, 3);
   element.amplitude = kestrel.detail.check_scalar(caller, 'amplitude', options.amplitude);
   element.phase = kestrel.detail.check_scalar(caller, 'phase', options.phase);
+  element.apodization_index = 0;
+  if strcmp(shape, 'circ')
+    index = options.apodization_index;
+    if ~isnumeric(index) || ~isscalar(index) || ~any(index == 0:4)
+      error('kestrel:option', ...
+            ['%s: apodization_index must be 0 (uniform), 1 (cosine), 2 (raised cosine), ' ...
+             '3 (quadratic) or 4 (quartic).'], caller);
+    end
+    element.apodization_index = double(index);
+  end
 end

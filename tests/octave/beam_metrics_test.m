@@ -1,0 +1,117 @@
+% kestrel.beam_metrics and kestrel.intensity on fields whose figures are known.
+function beam_metrics_test()
+  addpath(fullfile(fileparts(mfilename('fullpath')), 'support'));
+  gaussian_beam();
+  sampling();
+  side_lobes();
+  open_ends();
+  plane_wave();
+  refusals();
+end
+
+% Waist w at depth z0, Rayleigh length l, off the grid's points on two axes.
+function gaussian_beam()
+  grid = set_coordinate_grid([0.1 0.12 0.5] * 1e-3, -4e-3, 4e-3, -3e-3, 3e-3, 30e-3, 70e-3);
+  axes = kestrel.detail.grid_axes(grid);
+  [x, y, z] = ndgrid(axes{:});
+  w = 1.1e-3;
+  l = 8e-3;
+  place = [0.33e-3 -0.05e-3 50.17e-3];
+  spread = sqrt(1 + ((z - place(3)) / l) .^ 2);
+  p = 2e6 ./ spread .* exp(-((x - place(1)) .^ 2 + ((y - place(2)) * 0.8) .^ 2) ./ (w * spread) .^ 2) ...
+      .* exp(-4000j * z);
+  metrics = kestrel.beam_metrics(p, grid, 'source_pressure', 1e5);
+  expect_close(metrics.peak, 2e6, 1e-3, 'peak');
+  expect_close(metrics.gain, 20, 1e-3, 'gain');
+  expect(max(abs(metrics.place - place)) < 5e-6, 'place %s', mat2str(metrics.place, 4));
+  levels = [6 3];
+  names = {'6db', '3db'};
+  for i = 1:2
+    half = w * sqrt(levels(i) / 20 * log(10));
+    expected = 2 * [half, half / 0.8, l * sqrt(10^(levels(i) / 10) - 1)];
+    width = metrics.(['width_', names{i}]);
+    expect(max(abs(width ./ expected - 1)) < 3e-3, '%s: widths %s, expected %s', names{i}, ...
+           mat2str(width, 5), mat2str(expected, 5));
+    edges = metrics.(['edges_', names{i}]);
+    expect_close(diff(edges), width, 1e-12, 'edges are the width apart');
+    expect(max(abs(mean(edges) - place)) < 30e-6, 'edges about the peak');
+  end
+  expect(all(isnan(metrics.side_lobe_db)), 'a Gaussian beam has no side lobes');
+  expect(isnan(getfield(kestrel.beam_metrics(p, grid), 'gain')), 'no source pressure, no gain');
+  p(1:5) = NaN;
+  p(6) = Inf;
+  expect(isequaln(kestrel.beam_metrics(p, grid, 'source_pressure', 1e5), metrics), ...
+         'values that are not finite are left out');
+end
+
+% Ten points across the beam, anywhere on the lattice: the help says 0.1 percent.
+function sampling()
+  seeded(11);
+  worst = 0;
+  for trial = 1:20
+    shift = rand() * 1e-3;
+    grid = set_coordinate_grid(1e-3, -20e-3, 20e-3, 0, 0, 50e-3, 50e-3);
+    x = (-20:20) * 1e-3 - shift;
+    half = 5e-3;
+    metrics = kestrel.beam_metrics(exp(-6 / 20 * log(10) * (x / half) .^ 2), grid);
+    worst = max(worst, abs(metrics.width_6db(1) / (2 * half) - 1));
+    expect(isnan(metrics.width_6db(3)) && metrics.place(3) == 50e-3, 'an axis of one point');
+  end
+  printf('ten points across the beam: %.2g of the width\n', worst);
+  expect(worst < 1e-3, 'error %g', worst);
+end
+
+% The far field of a line source, sin(u)/u: first side lobe -13.26 dB, and that of its square.
+function side_lobes()
+  u = (-12:0.05:12) + 0.01;
+  grid = set_coordinate_grid([0.05 1 1], -12, 12, 0, 0, 1, 1);
+  p = sin(u) ./ u;
+  metrics = kestrel.beam_metrics(p, grid);
+  expect(abs(metrics.side_lobe_db(1) + 13.26) < 0.01, 'side lobe %g', metrics.side_lobe_db(1));
+  expect(abs(metrics.width_6db(1) - 2 * 1.8927) < 2e-3, 'width %g', metrics.width_6db(1));
+  metrics = kestrel.beam_metrics(p .^ 2, grid);
+  expect(abs(metrics.side_lobe_db(1) + 26.52) < 0.02, 'side lobe %g', metrics.side_lobe_db(1));
+  p(u > 6 & u < 8) = 0.4;   % a grating lobe on one side only
+  metrics = kestrel.beam_metrics(p, grid);
+  expect_close(metrics.side_lobe_db(1), 20 * log10(0.4), 1e-3, 'the higher side counts');
+end
+
+function open_ends()
+  grid = set_coordinate_grid([1 1 1], 0, 9, 0, 0, 0, 0);
+  metrics = kestrel.beam_metrics(exp(-(0:9) / 3), grid);
+  expect(metrics.place(1) == 0 && isnan(metrics.width_6db(1)) && isnan(metrics.edges_6db(1, 1)), ...
+         'a peak at the end of the line has one edge');
+  expect(abs(metrics.edges_6db(2, 1) - 3 * 6 / 20 * log(10)) < 0.03, 'the other edge: %g', ...
+         metrics.edges_6db(2, 1));
+  metrics = kestrel.beam_metrics(0.9 + 0.1 * cos((0:9) - 4), grid);
+  expect(all(isnan(metrics.edges_3db(:))), 'never falls to the level');
+end
+
+function plane_wave()
+  medium = kestrel.medium('lossless');
+  p = [3e5; 3e5j; 0];
+  expect_close(kestrel.intensity(p, medium), [3e4; 3e4; 0], 1e-14, '30 kW/m^2 at 0.3 MPa');
+end
+
+function refusals()
+  grid = small_grid();
+  water = kestrel.medium('water');
+  cases = {
+    @() kestrel.beam_metrics(1:3, set_coordinate_grid([1 2 3])), ...
+      'kestrel.beam_metrics: only a regular grid can be measured, not a list of points.'
+    @() kestrel.beam_metrics(1:3, grid), ...
+      'kestrel.beam_metrics: the grid has 3 by 2 by 4 points, but p has 3 values.'
+    @() kestrel.beam_metrics(zeros(3, 2, 4), grid), ...
+      'kestrel.beam_metrics: p has no finite value above 0.'
+    @() kestrel.beam_metrics(NaN(3, 2, 4), grid), ...
+      'kestrel.beam_metrics: p has no finite value above 0.'
+    @() kestrel.beam_metrics(ones(3, 2, 4), grid, 'source_pressure', 0), ...
+      'kestrel.beam_metrics: source_pressure must be greater than 0.'
+    @() kestrel.intensity('p', water), 'kestrel.intensity: p must be numeric.'
+    @() kestrel.intensity(1, 2), ...
+      'kestrel.intensity: the medium must be one structure, as kestrel.medium returns.'
+  };
+  for i = 1:size(cases, 1)
+    expect_error(cases{i, :});
+  end
+end

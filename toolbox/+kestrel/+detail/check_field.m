@@ -1,0 +1,16 @@
+function [p, values] = check_field(caller, p, grid, purpose)
+%CHECK_FIELD  A field in the shape of its regular grid, and the grid's axes.
+%   PURPOSE says what a list of points cannot be: 'drawn', 'measured'.
+  kestrel.detail.check_grid(caller, grid);
+  if isfield(grid, 'coordinates')
+    error('kestrel:argument', '%s: only a regular grid can be %s, not a list of points.', ...
+          caller, purpose);
+  end
+  values = kestrel.detail.grid_axes(grid);
+  counts = cellfun(@numel, values);
+  if ~isnumeric(p) || numel(p) ~= prod(counts)
+    error('kestrel:argument', '%s: the grid has %d by %d by %d points, but p has %d values.', ...
+          caller, counts(1), counts(2), counts(3), numel(p));
+  end
+  p = reshape(p, counts);
+end
