@@ -44,6 +44,24 @@ class CoordinateGrid {
   /// the origin.
   CartesianCoordinate spatial_index_value(int const& k) const;
 
+  /// visit(k, point) for k = 0 .. npoints()-1: what spatial_index_value gives, without its divisions.
+  template <class Visit>
+  void for_each_point(const Visit& visit) const {
+    int k = 0;
+    if (!_regular) {
+      for (; k < _npoints; ++k) {
+        const auto i = static_cast<std::size_t>(k);
+        visit(k, CartesianCoordinate(_x_values[i], _y_values[i], _z_values[i]));
+      }
+      return;
+    }
+    for (const double z : _z_values) {
+      for (const double y : _y_values) {
+        for (const double x : _x_values) visit(k++, CartesianCoordinate(x, y, z));
+      }
+    }
+  }
+
   int npoints() const { return _npoints; }
   /// Numbers of values along the axes of a regular grid.
   int nx() const { return _nx; }

@@ -35,16 +35,16 @@ void superpose_field(Transducer& element, const Method& method) {
     tile.count = 0;
   };
 
-  for (int i = 0; i < grid.npoints(); ++i) {
-    const CartesianCoordinate p = element.rotateTranslate(grid.spatial_index_value(i));
+  grid.for_each_point([&](int i, const CartesianCoordinate& point) {
+    const CartesianCoordinate p = element.rotateTranslate(point);
     const int region = method.region(p.x, p.y, p.z);
-    if (region < 0) continue;
+    if (region < 0) return;
     // False for NaN on either side: such points take the standard library's path.
     const bool within_reach = std::abs(p.x) + std::abs(p.y) + std::abs(p.z) <= reach;
     FieldTile& tile = tile_of[2 * region + (within_reach ? 0 : 1)];
     tile.add(i, p.x, p.y, p.z);
     if (tile.full()) flush(tile, region);
-  }
+  });
   for (int t = 0; t < tiles; ++t) {
     if (tile_of[t].count > 0) flush(tile_of[t], t / 2);
   }
