@@ -441,6 +441,25 @@ TEST(Release, EveryPathLeavesNothingBehind) {
   EXPECT_GE(failures, 10);  // five elements, their lists, the tables of the method
 }
 
+// A field that runs out of memory answers 2 and leaves the planes as they were.
+TEST(OutOfMemory, IsAnAnswerOfEveryField) {
+  for (const ShapeKind shape : kShapes) {
+    Situation s = typical(shape);
+    const auto element = s.element();
+    Bench bench(*element, s.medium, kPoints, 8);
+    bench.set_planes({1, 2});
+    int result = kOutOfMemory, failures = -1;
+    for (; result == kOutOfMemory; ++failures) {
+      EXPECT_EQ(bench.field(), std::vector<Complex>(kPoints.size(), {1, 2}));
+      allocations_until_failure = failures + 1;
+      result = bench.call(&Transducer::fnm_cw);
+      allocations_until_failure = -1;
+    }
+    EXPECT_EQ(result, kSuccess);
+    EXPECT_GE(failures, 3);
+  }
+}
+
 TEST(Version, IsTheOneOfInterleavedComplexValues) {
   unsigned int built_by = 0, required = 0;
   mexfilerequiredapiversion(&built_by, &required);
