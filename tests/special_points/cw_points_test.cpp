@@ -62,7 +62,6 @@ TEST(SpecialPoints, AreFiniteAndAsThePlainEvaluationHasThem) {
       s.profile = 2;
       for (const CwMethod& m : kCwMethods) {
         if (m.shape != shape || m.tolerance > 1e-9) continue;
-        const bool sums_over_face = m.method == &Transducer::radiator_cw;
         const Points points = special_points(s);
         const auto expected = reference_field(m, s, points);
         for (const InstructionSet set :
@@ -73,8 +72,10 @@ TEST(SpecialPoints, AreFiniteAndAsThePlainEvaluationHasThem) {
             const Point p = points[i];
             EXPECT_TRUE(finite(actual[i])) << m.name << ": " << p.x << " " << p.y << " " << p.z;
           }
-          // Next to the rim of a shell the integrand peaks at 1e9 times its mean.
-          EXPECT_LE(difference(actual, expected), sums_over_face ? 1 : 1e-9) << m.name;
+          // Next to the centre of curvature nearly equal waves are divided by what is left of them.
+          EXPECT_LE(difference(actual, expected),
+                    set == InstructionSet::scalar && m.tolerance == 0 ? 0 : 1e-9)
+              << m.name << ", " << name(set);
         }
       }
     }
@@ -99,11 +100,11 @@ TEST(SpecialPoints, EdgesAndCornersTakeTheirShareOfThePlaneWave) {
                                at(a + step, b - step) + at(a + step, b + step)) /
                               4.0;
   EXPECT_LE(std::abs(corner - corner_mean), 2e-2 * 1.5e6);
-  EXPECT_GT(std::abs(at(a - step, 0) - at(a + step, 0)), 1e6);
+  EXPECT_GT(std::abs(at(a - step, 0) - at(a + step, 0)), 5e5);
 }
 
-// Behind a face, and NaN, by the rule of each family: a rectangle computes a NaN, disc and ring skip
-// a z that is NaN, shells any; planes keep what they held.
+// Behind a face, and for NaN (one coordinate makes all local ones NaN): planes keep what they held,
+// but for the rectangle, which computes a NaN.
 TEST(SpecialPoints, BehindTheFaceNothingIsAdded) {
   const standalone::Capture quiet;
   for (const CwMethod& m : kCwMethods) {
@@ -114,17 +115,15 @@ TEST(SpecialPoints, BehindTheFaceNothingIsAdded) {
     const double behind = planar ? -1e-9 : -1e-3;
     Points points = {{0, 0, behind}, {1e-3, -2e-3, behind}, {20e-3, 0, -30e-3},
                      {1e-3, 0, kNan}, {kNan, 0, 10e-3}};
-    // Between the planes of apex and rim, but outside the sphere.
-    if (!planar) points.emplace_back(12e-3, 0, 1e-3);
+    // Before the plane of the apex, but outside the sphere.
+    if (!planar) points.emplace_back(12e-3, 0, 0.3e-3);
     Bench bench(*element, s.medium, points, 8);
     bench.set_planes({3, -4});
     EXPECT_EQ(bench.call(m.method), 0);
     const auto after = bench.field();
     for (std::size_t i = 0; i < points.size(); ++i) {
-      const bool nan_z = i == 3, nan_x = i == 4;
-      const bool skips_nan = !planar || m.method == &Transducer::farfield_cw ||
-                             (nan_z && m.shape != ShapeKind::rectangle);
-      if ((nan_z || nan_x) && !skips_nan) {
+      if ((i == 3 || i == 4) && m.shape == ShapeKind::rectangle &&
+          m.method != &Transducer::farfield_cw) {
         EXPECT_FALSE(finite(after[i])) << m.name << ", point " << i;
       } else {
         EXPECT_EQ(after[i], Complex(3, -4)) << m.name << ", point " << i;
@@ -148,7 +147,7 @@ TEST(SpecialPoints, TheFarFieldHasNoCentre) {
   const double kz = 2 * M_PI / 1.5e-3 * z;
   const Complex expected =
       Complex(0, 1e6 * 1000 * s.a * s.b) * Complex(std::cos(kz), -std::sin(kz)) / z;
-  EXPECT_LE(std::abs(axis - expected), 1e-12 * std::abs(expected));
+  EXPECT_LE(std::abs(axis - expected), 1e-11 * std::abs(expected));
 }
 
 // A Rayleigh sum at one of its own nodes takes the node's weight in both parts; a radiator at the
@@ -198,7 +197,7 @@ TEST(Shells, AHemisphereHasItsRimPlaneThroughTheCentre) {
   s.nodes = 96;
   // Inside, beyond the centre, and outside below the rim plane.
   const auto p = field(s, &Transducer::fnm_cw,
-                       {{1e-3, 0, 4e-3}, {2e-3, 0, 15e-3}, {11e-3, 0, 9e-3}, {11e-3, 0, 10e-3}});
+                       {{1e-3, 0, 4e-3}, {2e-3, 0, 15e-3}, {11e-3, 0, 9e-3}, {11e-3, 0, 11e-3}});
   const SurfaceIntegral integral(s);
   EXPECT_LE(std::abs(p[0] - integral({1e-3, 0, 4e-3})), 1e-11 * peak(p));
   EXPECT_LE(std::abs(p[1] - integral({2e-3, 0, 15e-3})), 1e-11 * peak(p));
