@@ -96,12 +96,17 @@ TEST(MethodTable, EveryShapeAnswersAsItCan) {
       const std::string what = std::string(slot.name) + " of shape " + std::to_string(k);
       switch (slot.answers[k]) {
         case 'x':
-        case '0': EXPECT_EQ(result, kSuccess) << what; break;
-        case '1': EXPECT_EQ(result, kNotImplemented) << what; break;
+        case '0':
+          EXPECT_EQ(result, kSuccess) << what;
+          break;
+        case '1':
+          EXPECT_EQ(result, kNotImplemented) << what;
+          break;
         case 'e':
           EXPECT_EQ(outcome.error, "Transducer shape not supported for this function\n") << what;
           break;
-        default: continue;  // computes, but needs more than these inputs
+        default:
+          continue;  // computes, but needs more than these inputs
       }
       EXPECT_EQ(touched, slot.answers[k] == 'x') << what;
     }
@@ -113,7 +118,7 @@ TEST(MethodTable, EveryShapeAnswersAsItCan) {
   EXPECT_EQ(triangle.kzk_nonlinear(), 1);
 }
 
-// ---- settings ------------------------------------------------------------------------------------
+// ---- settings -----------------------------------------------------------------------------------
 
 TEST(Settings, WeightFollowsAmplitudeAndPhaseInAnyOrder) {
   RectangularTransducer element(1e-3, 2e-3);
@@ -158,8 +163,9 @@ TEST(Settings, ComplexWeightIsSetButDiscouraged) {
   EXPECT_EQ(element.get_amplitude(), 2);
   EXPECT_EQ(element.get_phase(), 0.5);
   EXPECT_EQ(capture.warnings(),
-            std::vector<std::string>(2, "KESTREL no longer uses the complex_weight property. "
-                                        "Please use phase and amplitude instead."));
+            std::vector<std::string>(2,
+                                     "KESTREL no longer uses the complex_weight property. "
+                                     "Please use phase and amplitude instead."));
 }
 
 TEST(Settings, EveryFormOfPlacingAgrees) {
@@ -232,7 +238,7 @@ TEST(Superposing, AddsToPlanesAndToTracesByTimeFirst) {
   EXPECT_EQ(all, std::vector<double>(12, 0.0));
 }
 
-// ---- printers ------------------------------------------------------------------------------------
+// ---- printers -----------------------------------------------------------------------------------
 
 TEST(Printers, TellTheGeometryOfEachShape) {
   const char* const host_ends[] = {
@@ -303,7 +309,7 @@ TEST(Printers, TellTheGeometryOfEachShape) {
   }
 }
 
-// ---- warnings, gates, memory ---------------------------------------------------------------------
+// ---- warnings, gates, memory --------------------------------------------------------------------
 
 constexpr char kNoFrequency[] = "f0 not set; using default of 1 MHz to calculate wavelength.";
 constexpr char kNoSpeed[] =
@@ -312,9 +318,9 @@ constexpr char kNoSpeed[] =
 struct Gate {
   ShapeKind shape;
   Method method;
-  bool warns;          ///< when the frequency is not set
-  bool warns_of_nan;   ///< and when it is NaN
-  bool has_gate;       ///< a silent element adds nothing
+  bool warns;         ///< when the frequency is not set
+  bool warns_of_nan;  ///< and when it is NaN
+  bool has_gate;      ///< a silent element adds nothing
 };
 
 constexpr Gate kGates[] = {
@@ -352,9 +358,11 @@ TEST(Warnings, OfAFrequencyOrSpeedThatIsNotSet) {
   for (const Gate& g : kGates) {
     Situation s = typical(g.shape);
     s.profile = 2;
-    for (const auto& [frequency, warns] :
-         {std::pair{0.0, g.warns}, {-1.0, g.warns}, {1e-10, g.warns}, {1.1e-10, false},
-          {kNan, g.warns_of_nan}}) {
+    for (const auto& [frequency, warns] : {std::pair{0.0, g.warns},
+                                           {-1.0, g.warns},
+                                           {1e-10, g.warns},
+                                           {1.1e-10, false},
+                                           {kNan, g.warns_of_nan}}) {
       s.medium._f0 = frequency;
       EXPECT_EQ(warnings_of(s, g.method),
                 warns ? std::vector<std::string>{kNoFrequency} : std::vector<std::string>{})
@@ -366,16 +374,15 @@ TEST(Warnings, OfAFrequencyOrSpeedThatIsNotSet) {
     s.medium._f0 = 1e6;
     for (const double speed : {0.0, -3.0, kNan}) {
       s.medium._soundspeed = speed;
-      const bool falls_back =
-          g.shape == ShapeKind::disc && g.method == &Transducer::rayleigh_cw;
+      const bool falls_back = g.shape == ShapeKind::disc && g.method == &Transducer::rayleigh_cw;
       EXPECT_EQ(warnings_of(s, g.method),
                 falls_back ? std::vector<std::string>{kNoSpeed} : std::vector<std::string>{});
     }
   }
   const Capture quiet;
   const Points points = {{1e-3, 2e-3, 20e-3}, {0, 0, 5e-3}};
-  for (const ShapeKind shape : {ShapeKind::rectangle, ShapeKind::disc, ShapeKind::shell,
-                                ShapeKind::spherical_ring}) {
+  for (const ShapeKind shape :
+       {ShapeKind::rectangle, ShapeKind::disc, ShapeKind::shell, ShapeKind::spherical_ring}) {
     Situation unset = typical(shape), lossless = typical(shape);
     unset.medium._f0 = 0;
     unset.medium._dBcmMHz = 3;
@@ -417,10 +424,9 @@ TEST(Prints, TheRectanglesFourWideRayleighSumNamesItsNodes) {
 // Four-wide sums of the round shapes take whole blocks of nodes only.
 TEST(FourWide, NodesBeyondAMultipleOfFourDoNotCount) {
   const Points points = {{1e-3, 2e-3, 20e-3}};
-  for (const auto& [shape, method] :
-       {std::pair{ShapeKind::disc, &Transducer::fnm_cw_sse},
-        {ShapeKind::disc, &Transducer::rayleigh_cw_sse},
-        {ShapeKind::shell, &Transducer::fnm_cw_sse}}) {
+  for (const auto& [shape, method] : {std::pair{ShapeKind::disc, &Transducer::fnm_cw_sse},
+                                      {ShapeKind::disc, &Transducer::rayleigh_cw_sse},
+                                      {ShapeKind::shell, &Transducer::fnm_cw_sse}}) {
     Situation s = typical(shape);
     for (const int n : {1, 3, 6}) {
       s.nodes = n;

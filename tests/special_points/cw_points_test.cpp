@@ -29,24 +29,25 @@ Points special_points(const Situation& s) {
   switch (s.shape) {
     case ShapeKind::rectangle: {
       const double a = s.a / 2, b = s.b / 2;
-      return {{0, 0, 0},      {0, 0, 5e-3},      {a / 3, b / 5, 0}, {a, 0, 5e-3},  {0, b, 5e-3},
-              {a, b, 5e-3},   {-a, -b, 5e-3},    {a + in, 0, 1e-3}, {a - in, 0, 1e-3},
-              {2 * a, 0, 0},  {2 * a, 3 * b, 0}, {0, -2 * b, 3e-3}, {a, 3 * b, 2e-3}};
+      return {{0, 0, 0},         {0, 0, 5e-3},  {a / 3, b / 5, 0}, {a, 0, 5e-3},
+              {0, b, 5e-3},      {a, b, 5e-3},  {-a, -b, 5e-3},    {a + in, 0, 1e-3},
+              {a - in, 0, 1e-3}, {2 * a, 0, 0}, {2 * a, 3 * b, 0}, {0, -2 * b, 3e-3},
+              {a, 3 * b, 2e-3}};
     }
     case ShapeKind::disc:
-      return {{0, 0, 0},         {0, 0, 3e-3},     {s.a / 3, 0, 0}, {s.a, 0, 0},
-              {0, s.a, 4e-3},    {s.a + in, 0, 0}, {3 * s.a, 0, 0}, {s.a - in, 0, 1e-3}};
+      return {{0, 0, 0},      {0, 0, 3e-3},     {s.a / 3, 0, 0}, {s.a, 0, 0},
+              {0, s.a, 4e-3}, {s.a + in, 0, 0}, {3 * s.a, 0, 0}, {s.a - in, 0, 1e-3}};
     case ShapeKind::ring:
-      return {{0, 0, 0},      {0, 0, 3e-3}, {s.a / 3, 0, 0},       {s.a, 0, 0}, {s.b, 0, 0},
-              {0, s.a, 4e-3}, {s.b, 0, 2e-3}, {(s.a + s.b) / 2, 0, 0}};
+      return {{0, 0, 0},   {0, 0, 3e-3},   {s.a / 3, 0, 0}, {s.a, 0, 0},
+              {s.b, 0, 0}, {0, s.a, 4e-3}, {s.b, 0, 2e-3},  {(s.a + s.b) / 2, 0, 0}};
     case ShapeKind::shell:
     case ShapeKind::spherical_ring: {
       const double a = s.shape == ShapeKind::shell ? s.a : s.b;
       const double rc = s.shape == ShapeKind::shell ? s.b : s.c;
       const double h = std::sqrt(rc * rc - a * a);
-      return {{0, 0, rc},        {0, 0, rc + 2e-10}, {1e-3, 0, rc},  {0, 0, 1e-4},
-              {0, 0, rc - h},    {a / 2, 0, rc - h}, {0, 3e-3, rc},  {2 * a, 0, rc - h + in},
-              {0, 0, 2 * rc},    {3e-3, 1e-3, 3 * rc}};
+      return {{0, 0, rc},     {0, 0, rc + 2e-10},  {1e-3, 0, rc}, {0, 0, 1e-4},
+              {0, 0, rc - h}, {a / 2, 0, rc - h},  {0, 3e-3, rc}, {2 * a, 0, rc - h + in},
+              {0, 0, 2 * rc}, {3e-3, 1e-3, 3 * rc}};
     }
   }
   return {};
@@ -89,9 +90,7 @@ TEST(SpecialPoints, EdgesAndCornersTakeTheirShareOfThePlaneWave) {
   // Just in front of the face the direct wave is rho c over the inside, half on an edge, a quarter
   // on a corner; the diffracted rest is continuous.
   const double z = 1e-7, step = 1e-4;
-  const auto at = [&](double x, double y) {
-    return field(s, &Transducer::fnm_cw, {{x, y, z}})[0];
-  };
+  const auto at = [&](double x, double y) { return field(s, &Transducer::fnm_cw, {{x, y, z}})[0]; };
   const double a = s.a / 2, b = s.b / 2;
   const Complex edge = at(a, 0), mean = (at(a - step, 0) + at(a + step, 0)) / 2.0;
   EXPECT_LE(std::abs(edge - mean), 2e-2 * 1.5e6);
@@ -113,8 +112,11 @@ TEST(SpecialPoints, BehindTheFaceNothingIsAdded) {
     const auto element = s.element();
     const bool planar = m.shape != ShapeKind::shell && m.shape != ShapeKind::spherical_ring;
     const double behind = planar ? -1e-9 : -1e-3;
-    Points points = {{0, 0, behind}, {1e-3, -2e-3, behind}, {20e-3, 0, -30e-3},
-                     {1e-3, 0, kNan}, {kNan, 0, 10e-3}};
+    Points points = {{0, 0, behind},
+                     {1e-3, -2e-3, behind},
+                     {20e-3, 0, -30e-3},
+                     {1e-3, 0, kNan},
+                     {kNan, 0, 10e-3}};
     // Before the plane of the apex, but outside the sphere.
     if (!planar) points.emplace_back(12e-3, 0, 0.3e-3);
     Bench bench(*element, s.medium, points, 8);
@@ -171,7 +173,7 @@ TEST(SpecialPoints, SumsOnTheFaceItself) {
   EXPECT_LE(std::abs(sum - exact), 2e-2 * std::abs(exact));
 }
 
-// ---- shells --------------------------------------------------------------------------------------
+// ---- shells -------------------------------------------------------------------------------------
 
 TEST(Shells, CrossTheCentreOfCurvatureWithoutAJump) {
   for (const ShapeKind shape : {ShapeKind::shell, ShapeKind::spherical_ring}) {
@@ -179,11 +181,11 @@ TEST(Shells, CrossTheCentreOfCurvatureWithoutAJump) {
     s.nodes = 64;
     s.medium._dBcmMHz = 1;
     const double focus = 15e-3;
-    const auto at = field(s, &Transducer::fnm_cw,
-                          {{0, 0, focus}, {1e-7, 0, focus}, {0, 0, focus + 1e-7},
-                           {0, 0, focus - 1e-7}});
-    // With loss the closed form stands for the Rayleigh integral, the rim integral for 1 - j alpha/k
-    // times it: 2.7e-3 at 1 dB/(cm MHz).
+    const auto at =
+        field(s, &Transducer::fnm_cw,
+              {{0, 0, focus}, {1e-7, 0, focus}, {0, 0, focus + 1e-7}, {0, 0, focus - 1e-7}});
+    // With loss the closed form stands for the Rayleigh integral, the rim integral for 1 - j
+    // alpha/k times it: 2.7e-3 at 1 dB/(cm MHz).
     const Complex g = propagation_constant(s.medium);
     for (int i = 1; i < 4; ++i) {
       EXPECT_LE(std::abs(at[i] - at[0] * g / Complex(0, g.imag())), 1e-3 * std::abs(at[0]));

@@ -10,13 +10,14 @@
 
 namespace kestrel::detail {
 
-/// The loop that every continuous-wave method shares: turn each grid point into the element's frame,
-/// ask the method for its region, collect points of equal region into tiles, evaluate full tiles,
-/// add into the planes.
+/// The loop that every continuous-wave method shares: turn each grid point into the element's
+/// frame, ask the method for its region, collect points of equal region into tiles, evaluate full
+/// tiles, add into the planes.
 ///
 /// A method has: `static constexpr int regions`; `int region(x, y, z) const`, -1 for points that
-/// receive nothing; `double reach() const` (see Propagation); `void evaluate(FieldTile&, int region)
-/// const`, which writes the pressures of the tile's points. Several methods follow one another.
+/// receive nothing; `double reach() const` (see Propagation); `void evaluate(FieldTile&, int
+/// region) const`, which writes the pressures of the tile's points. Several methods follow one
+/// another.
 ///
 /// All memory is had before the first point is touched.
 template <class Methods>
@@ -55,8 +56,8 @@ void superpose_fields(Transducer& element, const Methods& methods) {
   }
 }
 
-/// Builds methods (a container of them) and superposes their fields in turn. When memory runs out the
-/// planes are as they were.
+/// Builds methods (a container of them) and superposes their fields in turn. When memory runs out
+/// the planes are as they were.
 template <class Build>
 int run_field_methods(Transducer& element, const Build& build) {
   try {
