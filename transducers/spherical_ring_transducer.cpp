@@ -1,6 +1,7 @@
 #include "transducers/spherical_ring_transducer.h"
 
 #include <iostream>
+#include <vector>
 
 #include "transducers/detail/cap_methods.h"
 #include "transducers/detail/superpose_field.h"
@@ -16,10 +17,11 @@ template <class CapMethod>
 int superpose_caps(Transducer& element, double inner_radius, double outer_radius,
                    const CapMethod& cap_method) {
   const std::complex<double> weight = element.get_complex_weight();
-  const int result =
-      run_field_method(element, [&] { return cap_method(outer_radius, weight); });
-  if (result != kSuccess || !(inner_radius > 0)) return result;
-  return run_field_method(element, [&] { return cap_method(inner_radius, -weight); });
+  return run_field_methods(element, [&] {
+    std::vector methods{cap_method(outer_radius, weight)};
+    if (inner_radius > 0) methods.push_back(cap_method(inner_radius, -weight));
+    return methods;
+  });
 }
 
 }  // namespace

@@ -60,13 +60,13 @@ TEST_P(InstructionSets, AgreeWithTheScalarPath) {
   }
 }
 
-// Phases and exponents beyond the range of the wide functions, and coordinates that are not numbers:
-// such points take the scalar path, and leave their neighbours where they were.
+// Phases and exponents beyond the range of the wide functions, and coordinates that are not
+// numbers: such points take the scalar path, and leave their neighbours where they were.
 TEST_P(InstructionSets, LeavePointsOutOfReachToTheScalarPath) {
   RandomSituations random(5);
-  const Points far = {{0, 0, 800},          {1e4, 0, 1e5},  {0, 0, 1e200},     {kNan, 0, 0.01},
-                      {0, kNan, 0.01},      {0, 0, kNan},   {0, 0, kInfinity}, {kInfinity, 0, 1},
-                      {0, -kInfinity, 0.01}};
+  const Points far = {{0, 0, 800},       {1e4, 0, 1e5},     {0, 0, 1e200},
+                      {kNan, 0, 0.01},   {0, kNan, 0.01},   {0, 0, kNan},
+                      {0, 0, kInfinity}, {kInfinity, 0, 1}, {0, -kInfinity, 0.01}};
   for (const CwMethod& method : kCwMethods) {
     if (!method.vectorised) continue;
     for (const bool lossy : {false, true}) {
@@ -111,9 +111,9 @@ TEST_P(InstructionSets, GiveAPointTheSameValueInAnyCompany) {
     const auto together = field_on(GetParam(), s, method.method, points);
     for (const std::size_t count : {1, 3, 7, 257}) {
       const std::size_t first = points.size() - count;
-      const auto some = field_on(GetParam(), s, method.method,
-                                 Points(points.begin() + static_cast<std::ptrdiff_t>(first),
-                                        points.end()));
+      const auto some =
+          field_on(GetParam(), s, method.method,
+                   Points(points.begin() + static_cast<std::ptrdiff_t>(first), points.end()));
       for (std::size_t i = 0; i < count; ++i) {
         ASSERT_TRUE(same(some[i], together[first + i])) << method.name << ", " << count;
       }

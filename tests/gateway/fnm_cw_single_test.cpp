@@ -15,8 +15,8 @@
 
 extern "C" void mexfilerequiredapiversion(unsigned int* built_by, unsigned int* required);
 
-// Every object of the program passes through here: none may outlive a call, and each allocation of a
-// call can be made to fail.
+// Every object of the program passes through here: none may outlive a call, and each allocation of
+// a call can be made to fail.
 namespace {
 
 long objects_alive = 0;
@@ -92,8 +92,8 @@ StructArray transducers(int n) {
   return array;
 }
 
-const Points kPoints = {{0, 0, 10e-3}, {4e-3, 1e-3, 20e-3}, {-3e-3, 2e-3, 8e-3},
-                        {0, 0, -5e-3}, {1e-3, 0, 60e-3}};
+const Points kPoints = {
+    {0, 0, 10e-3}, {4e-3, 1e-3, 20e-3}, {-3e-3, 2e-3, 8e-3}, {0, 0, -5e-3}, {1e-3, 0, 60e-3}};
 
 StructArray point_list(const Points& points = kPoints) {
   std::vector<double> columns;
@@ -204,7 +204,9 @@ TEST(Messages, ComeInTheOrderOfTheChecks) {
       {"Field 'width' of element 2 of the transducer must be a number, but it is empty.\n", "",
        [&] { a.elements.set("width", 1e-3, 1); }},
       {"Field 'center' of transducer element 2 must have 3 entries.\n", "",
-       [&] { a.elements.set("center", {0, 0, 0}, 1); }},
+       [&] {
+         a.elements.set("center", {0, 0, 0}, 1);
+       }},
       {"KESTREL no longer uses the complex_weight property. Please use phase and amplitude "
        "instead.",
        "",
@@ -238,8 +240,8 @@ TEST(Messages, ShapeTextsMatchToTheLetter) {
     a.elements.set("shape", shape, 0);
     const CallResult result = a.run();
     EXPECT_EQ(result.error, "Invalid transducer shape identifier.\n") << shape;
-    EXPECT_EQ(result.printed, "*** " + std::string(shape) +
-                                  " is not a valid transducer shape (element 1) ***\n");
+    EXPECT_EQ(result.printed,
+              "*** " + std::string(shape) + " is not a valid transducer shape (element 1) ***\n");
   }
   // The others exist, but have no such method.
   for (const char* shape : {"circ", "ring", "shel", "sph ring"}) {
@@ -260,20 +262,24 @@ TEST(Messages, UndefinedInputsAreNamed) {
   };
   const Case cases[] = {
       {"'height' of element 1", [](Arguments& a) { a.elements.set("height", "tall", 0); }},
-      {"'phase' of element 2", [](Arguments& a) { a.elements.set("phase", Value::zeros(0, 0), 1); }},
+      {"'phase' of element 2",
+       [](Arguments& a) { a.elements.set("phase", Value::zeros(0, 0), 1); }},
       {"'center' of transducer element 2",
-       [](Arguments& a) { a.elements.set("center", {1, 2}, 1); }},
+       [](Arguments& a) {
+         a.elements.set("center", {1, 2}, 1);
+       }},
       {"'center' of element 1",
        [](Arguments& a) { a.elements.set("center", Value::zeros(1, 3, mxSINGLE_CLASS), 0); }},
       {"'euler' of element 2",
-       [](Arguments& a) { a.elements.set("euler", Value::complex_matrix(1, 3, {1, 2, 3}), 1); }},
+       [](Arguments& a) {
+         a.elements.set("euler", Value::complex_matrix(1, 3, {1, 2, 3}), 1);
+       }},
       {"'ndiv'", [](Arguments& a) { a.ndiv = Value::zeros(0, 0); }},
       {"ndiv", [](Arguments& a) { a.ndiv = Value::scalar(kNan); }},
       {"ndiv", [](Arguments& a) { a.ndiv = Value::scalar(3e9); }},
       {"'frequency'", [](Arguments& a) { a.frequency = Value::zeros(0, 0); }},
       {"'soundspeed'", [](Arguments& a) { a.water.set("soundspeed", Value::zeros(0, 0)); }},
-      {"'coordinates'",
-       [](Arguments& a) { a.grid.set("coordinates", Value::zeros(4, 2)); }},
+      {"'coordinates'", [](Arguments& a) { a.grid.set("coordinates", Value::zeros(4, 2)); }},
   };
   for (const Case& c : cases) {
     Arguments a;
@@ -296,9 +302,9 @@ TEST(Messages, DisplayFlagAndFrequencyWarnings) {
   Arguments a;
   a.elements = transducers(3);
   a.frequency = Value::scalar(0);
-  EXPECT_EQ(a.run().warnings,
-            std::vector<std::string>(
-                3, "f0 not set; using default of 1 MHz to calculate wavelength."));
+  EXPECT_EQ(
+      a.run().warnings,
+      std::vector<std::string>(3, "f0 not set; using default of 1 MHz to calculate wavelength."));
   a.frequency = Value::scalar(kNan);
   EXPECT_TRUE(a.run().warnings.empty());
 }
@@ -439,6 +445,25 @@ TEST(Release, EveryPathLeavesNothingBehind) {
     ASSERT_EQ(failed, reached) << "allocation " << failures;
   }
   EXPECT_GE(failures, 10);  // five elements, their lists, the tables of the method
+}
+
+// A field that runs out of memory answers 2 and leaves the planes as they were.
+TEST(OutOfMemory, IsAnAnswerOfEveryField) {
+  for (const ShapeKind shape : kShapes) {
+    Situation s = typical(shape);
+    const auto element = s.element();
+    Bench bench(*element, s.medium, kPoints, 8);
+    bench.set_planes({1, 2});
+    int result = kOutOfMemory, failures = -1;
+    for (; result == kOutOfMemory; ++failures) {
+      EXPECT_EQ(bench.field(), std::vector<Complex>(kPoints.size(), {1, 2}));
+      allocations_until_failure = failures + 1;
+      result = bench.call(&Transducer::fnm_cw);
+      allocations_until_failure = -1;
+    }
+    EXPECT_EQ(result, kSuccess);
+    EXPECT_GE(failures, 3);
+  }
 }
 
 TEST(Version, IsTheOneOfInterleavedComplexValues) {

@@ -12,9 +12,9 @@ namespace {
 
 /// On the axis, under the face, beside and beyond it; a millimetre or more from every face, and two
 /// from the centre of curvature of the shells.
-const Points kPoints = {{0, 0, 12e-3},       {0, 0, 40e-3},      {1e-3, -1.5e-3, 5e-3},
-                        {2.2e-3, 3e-3, 8e-3}, {3e-3, 5e-3, 9e-3}, {5e-3, 0, 6e-3},
-                        {7e-3, 2e-3, 11e-3},  {0, 9e-3, 12e-3},   {15e-3, -9e-3, 25e-3},
+const Points kPoints = {{0, 0, 12e-3},        {0, 0, 40e-3},       {1e-3, -1.5e-3, 5e-3},
+                        {2.2e-3, 3e-3, 8e-3}, {3e-3, 5e-3, 9e-3},  {5e-3, 0, 6e-3},
+                        {7e-3, 2e-3, 11e-3},  {0, 9e-3, 12e-3},    {15e-3, -9e-3, 25e-3},
                         {4e-3, 4e-3, 17e-3},  {-3e-3, 1e-3, 60e-3}};
 
 std::vector<Complex> converged(const Situation& s, const Points& points) {
@@ -124,8 +124,7 @@ TEST(ClosedForms, ShellOnItsAxisAndAtTheCentreOfCurvature) {
       expected.push_back(1.5e6 * rc / zeta * (wave(s.medium, rim) - wave(s.medium, z)));
     }
     EXPECT_LE(difference(field(s, &Transducer::fnm_cw, points), expected), 3e-13);
-    const Complex centre =
-        Complex(0, 2 * M_PI * 1000 * 1e6 * (rc - h)) * wave(s.medium, rc);
+    const Complex centre = Complex(0, 2 * M_PI * 1000 * 1e6 * (rc - h)) * wave(s.medium, rc);
     EXPECT_LE(difference(field(s, &Transducer::fnm_cw, {{0, 0, rc}}), {centre}), 3e-13);
     EXPECT_EQ(field(s, &Transducer::fnm_cw_sse, {{0, 0, rc}}),
               field(s, &Transducer::fnm_cw, {{0, 0, rc}}));
@@ -139,8 +138,7 @@ TEST(ClosedForms, RayleighAtTheApexOfAShell) {
   s.medium._f0 = 3e6;
   const Complex g = propagation_constant(s.medium);
   const double chord = 2 * s.b * std::sin(std::asin(s.a / s.b) / 2);
-  const Complex expected =
-      Complex(0, 3e6 * 1000) * (2 * M_PI * (1.0 - std::exp(-g * chord)) / g);
+  const Complex expected = Complex(0, 3e6 * 1000) * (2 * M_PI * (1.0 - std::exp(-g * chord)) / g);
   for (const Method method : {&Transducer::rayleigh_cw, &Transducer::rayleigh_cw_sse}) {
     EXPECT_LE(difference(field(s, method, {{0, 0, 0}}), {expected}), 3e-13);
   }
@@ -247,14 +245,14 @@ TEST(KeptBehaviour, TheShellsFourWideMethodFailsNearItsCentre) {
   EXPECT_GT(error(1e-7), 1e-2);
 }
 
-// ---- symmetries ----------------------------------------------------------------------------------
+// ---- symmetries ---------------------------------------------------------------------------------
 
 TEST(Symmetries, MirroredPointsHearTheSame) {
   for (const ShapeKind shape : kShapes) {
     const Situation s = typical(shape);
     for (const Point p : kPoints) {
-      const auto mirrored = field(s, &Transducer::fnm_cw,
-                                  {p, {-p.x, p.y, p.z}, {p.x, -p.y, p.z}, {-p.x, -p.y, p.z}});
+      const auto mirrored =
+          field(s, &Transducer::fnm_cw, {p, {-p.x, p.y, p.z}, {p.x, -p.y, p.z}, {-p.x, -p.y, p.z}});
       for (const Complex q : mirrored) EXPECT_LE(std::abs(q - mirrored[0]), 1e-13 * 3e6);
     }
   }

@@ -70,9 +70,8 @@ TEST(WideMath, AccuracyBudgets) {
       double worst = 0, at = 0;
       const auto try_at = [&](double x) {
         const long double exact = b.exact(x);
-        const long double error = std::abs((fused ? b.fused : b.plain)(x) - exact);
-        const auto share =
-            static_cast<double>(error / (b.relative * std::abs(exact) + b.absolute));
+        const long double error = std::abs((fused ? b.fused : b.plain)(x)-exact);
+        const auto share = static_cast<double>(error / (b.relative * std::abs(exact) + b.absolute));
         if (!(share <= worst)) worst = share, at = x;
       };
       for (int i = 0; i < 100003; ++i) try_at(inside(random));
@@ -82,8 +81,8 @@ TEST(WideMath, AccuracyBudgets) {
           if (n * 1.5707963267948966 > b.from) try_at(n * 1.5707963267948966);
         }
       }
-      EXPECT_LE(worst, fused || b.absolute == 0 ? 1 : not_fused) << b.name << (fused ? ", fused" : ", not fused") << " at " << at
-                            << ", seed " << seed;
+      EXPECT_LE(worst, fused || b.absolute == 0 ? 1 : not_fused)
+          << b.name << (fused ? ", fused" : ", not fused") << " at " << at << ", seed " << seed;
     }
   }
 }
@@ -172,8 +171,8 @@ TEST(PistonApodization, ProfilesAndDerivatives) {
       EXPECT_EQ(p.derivative(-u * a, a), -p.derivative(u * a, a));
     }
     // Zero on the rim and beyond, for NaN, and for a piston without a face.
-    for (const auto& [sigma, radius] : {std::pair{a, a}, {-a, a}, {2 * a, a}, {kNan, a},
-                                        {1e-3, kNan}, {0.0, 0.0}, {1e-3, -a}}) {
+    for (const auto& [sigma, radius] :
+         {std::pair{a, a}, {-a, a}, {2 * a, a}, {kNan, a}, {1e-3, kNan}, {0.0, 0.0}, {1e-3, -a}}) {
       EXPECT_EQ(p.value(sigma, radius), 0);
       EXPECT_EQ(p.derivative(sigma, radius), 0);
     }

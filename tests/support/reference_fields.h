@@ -2,10 +2,10 @@
 
 /// Plain evaluations of the continuous-wave methods: one point after the other, std::complex and
 /// library functions, nothing shared with the kernels under test. Every float step is written out,
-/// so on the scalar path the fields agree to the bit where `CwMethod::exact` says so.
+/// so on the scalar path the fields agree to the bit where a method's tolerance is zero.
 
-#include <array>
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "numerics/four_wide_math.h"
@@ -40,11 +40,9 @@ inline Complex wave(double x, double y) {
 }
 
 inline float narrow(double x) { return static_cast<float>(x); }
-inline double frequency(const Situation& s) {
-  return s.medium._f0 <= 1e-10 ? 1e6 : s.medium._f0;
-}
+inline double frequency(const Situation& s) { return s.medium._f0 <= 1e-10 ? 1e6 : s.medium._f0; }
 
-// ---- rectangle -----------------------------------------------------------------------------------
+// ---- rectangle ----------------------------------------------------------------------------------
 
 inline Complex rectangle_single(const Situation& s, Point p) {
   const Medium& m = s.medium;
@@ -265,8 +263,8 @@ inline Complex rectangle_rayleigh(const Situation& s, Point p) {
       const double weight = rule.w[i] * (s.a * 0.5) * (rule.w[j] * (s.b * 0.5));
       const double r = std::sqrt(dy * dy + dx * dx + p.z * p.z);
       const Complex e = wave(alpha * r, k * r);
-      sum += r == 0 ? Complex(weight, weight)
-                    : Complex(weight * e.real() / r, weight * e.imag() / r);
+      sum +=
+          r == 0 ? Complex(weight, weight) : Complex(weight * e.real() / r, weight * e.imag() / r);
     }
   }
   return sum * s.weight() * Complex(0, 1) * m._rho_density * m._f0;
@@ -296,10 +294,11 @@ inline Complex rectangle_farfield_lossless(const Situation& s, Point p) {
 inline Complex rectangle_radiator(const Situation& s, Point p) {
   const Medium& m = s.medium;
   if (p.z < 0) return 0;
-  const Complex k(kTwoPi * frequency(s) / m._soundspeed,
-                  -m._dBcmMHz * 100 * m._f0 / 1e6 / kNeper);
+  const Complex k(kTwoPi * frequency(s) / m._soundspeed, -m._dBcmMHz * 100 * m._f0 / 1e6 / kNeper);
   const double half_width = s.a / 2 / s.nodes, half_height = s.b / 2 / s.nodes;
-  const auto sinc = [](Complex u) { return std::abs(u) < 1e-3 ? 1.0 - u * u / 6.0 : std::sin(u) / u; };
+  const auto sinc = [](Complex u) {
+    return std::abs(u) < 1e-3 ? 1.0 - u * u / 6.0 : std::sin(u) / u;
+  };
   Complex sum;
   for (int i = 0; i < s.nodes; ++i) {
     for (int j = 0; j < s.nodes; ++j) {
@@ -313,7 +312,7 @@ inline Complex rectangle_radiator(const Situation& s, Point p) {
   return Complex(0, m._rho_density * m._f0) * s.weight() * sum;
 }
 
-// ---- disc and ring -------------------------------------------------------------------------------
+// ---- disc and ring ------------------------------------------------------------------------------
 
 inline Complex disc_fnm(const Situation& s, Point p) {
   const Medium& m = s.medium;
@@ -428,8 +427,7 @@ inline Complex disc_rayleigh_sse(const Situation& s, Point p) {
       const float cosine = narrow(std::cos((j + 0.5) * angular));
       const float path =
           std::sqrt(cosine * (-2 * rho * r) + narrow(rho_double * rho_double) + z2r2);
-      const float g =
-          lane_exp_real(alpha * path) * (rho * narrow(radial) * narrow(angular)) / path;
+      const float g = lane_exp_real(alpha * path) * (rho * narrow(radial) * narrow(angular)) / path;
       const LaneComplex e = lane_exp(0, k * path);
       sums.add(3 - j % 4, g * e.re, g * e.im);
     }
@@ -468,7 +466,7 @@ inline Complex ring_rayleigh(const Situation& s, Point p) {
   return (disc_sum(s, p, s.b, alpha, k, 0) - hole) * disc_gain(s);
 }
 
-// ---- shell and spherical ring --------------------------------------------------------------------
+// ---- shell and spherical ring -------------------------------------------------------------------
 
 inline bool cap_hears(double a, double rc, Point p) {
   const double h = std::sqrt(rc * rc - a * a), zeta = p.z - rc;
@@ -498,8 +496,8 @@ inline Complex cap_fnm(const Situation& s, Point p, double a, double rc, double 
     const double t1 = r * c * h, t2 = a * zeta, t3 = r * a * c;
     const double f =
         (t1 + t2) / ((((zeta * (a + a)) * t1 + (r * rc) * (r * rc)) - t3 * t3) + t2 * t2);
-    const double path = std::sqrt((((rc * rc + r * r) + zeta * zeta) - (a + a) * r * c) +
-                                  (zeta + zeta) * h);
+    const double path =
+        std::sqrt((((rc * rc + r * r) + zeta * zeta) - (a + a) * r * c) + (zeta + zeta) * h);
     sum += w * (f * (wave(alpha * path, k * path) - e0));
   }
   return (sum * prefactor) * weight;
@@ -543,8 +541,8 @@ inline Complex shell_sse(const Situation& s, Point p) {
     const float t1 = r * c * h, t2 = a * zeta, t3 = r * a * c;
     const float f =
         (t1 + t2) / ((((zeta * (a + a)) * t1 + (r * rc) * (r * rc)) - t3 * t3) + t2 * t2);
-    const float path = std::sqrt((((rc * rc + r * r) + zeta * zeta) - (a + a) * r * c) +
-                                 (zeta + zeta) * h);
+    const float path =
+        std::sqrt((((rc * rc + r * r) + zeta * zeta) - (a + a) * r * c) + (zeta + zeta) * h);
     const LaneComplex e = lane_exp(alpha * path, k * path);
     sums.add(3 - j % 4, w * (f * (e.re - e0.re)), w * (f * (e.im - e0.im)));
   }
@@ -556,8 +554,7 @@ inline Complex cap_rayleigh(const Situation& s, Point p, double a, double rc, Co
   const Medium& m = s.medium;
   if (!cap_hears(a, rc, p)) return 0;
   const double zeta = p.z - rc, r = std::hypot(p.x, p.y);
-  const Complex rate(-m._dBcmMHz * 100 * m._f0 / 1e6 / kNeper,
-                     -kTwoPi * m._f0 / m._soundspeed);
+  const Complex rate(-m._dBcmMHz * 100 * m._f0 / 1e6 / kNeper, -kTwoPi * m._f0 / m._soundspeed);
   const double polar = std::asin(a / rc) / s.nodes, azimuth = kPi / s.nodes;
   Complex sum;
   for (int i = 0; i < s.nodes; ++i) {

@@ -53,10 +53,18 @@ struct Situation {
   std::unique_ptr<Transducer> element() const {
     std::unique_ptr<Transducer> made;
     switch (shape) {
-      case ShapeKind::rectangle: made = std::make_unique<RectangularTransducer>(a, b); break;
-      case ShapeKind::disc: made = std::make_unique<CircularTransducer>(a); break;
-      case ShapeKind::ring: made = std::make_unique<RingTransducer>(a, b); break;
-      case ShapeKind::shell: made = std::make_unique<SphericalTransducer>(a, b); break;
+      case ShapeKind::rectangle:
+        made = std::make_unique<RectangularTransducer>(a, b);
+        break;
+      case ShapeKind::disc:
+        made = std::make_unique<CircularTransducer>(a);
+        break;
+      case ShapeKind::ring:
+        made = std::make_unique<RingTransducer>(a, b);
+        break;
+      case ShapeKind::shell:
+        made = std::make_unique<SphericalTransducer>(a, b);
+        break;
       case ShapeKind::spherical_ring:
         made = std::make_unique<SphericalRingTransducer>(a, b, c);
         break;
@@ -75,11 +83,21 @@ inline Situation typical(ShapeKind shape) {
   Situation s;
   s.shape = shape;
   switch (shape) {
-    case ShapeKind::rectangle: s.a = 6e-3, s.b = 10e-3; break;
-    case ShapeKind::disc: s.a = 5e-3; break;
-    case ShapeKind::ring: s.a = 3e-3, s.b = 6e-3; break;
-    case ShapeKind::shell: s.a = 8e-3, s.b = 15e-3; break;
-    case ShapeKind::spherical_ring: s.a = 4e-3, s.b = 8e-3, s.c = 15e-3; break;
+    case ShapeKind::rectangle:
+      s.a = 6e-3, s.b = 10e-3;
+      break;
+    case ShapeKind::disc:
+      s.a = 5e-3;
+      break;
+    case ShapeKind::ring:
+      s.a = 3e-3, s.b = 6e-3;
+      break;
+    case ShapeKind::shell:
+      s.a = 8e-3, s.b = 15e-3;
+      break;
+    case ShapeKind::spherical_ring:
+      s.a = 4e-3, s.b = 8e-3, s.c = 15e-3;
+      break;
   }
   return s;
 }

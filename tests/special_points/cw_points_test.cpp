@@ -1,0 +1,244 @@
+// Where formulas degenerate: the plane of the face, edges, corners, the axis, rims, the apex, the
+// centre of curvature, behind the face. All elements stand untouched at the origin, since a turned
+// one rounds such points to either side.
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "host/standalone/standalone_host.h"
+#include "numerics/instruction_set.h"
+#include "tests/support/reference_fields.h"
+#include "tests/support/surface_integral.h"
+
+namespace kestrel::test {
+namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+bool finite(Complex p) { return std::isfinite(p.real()) && std::isfinite(p.imag()); }
+
+const CwMethod& cw_method(ShapeKind shape, Method method) {
+  return *std::find_if(std::begin(kCwMethods), std::end(kCwMethods),
+                       [&](const CwMethod& m) { return m.shape == shape && m.method == method; });
+}
+
+/// Points of the source plane or surface, of rims and edges, and just beside them.
+Points special_points(const Situation& s) {
+  const double in = 1e-9;
+  switch (s.shape) {
+    case ShapeKind::rectangle: {
+      const double a = s.a / 2, b = s.b / 2;
+      return {{0, 0, 0},         {0, 0, 5e-3},  {a / 3, b / 5, 0}, {a, 0, 5e-3},
+              {0, b, 5e-3},      {a, b, 5e-3},  {-a, -b, 5e-3},    {a + in, 0, 1e-3},
+              {a - in, 0, 1e-3}, {2 * a, 0, 0}, {2 * a, 3 * b, 0}, {0, -2 * b, 3e-3},
+              {a, 3 * b, 2e-3}};
+    }
+    case ShapeKind::disc:
+      return {{0, 0, 0},      {0, 0, 3e-3},     {s.a / 3, 0, 0}, {s.a, 0, 0},
+              {0, s.a, 4e-3}, {s.a + in, 0, 0}, {3 * s.a, 0, 0}, {s.a - in, 0, 1e-3}};
+    case ShapeKind::ring:
+      return {{0, 0, 0},   {0, 0, 3e-3},   {s.a / 3, 0, 0}, {s.a, 0, 0},
+              {s.b, 0, 0}, {0, s.a, 4e-3}, {s.b, 0, 2e-3},  {(s.a + s.b) / 2, 0, 0}};
+    case ShapeKind::shell:
+    case ShapeKind::spherical_ring: {
+      const double a = s.shape == ShapeKind::shell ? s.a : s.b;
+      const double rc = s.shape == ShapeKind::shell ? s.b : s.c;
+      const double h = std::sqrt(rc * rc - a * a);
+      return {{0, 0, rc},     {0, 0, rc + 2e-10},  {1e-3, 0, rc}, {0, 0, 1e-4},
+              {0, 0, rc - h}, {a / 2, 0, rc - h},  {0, 3e-3, rc}, {2 * a, 0, rc - h + in},
+              {0, 0, 2 * rc}, {3e-3, 1e-3, 3 * rc}};
+    }
+  }
+  return {};
+}
+
+// Finite where a formula could divide by zero, the same on all instruction sets, and as the plain
+// evaluation has it.
+TEST(SpecialPoints, AreFiniteAndAsThePlainEvaluationHasThem) {
+  for (const ShapeKind shape : kShapes) {
+    for (const double slope : {0.0, 1.0}) {
+      Situation s = typical(shape);
+      s.medium._dBcmMHz = slope;
+      s.profile = 2;
+      for (const CwMethod& m : kCwMethods) {
+        if (m.shape != shape || m.tolerance > 1e-9) continue;
+        const Points points = special_points(s);
+        const auto expected = reference_field(m, s, points);
+        for (const InstructionSet set :
+             {InstructionSet::scalar, InstructionSet::baseline, instruction_set()}) {
+          const ScopedInstructionSet scope(set);
+          const auto actual = field(s, m.method, points);
+          for (std::size_t i = 0; i < points.size(); ++i) {
+            const Point p = points[i];
+            EXPECT_TRUE(finite(actual[i])) << m.name << ": " << p.x << " " << p.y << " " << p.z;
+          }
+          // Next to the centre of curvature nearly equal waves are divided by what is left of them.
+          EXPECT_LE(difference(actual, expected),
+                    set == InstructionSet::scalar && m.tolerance == 0 ? 0 : 1e-9)
+              << m.name << ", " << name(set);
+        }
+      }
+    }
+  }
+}
+
+// Mean of the limits from inside and outside; a corner sees a quarter of the face at distance zero.
+TEST(SpecialPoints, EdgesAndCornersTakeTheirShareOfThePlaneWave) {
+  Situation s = typical(ShapeKind::rectangle);
+  s.nodes = 200;
+  // Just in front of the face the direct wave is rho c over the inside, half on an edge, a quarter
+  // on a corner; the diffracted rest is continuous.
+  const double z = 1e-7, step = 1e-4;
+  const auto at = [&](double x, double y) { return field(s, &Transducer::fnm_cw, {{x, y, z}})[0]; };
+  const double a = s.a / 2, b = s.b / 2;
+  const Complex edge = at(a, 0), mean = (at(a - step, 0) + at(a + step, 0)) / 2.0;
+  EXPECT_LE(std::abs(edge - mean), 2e-2 * 1.5e6);
+  const Complex corner = at(a, b);
+  const Complex corner_mean = (at(a - step, b - step) + at(a - step, b + step) +
+                               at(a + step, b - step) + at(a + step, b + step)) /
+                              4.0;
+  EXPECT_LE(std::abs(corner - corner_mean), 2e-2 * 1.5e6);
+  EXPECT_GT(std::abs(at(a - step, 0) - at(a + step, 0)), 5e5);
+}
+
+// Behind a face, and for NaN (one coordinate makes all local ones NaN): planes keep what they held,
+// but for the rectangle, which computes a NaN.
+TEST(SpecialPoints, BehindTheFaceNothingIsAdded) {
+  const standalone::Capture quiet;
+  for (const CwMethod& m : kCwMethods) {
+    Situation s = typical(m.shape);
+    s.profile = 2;
+    const auto element = s.element();
+    const bool planar = m.shape != ShapeKind::shell && m.shape != ShapeKind::spherical_ring;
+    const double behind = planar ? -1e-9 : -1e-3;
+    Points points = {{0, 0, behind},
+                     {1e-3, -2e-3, behind},
+                     {20e-3, 0, -30e-3},
+                     {1e-3, 0, kNan},
+                     {kNan, 0, 10e-3}};
+    // Before the plane of the apex, but outside the sphere.
+    if (!planar) points.emplace_back(12e-3, 0, 0.3e-3);
+    Bench bench(*element, s.medium, points, 8);
+    bench.set_planes({3, -4});
+    EXPECT_EQ(bench.call(m.method), 0);
+    const auto after = bench.field();
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      if ((i == 3 || i == 4) && m.shape == ShapeKind::rectangle &&
+          m.method != &Transducer::farfield_cw) {
+        EXPECT_FALSE(finite(after[i])) << m.name << ", point " << i;
+      } else {
+        EXPECT_EQ(after[i], Complex(3, -4)) << m.name << ", point " << i;
+      }
+    }
+    // The face itself belongs to the front.
+    if (!planar || m.method == &Transducer::farfield_cw) continue;
+    bench.set_planes(0);
+    Bench front(*element, s.medium, {{1e-3, 1e-3, 0}, {1e-3, 1e-3, -0.0}}, 8);
+    front.call(m.method);
+    EXPECT_NE(front.field()[0], 0.0) << m.name;
+    EXPECT_NE(front.field()[1], 0.0) << m.name;
+  }
+}
+
+TEST(SpecialPoints, TheFarFieldHasNoCentre) {
+  const Situation s = typical(ShapeKind::rectangle);
+  EXPECT_EQ(field(s, &Transducer::farfield_cw, {{0, 0, 0}})[0], 0.0);
+  const double z = 0.7;
+  const Complex axis = field(s, &Transducer::farfield_cw, {{0, 0, z}})[0];
+  const double kz = 2 * M_PI / 1.5e-3 * z;
+  const Complex expected =
+      Complex(0, 1e6 * 1000 * s.a * s.b) * Complex(std::cos(kz), -std::sin(kz)) / z;
+  EXPECT_LE(std::abs(axis - expected), 1e-11 * std::abs(expected));
+}
+
+// A Rayleigh sum at one of its own nodes takes the node's weight in both parts; a radiator at the
+// centre of a cell the cell's own integral.
+TEST(SpecialPoints, SumsOnTheFaceItself) {
+  Situation s = typical(ShapeKind::rectangle);
+  s.nodes = 3;  // the middle node is the origin
+  for (const auto& [method, tolerance] :
+       {std::pair{&Transducer::rayleigh_cw, 0.0}, {&Transducer::rayleigh_cw_sse, 8e-3}}) {
+    const standalone::Capture quiet;
+    const auto& reference = cw_method(ShapeKind::rectangle, &Transducer::rayleigh_cw);
+    const ScopedInstructionSet scalar(InstructionSet::scalar);
+    const Points origin = {{0, 0, 0}};
+    EXPECT_LE(difference(field(s, method, origin), reference_field(reference, s, origin)),
+              tolerance);
+  }
+  // Against the fast nearfield method; the sum converges as 1/n there.
+  s.nodes = 81;
+  const Complex sum = field(s, &Transducer::radiator_cw, {{0, 0, 0}})[0];
+  const Complex exact = field(s, &Transducer::fnm_cw, {{0, 0, 0}})[0];
+  EXPECT_LE(std::abs(sum - exact), 2e-2 * std::abs(exact));
+}
+
+// ---- shells -------------------------------------------------------------------------------------
+
+TEST(Shells, CrossTheCentreOfCurvatureWithoutAJump) {
+  for (const ShapeKind shape : {ShapeKind::shell, ShapeKind::spherical_ring}) {
+    Situation s = typical(shape);
+    s.nodes = 64;
+    s.medium._dBcmMHz = 1;
+    const double focus = 15e-3;
+    const auto at =
+        field(s, &Transducer::fnm_cw,
+              {{0, 0, focus}, {1e-7, 0, focus}, {0, 0, focus + 1e-7}, {0, 0, focus - 1e-7}});
+    // With loss the closed form stands for the Rayleigh integral, the rim integral for 1 - j
+    // alpha/k times it: 2.7e-3 at 1 dB/(cm MHz).
+    const Complex g = propagation_constant(s.medium);
+    for (int i = 1; i < 4; ++i) {
+      EXPECT_LE(std::abs(at[i] - at[0] * g / Complex(0, g.imag())), 1e-3 * std::abs(at[0]));
+    }
+  }
+}
+
+TEST(Shells, AHemisphereHasItsRimPlaneThroughTheCentre) {
+  Situation s = typical(ShapeKind::shell);
+  s.a = s.b = 10e-3;
+  s.nodes = 96;
+  // Inside, beyond the centre, and outside below the rim plane.
+  const auto p = field(s, &Transducer::fnm_cw,
+                       {{1e-3, 0, 4e-3}, {2e-3, 0, 15e-3}, {11e-3, 0, 9e-3}, {11e-3, 0, 11e-3}});
+  const SurfaceIntegral integral(s);
+  EXPECT_LE(std::abs(p[0] - integral({1e-3, 0, 4e-3})), 1e-11 * peak(p));
+  EXPECT_LE(std::abs(p[1] - integral({2e-3, 0, 15e-3})), 1e-11 * peak(p));
+  EXPECT_EQ(p[2], 0.0);
+  EXPECT_NE(p[3], 0.0);
+}
+
+TEST(Shells, AnApertureWiderThanTheSphereGivesNaNInsideAndNothingOutside) {
+  Situation s = typical(ShapeKind::shell);
+  s.a = 16e-3;
+  for (const Method method : {&Transducer::fnm_cw, &Transducer::fnm_cw_sse,
+                              &Transducer::rayleigh_cw, &Transducer::rayleigh_cw_sse}) {
+    const auto p = field(s, method, {{0, 0, 7e-3}, {0, 0, 15e-3}, {0, 0, 31e-3}, {0, 0, -1e-3}});
+    EXPECT_FALSE(finite(p[0]));
+    EXPECT_FALSE(finite(p[1]));
+    EXPECT_EQ(p[2], 0.0);
+    EXPECT_EQ(p[3], 0.0);
+  }
+}
+
+// Outside the sphere between the two rim planes only the inner cap's region test passes: such a
+// point gets minus the inner cap's field, which is not the ring's.
+TEST(Shells, BetweenTheRimPlanesASphericalRingSubtractsFromNothing) {
+  const Situation ring = typical(ShapeKind::spherical_ring);
+  Situation inner = typical(ShapeKind::shell);
+  inner.a = ring.a;
+  inner.b = ring.c;
+  const double h_outer = std::sqrt(ring.c * ring.c - ring.b * ring.b);
+  const double h_inner = std::sqrt(ring.c * ring.c - ring.a * ring.a);
+  const Points between = {{20e-3, 0, ring.c - (h_outer + h_inner) / 2}};
+  const Points in_front = {{20e-3, 0, ring.c - h_outer + 1e-6}};
+  for (const Method method : {&Transducer::fnm_cw, &Transducer::rayleigh_cw}) {
+    const Complex p = field(ring, method, between)[0];
+    EXPECT_NE(p, 0.0);
+    EXPECT_LE(std::abs(p + field(inner, method, between)[0]), 1e-13 * std::abs(p));
+    EXPECT_GT(std::abs(field(ring, method, in_front)[0] + field(inner, method, in_front)[0]),
+              0.1 * std::abs(p));
+  }
+}
+
+}  // namespace
+}  // namespace kestrel::test
