@@ -49,15 +49,20 @@ function(kestrel_add_host_library name)
   target_link_libraries(${name} PUBLIC Threads::Threads ${arg_LINK})
 endfunction()
 
-# kestrel_add_plugin(<name> [SOURCES file...])
+# kestrel_add_plugin(<name> [FOLDER folder] [SOURCES file...])
 #
-# One compiled entry, gateway/<name>.cpp and SOURCES, for every host:
+# One compiled entry, gateway/<name>.cpp and SOURCES, for every host; FOLDER is its place in the
+# toolbox, a package folder for entries that users call through a function of the package:
 #   <name>              the plug-in for Octave, <name>.mex in the toolbox folder
 #   <name>_matlab       the plug-in for MATLAB, <name>.mexa64 or the like, beside it
 #   <name>_standalone   a static library on our own host, whose mexFunction C++ tests call. Each has a
 #                       mexFunction, so a program links one of them; tests have one program per entry.
 function(kestrel_add_plugin name)
-  cmake_parse_arguments(arg "" "" "SOURCES" ${ARGN})
+  cmake_parse_arguments(arg "" "FOLDER" "SOURCES" ${ARGN})
+  set(folder "${KESTREL_TOOLBOX_DIR}")
+  if(arg_FOLDER)
+    string(APPEND folder "/${arg_FOLDER}")
+  endif()
   set(sources "${PROJECT_SOURCE_DIR}/gateway/${name}.cpp")
   foreach(source IN LISTS arg_SOURCES)
     list(APPEND sources "${PROJECT_SOURCE_DIR}/${source}")
@@ -77,7 +82,7 @@ function(kestrel_add_plugin name)
     target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}")
     set_target_properties(${name} PROPERTIES
       PREFIX "" SUFFIX .mex
-      LIBRARY_OUTPUT_DIRECTORY "${KESTREL_TOOLBOX_DIR}"
+      LIBRARY_OUTPUT_DIRECTORY "${folder}"
       LINK_DEPENDS "${exports}")
     set_property(GLOBAL APPEND PROPERTY KESTREL_PLUGINS ${name})
   endif()
@@ -90,7 +95,7 @@ function(kestrel_add_plugin name)
     kestrel_compile_options(${name}_matlab)
     target_compile_definitions(${name}_matlab PRIVATE KESTREL_HOST_DEFINES_API_VERSION)
     set_target_properties(${name}_matlab PROPERTIES
-      LIBRARY_OUTPUT_DIRECTORY "${KESTREL_TOOLBOX_DIR}")
+      LIBRARY_OUTPUT_DIRECTORY "${folder}")
     set_property(GLOBAL APPEND PROPERTY KESTREL_PLUGINS ${name}_matlab)
   endif()
 endfunction()

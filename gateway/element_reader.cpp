@@ -1,14 +1,10 @@
 #include "gateway/element_reader.h"
 
+#include <cmath>
 #include <cstring>
 
 #include "host/host.h"
 #include "inputs/structure_reader.h"
-#include "transducers/circular_transducer.h"
-#include "transducers/rectangular_transducer.h"
-#include "transducers/ring_transducer.h"
-#include "transducers/spherical_ring_transducer.h"
-#include "transducers/spherical_transducer.h"
 
 namespace kestrel::gateway {
 
@@ -38,33 +34,60 @@ ShapeText read_shape_text(const mxArray* array, int index) {
   return shape;
 }
 
-std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const ShapeText& shape,
-                                         double amplitude, double phase) {
+std::optional<fields::Geometry> read_geometry(const mxArray* array, int index,
+                                              const ShapeText& shape) {
   const auto is = [&](const char* name) { return std::strcmp(shape.text, name) == 0; };
   const auto length = [&](const char* field) {
     return read_scalar(field_value(array, field, index), kOwner, field, index + 1);
   };
-  if (is("circ")) {
-    return std::make_unique<CircularTransducer>(length("radius"), amplitude, phase);
-  }
-  if (is("ring")) {
-    const double inner = length("inner_radius"), outer = length("outer_radius");
-    return std::make_unique<RingTransducer>(inner, outer, amplitude, phase);
-  }
-  if (is("rect")) {
-    const double width = length("width"), height = length("height");
-    return std::make_unique<RectangularTransducer>(width, height, amplitude, phase);
-  }
-  if (is("shel")) {
-    const double radius = length("radius"), curvature = length("rad_curvature");
-    return std::make_unique<SphericalTransducer>(radius, curvature, amplitude, phase);
-  }
+  // Braces evaluate from left to right, so what is missing is reported in the order of the table.
+  if (is("circ")) return fields::Circle{length("radius")};
+  if (is("ring")) return fields::Ring{length("inner_radius"), length("outer_radius")};
+  if (is("rect")) return fields::Rectangle{length("width"), length("height")};
+  if (is("shel")) return fields::Shell{length("radius"), length("rad_curvature")};
   if (is("sph ring")) {
-    const double inner = length("inner_radius"), outer = length("outer_radius");
-    const double focus = length("geometric_focus");
-    return std::make_unique<SphericalRingTransducer>(inner, outer, focus, amplitude, phase);
+    return fields::ShellRing{length("inner_radius"), length("outer_radius"),
+                             length("geometric_focus")};
   }
-  return nullptr;
+  return std::nullopt;
+}
+
+std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const ShapeText& shape,
+                                         double amplitude, double phase) {
+  const std::optional<fields::Geometry> geometry = read_geometry(array, index, shape);
+  if (!geometry) return nullptr;
+  fields::Element element;
+  element.geometry = *geometry;
+  element.amplitude = amplitude;
+  element.phase = phase;
+  return fields::make_transducer(element);
+}
+
+fields::Element read_element(const mxArray* array, int index) {
+  const auto triple = [&](const char* field) {
+    const double* entries = read_triple(array, index, field);
+    return CartesianCoordinate(entries[0], entries[1], entries[2]);
+  };
+  const ShapeText shape = read_shape_text(array, index);
+  const std::optional<fields::Geometry> geometry = read_geometry(array, index, shape);
+  if (!geometry) {
+    host::fail("element %d: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring', "
+               "but it is '%s'.", index + 1, shape.text);
+  }
+  fields::Element element;
+  element.geometry = *geometry;
+  element.center = triple("center");
+  element.euler = triple("euler");
+  element.amplitude = read_optional_scalar(array, index, "amplitude", 1.0);
+  element.phase = read_optional_scalar(array, index, "phase", 0.0);
+  element.time_delay = read_optional_scalar(array, index, "time_delay", 0.0);
+  const double apodization = read_optional_scalar(array, index, "apodization_index", 0.0);
+  // Indices that are no such thing stay outside of the range that check_element allows.
+  element.apodization_index =
+      apodization == std::floor(apodization) && std::abs(apodization) < 1000.0
+          ? static_cast<int>(apodization)
+          : -1;
+  return element;
 }
 
 double read_optional_scalar(const mxArray* array, int index, const char* field, double absent) {

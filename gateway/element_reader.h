@@ -1,7 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
+#include "fields/element.h"
 #include "host/mex_api.h"
 #include "transducers/transducer.h"
 
@@ -14,9 +16,8 @@ struct ShapeText {
 };
 ShapeText read_shape_text(const mxArray* array, int index);
 
-/// A new element of the shape that `shape` names, with the geometry, amplitude and phase of element
-/// `index` of the transducer structure array; null when no shape has that name. Absent amplitude and
-/// phase are 1 and 0.
+/// The geometry of element `index` of the transducer structure array, whose shape `shape` names; none
+/// when no shape has that name.
 ///
 /// | shape      | geometry fields                                   |
 /// | "circ"     | radius                                            |
@@ -24,8 +25,16 @@ ShapeText read_shape_text(const mxArray* array, int index);
 /// | "rect"     | width, height                                     |
 /// | "shel"     | radius, rad_curvature                             |
 /// | "sph ring" | inner_radius, outer_radius, geometric_focus       |
+std::optional<fields::Geometry> read_geometry(const mxArray* array, int index,
+                                              const ShapeText& shape);
+
+/// A new element with that geometry, null when no shape has that name.
 std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const ShapeText& shape,
                                          double amplitude, double phase);
+
+/// Everything about element `index`. Amplitude 1, phase 0, time delay 0 and apodization index 0 where
+/// the array has no such field.
+fields::Element read_element(const mxArray* array, int index);
 
 /// A scalar field with a default for arrays that have no such field.
 double read_optional_scalar(const mxArray* array, int index, const char* field, double absent);

@@ -25,8 +25,10 @@ inline constexpr std::size_t error_text_size = 4096;
 /// std::runtime_error, which must reach the interpreter: never catch `...` or std::exception here.
 /// Any other exception that leaves the body would end the interpreter, so the body must not let one
 /// out.
+///
+/// `identifier`: of the error, which then comes without the entry's name in front of its text.
 template <class Callable>
-void run_entry(const Callable& callable) {
+void run_entry(const Callable& callable, const char* identifier = nullptr) {
   static_assert(std::is_trivially_destructible_v<Callable>, "the error call may not unwind");
   char text[error_text_size];
   try {
@@ -41,6 +43,7 @@ void run_entry(const Callable& callable) {
   } catch (const std::length_error&) {
     std::snprintf(text, sizeof text, "Out of memory: a list would exceed its largest size.");
   }
+  if (identifier != nullptr) mexErrMsgIdAndTxt(identifier, "%s", text);
   mexErrMsgTxt(text);
 }
 

@@ -1,5 +1,6 @@
 #include "host/host.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <limits>
@@ -51,6 +52,12 @@ void warn(const char* text) {
   }
 }
 
+bool interrupted() {
+  // Running a statement is what makes the interpreters look at their interrupt flag. (In Octave 7 a
+  // mere function call, as by mexCallMATLAB, is not enough: tried.)
+  return mexEvalString("pause(0);") != 0;
+}
+
 void* allocate_zeroed(std::size_t count, std::size_t size) {
   // The largest object that pointer differences can span.
   constexpr std::size_t most =
@@ -75,6 +82,15 @@ void release(void* block) noexcept {
   } else {
     std::free(header);
   }
+}
+
+void Messages::absorb(Messages& other) {
+  for (Message& message : other._messages) {
+    if (std::find(_messages.begin(), _messages.end(), message) == _messages.end()) {
+      _messages.push_back(std::move(message));
+    }
+  }
+  other._messages.clear();
 }
 
 void Messages::replay() {

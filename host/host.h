@@ -28,6 +28,11 @@ void print(const char* format, ...) KESTREL_PRINTF_LIKE(1, 2);
 /// Issues a warning through the host; the call goes on.
 void warn(const char* text);
 
+/// Whether the user wants the running call to end (Ctrl-C). Long work asks now and then, on the
+/// host's thread. A host may also end the call from here, by an exception of its own that unwinds
+/// every scope: be ready for it.
+bool interrupted();
+
 /// `count` zeroed blocks of `size` bytes from the host's allocator; throws kestrel::Error when the
 /// memory cannot be had. Never null, for no bytes either, and aligned to 16 bytes. Release with
 /// `release` and nothing else: a header in front of the block names its allocator.
@@ -79,6 +84,9 @@ class Messages {
   void add_warning(std::string text) { _messages.push_back({std::move(text), true}); }
   bool empty() const { return _messages.empty(); }
 
+  /// Takes those of another's texts that are not here yet, and leaves it empty.
+  void absorb(Messages& other);
+
   /// Prints and warns on the calling thread, and forgets. A text is forgotten before it is shown,
   /// because a host that treats warnings as errors does not come back.
   void replay();
@@ -87,6 +95,7 @@ class Messages {
   struct Message {
     std::string text;
     bool is_warning;
+    bool operator==(const Message&) const = default;
   };
   std::vector<Message> _messages;
 };

@@ -202,3 +202,13 @@ int mexCallMATLAB(int nlhs, mxArray* plhs[], int nrhs, mxArray* prhs[], const ch
   }
   return 0;
 }
+
+int mexEvalString(const char* statement) {
+  if (functions().count(statement) == 0) return 0;
+  try {
+    mexCallMATLAB(0, nullptr, 0, nullptr, statement);
+  } catch (const ErrorCall&) {
+    return 1;
+  }
+  return 0;
+}

@@ -1,67 +1,95 @@
-function p = cw_field(array, grid, medium, ndiv, f0)
+function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %CW_FIELD  Continuous-wave pressure field of an array of elements.
 %   P = kestrel.cw_field(ARRAY, GRID, MEDIUM, NDIV, F0) is the complex pressure at
-%   the points of GRID, the sum over all elements of ARRAY, each in its own place
-%   with its own amplitude and phase.
-%      ARRAY   elements, from kestrel.linear_array, kestrel.rectangle and others
+%   the points of GRID, the sum over all elements of ARRAY, of any mix of shapes,
+%   each in its own place with its own amplitude and phase.
+%      ARRAY   elements, from kestrel.linear_array, kestrel.rectangle and others;
+%              fields 'amplitude', 'phase' and 'apodization_index' may be missing
 %      GRID    observation points, from set_coordinate_grid
 %      MEDIUM  from kestrel.medium
-%      NDIV    number of quadrature nodes per integral. A rectangle whose longer
-%              side is s wavelengths needs 2 s + 2 (at least 4) for an error of
-%              1e-3 of the peak, and 2 s + 8 for 1e-6
+%      NDIV    number of quadrature nodes per integral, or [] with a tolerance
 %      F0      frequency in hertz
 %      P       nx-by-ny-by-nz for a regular grid, m-by-1 for a list of m points, in
 %              pascals when amplitudes are in m/s. Time runs as exp(+jwt).
 %
-%   Points behind an element's face receive nothing from it. An empty ARRAY gives
-%   zeros. Elements other than rectangles are not implemented yet.
+%   [P, INFO] = kestrel.cw_field(...) also returns what was done: the time in
+%   seconds, the least and the greatest number of nodes, the way taken ('reuse',
+%   'direct' or 'reuse and direct'), the instruction set, the threads, the working
+%   memory in bytes, and error_estimate, the largest difference between P and a
+%   converged field on a sample of points, relative to the largest |P|.
 %
-%   The field of each element is computed by fnm_cw_single, whose geometry is in
-%   single precision: its rounding adds about 2e-5 of the peak.
+%   ... = kestrel.cw_field(..., NAME, VALUE, ...) with the options
+%      'method'     a continuous-wave method by name, 'fnm_cw' if not given
+%      'tolerance'  largest error wanted, relative to the largest |P|; chooses the
+%                   number of nodes by element and distance, and NDIV is not used
+%      'threads'    number of threads; 0, the default, is one per processor core.
+%                   The result does not depend on it
+%      'reuse'      false: compute every element at every point, even where equal
+%                   elements on the lattice of the grid could share their field
+%      'memory'     most bytes of working memory for reuse, 512e6 if not given
+%      'progress'   false: say nothing, however long it takes
+%
+%   Points behind an element's face receive nothing from it. An empty ARRAY gives
+%   zeros. Ctrl-C ends the calculation. Values that are NaN or Inf are warned of.
 %
 %   Errors: an argument that is not what it should be (the element and the field
-%   are named); a shape without a method; a missing fnm_cw_single.
+%   are named); an unknown option or method; a shape that lacks the method.
 %
 %   Example:
 %      medium = kestrel.medium('water');
 %      array = kestrel.linear_array(64, 0.5e-3, 10e-3, 0.6e-3);
 %      array = kestrel.focus(array, [0 0 40e-3], medium, 1e6);
 %      grid = set_coordinate_grid(0.2e-3, -20e-3, 20e-3, 0, 0, 0.5e-3, 60e-3);
-%      p = kestrel.cw_field(array, grid, medium, 22, 1e6);
+%      [p, info] = kestrel.cw_field(array, grid, medium, [], 1e6, 'tolerance', 1e-4);
 %      kestrel.show_field(p, grid);
 %
 %   See also kestrel.show_field, kestrel.focus, kestrel.medium,
-%   set_coordinate_grid, fnm_cw_single.
+%   set_coordinate_grid.
   caller = 'kestrel.cw_field';
-  if nargin ~= 5
+  if nargin < 5
     error('kestrel:argument', ...
-          '%s: expected (array, grid, medium, ndiv, f0), but there were %d arguments.', ...
-          caller, nargin);
+          ['%s: expected (array, grid, medium, ndiv, f0, name, value, ...), ' ...
+           'but there were %d arguments.'], caller, nargin);
   end
-  kestrel.detail.check_array(caller, array);
-  kestrel.detail.check_grid(caller, grid);
-  kestrel.detail.check_medium(caller, medium);
-  ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
-  f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
-  for i = 1:numel(array)
-    if ~strcmp(array(i).shape, 'rect')
-      error('kestrel:argument', ...
-            ['%s: element %d: the shape ''%s'' has no field method yet; ' ...
-             'rectangles (''rect'') have.'], caller, i, array(i).shape);
-    end
+  options = struct('method', 'fnm_cw', 'threads', 0, 'reuse', true, 'tolerance', [], ...
+                   'memory', 512e6, 'progress', true);
+  options = kestrel.detail.parse_options(caller, options, varargin);
+  if ~ischar(options.method)
+    error('kestrel:option', '%s: method must be a text.', caller);
   end
-  if exist('fnm_cw_single', 'file') ~= 3
-    error('kestrel:notBuilt', ...
-          ['%s: the compiled function fnm_cw_single is not on the path. ' ...
-           'Build it with make and add the folder build/toolbox.'], caller);
+  if ~isequal(options.threads, 0)
+    options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
+  end
+  options.memory = kestrel.detail.check_scalar(caller, 'memory', options.memory, 'positive');
+  options.reuse = check_switch(caller, 'reuse', options.reuse);
+  options.progress = check_switch(caller, 'progress', options.progress);
+  if ~isempty(options.tolerance)
+    options.tolerance = kestrel.detail.check_scalar(caller, 'tolerance', options.tolerance, ...
+                                                    'positive');
   end
 
-  if isempty(array)
-    p = fnm_cw_single(array, grid, medium, ndiv, f0);
-    return
+  % The elements are checked where they are read, in the compiled part.
+  kestrel.detail.check_grid(caller, grid);
+  kestrel.detail.check_medium(caller, medium);
+  if ~isempty(ndiv)
+    ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
+  elseif isempty(options.tolerance)
+    error('kestrel:argument', ...
+          '%s: ndiv may be [] only when the option ''tolerance'' is given.', caller);
   end
-  p = fnm_cw_single(array(1), grid, medium, ndiv, f0);
-  for i = 2:numel(array)
-    p = p + fnm_cw_single(array(i), grid, medium, ndiv, f0);
+  f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
+
+  if nargout < 2
+    p = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
+  else
+    [p, info] = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
   end
+end
+
+function value = check_switch(caller, name, value)
+  if ~(isscalar(value) && (islogical(value) || isnumeric(value)) && ...
+       (value == 0 || value == 1))
+    error('kestrel:option', '%s: %s must be true or false.', caller, name);
+  end
+  value = logical(value);
 end

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <complex>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "fields/element.h"
+#include "fields/method.h"
+#include "fields/tile_runner.h"
+#include "inputs/coordinate_grid.h"
+#include "inputs/medium.h"
+#include "numerics/instruction_set.h"
+
+namespace kestrel::fields {
+
+/// How a whole array's field is to be computed.
+struct Settings {
+  const Method* method = find_continuous_wave_method("fnm_cw");
+  /// Quadrature nodes per integral; ignored when a tolerance is given.
+  int nodes = 0;
+  /// Largest error wanted, relative to the field's peak; the number of nodes follows.
+  std::optional<double> tolerance;
+  int threads = 0;    ///< 0: one per processor core
+  bool reuse = true;  ///< let equal elements share what they have in common
+  /// Bytes of working memory, besides the result, that reuse may take.
+  double memory = 512e6;
+  bool estimate_error = true;
+  /// See TileRunner::Progress.
+  TileRunner::Progress progress;
+};
+
+/// What was done.
+struct Report {
+  double seconds = 0;
+  int least_nodes = 0, greatest_nodes = 0;
+  std::size_t reused_elements = 0;  ///< of the array's elements, those computed by reuse
+  std::size_t direct_elements = 0;  ///< those computed one by one
+  InstructionSet instruction_set = InstructionSet::scalar;
+  int threads = 0;
+  double memory = 0;  ///< bytes of working memory, besides the result
+  /// Estimate of the largest difference between the result and a converged field, relative to the
+  /// result's peak; NaN when it was not asked for or there is nothing to estimate.
+  double error_estimate = 0;
+};
+
+/// Pressure of an array on a grid: result[i] for grid point i is the sum over all elements, each in
+/// its own place with its own weight.
+///
+/// Every element is computed by the method's slot of the table, through the same call as by hand.
+/// The grid is cut into tiles that threads share; the result does not depend on their number. With
+/// reuse (reuse_plan.h), elements of equal geometry and orientation whose places fit the grid's
+/// lattice share one table of their common field; this changes the result by rounding only.
+///
+/// Fails for elements or settings that cannot be (naming the element, counted from 1), for a method
+/// that a shape lacks, and with Cancelled when progress says so; then `result` is unspecified.
+/// Texts of the methods come once each, on the calling thread, which must be the host's.
+Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                     const Medium& medium, const Settings& settings,
+                     std::complex<double>* result);
+
+}  // namespace kestrel::fields

@@ -1,0 +1,45 @@
+#include "fields/method.h"
+
+namespace kestrel::fields {
+
+namespace {
+
+using enum Yardstick;
+
+constexpr Method kContinuousWave[] = {
+    // name, slot, yardstick, reusable, takes_tolerance, whole_grid
+    {"farfield_cw", &Transducer::farfield_cw, nearfield_unlossy, true, false, false},
+    {"fnm_cw", &Transducer::fnm_cw, nearfield, true, true, false},
+    // The apodized methods have no unapodized field to be compared with.
+    {"fnm_cw_apodized", &Transducer::fnm_cw_apodized, more_nodes, true, false, false},
+    {"fnm_cw_single", &Transducer::fnm_cw_single, nearfield, false, false, false},
+    {"fnm_cw_sse", &Transducer::fnm_cw_sse, nearfield, false, false, false},
+    {"fnm_cw_sse2", &Transducer::fnm_cw_sse2, nearfield, false, false, false},
+    {"radiator_cw", &Transducer::radiator_cw, nearfield_unlossy, true, false, false},
+    {"rayleigh_cw", &Transducer::rayleigh_cw, nearfield_unlossy, true, false, false},
+    {"rayleigh_cw_apodized", &Transducer::rayleigh_cw_apodized, more_nodes, true, false, false},
+    {"rayleigh_cw_sse", &Transducer::rayleigh_cw_sse, nearfield_unlossy, false, false, false},
+    {"kzk_cw", &Transducer::kzk_cw, more_nodes, false, false, true},
+};
+
+}  // namespace
+
+std::span<const Method> continuous_wave_methods() { return kContinuousWave; }
+
+const Method* find_continuous_wave_method(std::string_view name) {
+  for (const Method& method : kContinuousWave) {
+    if (name == method.name) return &method;
+  }
+  return nullptr;
+}
+
+std::string list_names(std::span<const Method> methods) {
+  std::string list;
+  for (const Method& method : methods) {
+    if (!list.empty()) list += ", ";
+    list += std::string("'") + method.name + "'";
+  }
+  return list;
+}
+
+}  // namespace kestrel::fields

@@ -1,0 +1,131 @@
+#include "fields/tile_runner.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace kestrel::fields {
+
+namespace {
+
+/// How long the calling thread sleeps between two looks at the progress.
+constexpr std::chrono::milliseconds kPollInterval{100};
+
+/// One job on all of its threads.
+class Job {
+ public:
+  Job(std::size_t count, const std::function<std::unique_ptr<TileWorker>()>& make_worker)
+      : _count(count), _make_worker(make_worker) {}
+
+  ~Job() {
+    _stop = true;
+    for (std::thread& thread : _threads) thread.join();
+  }
+
+  /// Starts up to `threads` threads, fewer when the system has no more.
+  void start(int threads) {
+    const std::size_t useful = std::min(static_cast<std::size_t>(threads), _count);
+    _threads.reserve(useful);
+    while (_threads.size() < useful) {
+      {
+        const std::lock_guard lock(_mutex);
+        ++_running;
+      }
+      try {
+        _threads.emplace_back([this] { work(); });
+      } catch (const std::system_error&) {
+        const std::lock_guard lock(_mutex);
+        --_running;
+        break;
+      }
+    }
+    if (_threads.empty() && _count > 0) {
+      _running = 1;
+      work();
+    }
+  }
+
+  /// Waits for the end or for one poll interval; true at the end.
+  bool wait() {
+    std::unique_lock lock(_mutex);
+    return _changed.wait_for(lock, kPollInterval, [this] { return _running == 0; });
+  }
+
+  double fraction() const {
+    return _count == 0 ? 1.0 : static_cast<double>(_done) / static_cast<double>(_count);
+  }
+
+  /// After the end.
+  void finish(host::Messages& messages) {
+    messages.absorb(_messages);
+    if (_failure) std::rethrow_exception(_failure);
+  }
+
+ private:
+  void work() {
+    host::Messages distinct;
+    std::exception_ptr failure;
+    try {
+      host::Messages latest;
+      const host::Detached scope(latest);
+      const std::unique_ptr<TileWorker> worker = _make_worker();
+      distinct.absorb(latest);
+      while (!_stop) {
+        const std::size_t tile = _next++;
+        if (tile >= _count) break;
+        worker->run(tile);
+        distinct.absorb(latest);
+        ++_done;
+      }
+    } catch (...) {  // nothing of the host can be thrown here: the thread is detached from it
+      failure = std::current_exception();
+      _stop = true;
+    }
+    const std::lock_guard lock(_mutex);
+    _messages.absorb(distinct);
+    if (!_failure) _failure = failure;
+    --_running;
+    _changed.notify_one();
+  }
+
+  const std::size_t _count;
+  const std::function<std::unique_ptr<TileWorker>()>& _make_worker;
+  std::atomic<std::size_t> _next{0}, _done{0};
+  std::atomic<bool> _stop{false};
+  std::mutex _mutex;  // guards what follows
+  std::condition_variable _changed;
+  int _running = 0;
+  std::exception_ptr _failure;
+  host::Messages _messages;
+  std::vector<std::thread> _threads;
+};
+
+}  // namespace
+
+TileRunner::TileRunner(int threads, Progress progress)
+    : _threads(threads > 0 ? threads
+                           : std::max(1, static_cast<int>(std::thread::hardware_concurrency()))),
+      _progress(std::move(progress)) {}
+
+void TileRunner::begin_stage(double share) {
+  _finished_share = std::min(1.0, _finished_share + _share);
+  _share = share;
+}
+
+void TileRunner::run(std::size_t count,
+                     const std::function<std::unique_ptr<TileWorker>()>& make_worker) {
+  Job job(count, make_worker);
+  job.start(_threads);
+  while (!job.wait()) {
+    if (_progress && !_progress(_finished_share + _share * job.fraction())) throw Cancelled();
+  }
+  job.finish(_messages);
+}
+
+}  // namespace kestrel::fields
