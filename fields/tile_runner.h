@@ -37,6 +37,9 @@ class TileRunner {
   /// the exception (Cancelled for progress) leaves this function.
   void run(std::size_t count, const std::function<std::unique_ptr<TileWorker>()>& make_worker);
 
+  /// The same for work that needs nothing of its own on a thread.
+  void run(std::size_t count, const std::function<void(std::size_t tile)>& work);
+
   /// The following jobs together are this fraction of the whole work, as progress reports it.
   void begin_stage(double share);
 
