@@ -54,6 +54,7 @@ class DirectWorker : public TileWorker {
     std::fill_n(_real.begin(), count, 0.0);
     std::fill_n(_imaginary.begin(), count, 0.0);
     for (std::size_t e = 0; e < _transducers.size(); ++e) {
+      if (stopped()) return;
       const Element& element = _job.elements[e];
       NumericalIntegration& rule = rule_of(_job.rule.nodes(element, box));
       // Methods of discs and rings leave the rule over (0, pi), those of the others want (-1, 1).

@@ -12,10 +12,8 @@
 
 namespace kestrel::fields {
 
-namespace {
-
 /// How long the calling thread sleeps between two looks at the progress.
-constexpr std::chrono::milliseconds kPollInterval{100};
+static constexpr std::chrono::milliseconds kPollInterval{100};
 
 /// One job on all of its threads.
 class Job {
@@ -75,6 +73,7 @@ class Job {
       host::Messages latest;
       const host::Detached scope(latest);
       const std::unique_ptr<TileWorker> worker = _make_worker();
+      worker->_stop = &_stop;
       distinct.absorb(latest);
       while (!_stop) {
         const std::size_t tile = _next++;
@@ -105,8 +104,6 @@ class Job {
   host::Messages _messages;
   std::vector<std::thread> _threads;
 };
-
-}  // namespace
 
 TileRunner::TileRunner(int threads, Progress progress)
     : _threads(threads > 0 ? threads

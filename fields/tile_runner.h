@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -13,6 +14,14 @@ class TileWorker {
  public:
   virtual ~TileWorker() = default;
   virtual void run(std::size_t tile) = 0;
+
+ protected:
+  /// The job is to end and its result will not be read: return soon.
+  bool stopped() const { return _stop->load(std::memory_order_relaxed); }
+
+ private:
+  friend class Job;
+  const std::atomic<bool>* _stop = nullptr;
 };
 
 /// The progress callback asked to stop.

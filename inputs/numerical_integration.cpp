@@ -1,5 +1,6 @@
 #include "inputs/numerical_integration.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -76,15 +77,23 @@ bool NumericalIntegration::allocate_memory(int n) {
   host::Array<double> abscissas(count);
   host::Array<double> cosines(count);
   host::Array<double> weights(count);
+  host::Array<double> gauss_abscissas(count);
+  host::Array<double> gauss_weights(count);
   _npoints = n;
   _abscissas = std::move(abscissas);
   _cosines = std::move(cosines);
   _weights = std::move(weights);
+  _gauss_abscissas = std::move(gauss_abscissas);
+  _gauss_weights = std::move(gauss_weights);
+  _gauss_known = false;
   return true;
 }
 
 bool NumericalIntegration::gauss_quadrature() {
-  grule(_npoints, _abscissas.data(), _weights.data());
+  if (!_gauss_known) grule(_npoints, _gauss_abscissas.data(), _gauss_weights.data());
+  _gauss_known = true;
+  std::copy(_gauss_abscissas.begin(), _gauss_abscissas.end(), _abscissas.begin());
+  std::copy(_gauss_weights.begin(), _gauss_weights.end(), _weights.begin());
   return true;
 }
 

@@ -76,6 +76,11 @@ class NumericalIntegration {
   host::Array<double> _abscissas;
   host::Array<double> _weights;
   host::Array<double> _cosines;
+  /// The Gauss-Legendre rule on [-1, 1], found once: its cost grows as n^2, and methods that map it
+  /// onto an interval of their own fill the rule again at every call.
+  bool _gauss_known = false;
+  host::Array<double> _gauss_abscissas;
+  host::Array<double> _gauss_weights;
 };
 
 }  // namespace kestrel

@@ -1,0 +1,156 @@
+// The compiled entry behind kestrel.cw_field, as the interpreter calls it.
+
+#include <gtest/gtest.h>
+
+#include <complex>
+
+#include "host/standalone/standalone_host.h"
+
+namespace kestrel::standalone {
+namespace {
+
+StructArray rectangles(std::size_t rows, std::size_t columns) {
+  StructArray array(rows, columns);
+  for (std::size_t i = 0; i < rows * columns; ++i) {
+    array.set("shape", "rect", i).set("width", 1e-3, i).set("height", 2e-3, i);
+    array.set("center", {1e-3 * static_cast<double>(i), 0.0, 0.0}, i);
+    array.set("euler", {0.0, 0.1, 0.0}, i);
+  }
+  return array;
+}
+
+StructArray grid(int nx = 3, int nz = 2) {
+  StructArray grid;
+  grid.set("xmin", 0.0).set("xmax", 1e-3 * (nx - 1)).set("ymin", 0.0).set("ymax", 0.0);
+  grid.set("zmin", 1e-3).set("zmax", 1e-3 * nz).set("delta", {1e-3, 1e-3, 1e-3});
+  return grid;
+}
+
+StructArray water() {
+  StructArray medium;
+  for (const char* field : {"specificheat", "specificheatofblood", "bloodperfusion", "powerlawexponent",
+                            "thermalconductivity", "nonlinearityparameter"}) {
+    medium.set(field, 0.0);
+  }
+  return std::move(medium.set("density", 1000.0).set("soundspeed", 1500.0)
+                       .set("attenuationdBcmMHz", 0.0));
+}
+
+StructArray options() {
+  StructArray options;
+  options.set("method", "fnm_cw").set("threads", 2.0).set("memory", 1e8);
+  options.set("reuse", Value::logical(true)).set("progress", Value::logical(false));
+  options.set("tolerance", Value::zeros(0, 0));
+  return options;
+}
+
+CallResult compute(const mxArray* array, const mxArray* points, const mxArray* settings,
+                   double ndiv = 8, int nlhs = 2) {
+  const Value nodes = Value::scalar(ndiv), frequency = Value::scalar(1e6);
+  return call(mexFunction, nlhs, {array, points, water(), nodes, frequency, settings});
+}
+
+std::string text(const mxArray* structure, const char* field) {
+  char buffer[64] = "";
+  mxGetString(mxGetField(structure, 0, field), buffer, sizeof buffer);
+  return buffer;
+}
+
+TEST(ArrayFieldEntry, AnswersInTheShapeOfTheGridAndTellsWhatItDid) {
+  for (const auto& array : {rectangles(1, 4), rectangles(4, 1), rectangles(2, 2)}) {
+    const CallResult result = compute(array, grid(), options());
+    ASSERT_EQ(result.error, std::nullopt);
+    const mwSize* size = mxGetDimensions(result.output());
+    EXPECT_EQ(mxGetNumberOfDimensions(result.output()), 3U);
+    EXPECT_EQ(size[0], 3U);
+    EXPECT_EQ(size[1], 1U);
+    EXPECT_EQ(size[2], 2U);
+    EXPECT_TRUE(mxIsComplex(result.output()));
+    EXPECT_NE(mxGetComplexDoubles(result.output())[0].real, 0.0);
+    const mxArray* info = result.output(1);
+    EXPECT_EQ(text(info, "method"), "fnm_cw");
+    EXPECT_EQ(text(info, "way"), "direct");
+    EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "nodes")), 8.0);
+    EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "threads")), 2.0);
+  }
+  const CallResult empty = compute(StructArray(0, 0), grid(), options());
+  ASSERT_EQ(empty.error, std::nullopt);
+  EXPECT_EQ(mxGetComplexDoubles(empty.output())[0].real, 0.0);
+}
+
+TEST(ArrayFieldEntry, NamesWhatIsWrong) {
+  const auto refused = [](const char* expected, const StructArray& array,
+                          const StructArray& settings = options(), double ndiv = 8) {
+    const CallResult result = compute(array, grid(), settings, ndiv);
+    const std::string found = result.error.value_or("no error");
+    EXPECT_EQ(found.rfind("kestrel.cw_field: ", 0), 0U) << found;
+    EXPECT_NE(found.find(expected), std::string::npos) << found;
+  };
+  const auto with = [](const char* field, auto value) {
+    StructArray array = rectangles(1, 3);
+    array.set(field, value, 1);
+    return array;
+  };
+  const auto option = [](const char* name, auto value) {
+    StructArray settings = options();
+    settings.set(name, value);
+    return settings;
+  };
+  refused("element 2: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring', but it is "
+          "'oval'", with("shape", "oval"));
+  refused("element 2: width must be positive", with("width", -1.0));
+  refused("Field 'center' of transducer element 2 must have 3 entries", with("center", 1.0));
+  refused("complex_weight", with("complex_weight", 1.0));
+  refused("unknown method 'nearly'; the methods are 'farfield_cw', 'fnm_cw'", rectangles(1, 3),
+          option("method", "nearly"));
+  refused("the option 'method' must be text", rectangles(1, 3), option("method", 1.0));
+  refused("ndiv must be a whole number", rectangles(1, 3), options(), 0.5);
+  refused("element 1: the shape 'rect' has no method 'fnm_cw_apodized'", rectangles(1, 3),
+          option("method", "fnm_cw_apodized"));
+  StructArray placeless;
+  placeless.set("shape", "rect");
+  refused("the array lacks the field 'center'", placeless);
+  // Amplitude and apodization may be declared and left empty in one element: an error, not a guess.
+  StructArray half = rectangles(1, 3);
+  half.set("amplitude", 1.0, 0);
+  refused("Field 'amplitude' of element 2", half);
+  for (std::size_t i = 0; i < 3; ++i) half.set("amplitude", 1.0, i).set("apodization_index", 2.5, i);
+  refused("element 1: apodization_index must be 0", half);
+}
+
+TEST(ArrayFieldEntry, WarnsOfValuesThatAreNotFinite) {
+  StructArray medium = water();
+  medium.set("density", std::nan(""));
+  const Value nodes = Value::scalar(4), frequency = Value::scalar(1e6);
+  const CallResult result =
+      call(mexFunction, 1, {rectangles(1, 1), grid(), medium, nodes, frequency, options()});
+  ASSERT_EQ(result.warnings.size(), 1U);
+  EXPECT_NE(result.warnings[0].find("6 of 6 pressures are NaN or Inf, the first at point 1, (0, 0, "
+                                    "0.001) m"), std::string::npos)
+      << result.warnings[0];
+}
+
+TEST(ArrayFieldEntry, AnInterruptEndsIt) {
+  const RegisteredFunction interrupt("pause(0);", [](int, mxArray**, int, const mxArray**) {
+    mexErrMsgTxt("interrupt");
+  });
+  // Work for a minute, were it not ended.
+  const CallResult result = compute(rectangles(20, 20), grid(300, 300), options(), 500);
+  EXPECT_EQ(result.error, "kestrel.cw_field: The calculation was cancelled.");
+}
+
+TEST(ArrayFieldEntry, RunsOutOfMemoryCleanly) {
+  for (std::size_t granted = 0; granted < 8; ++granted) {
+    const StructArray array = rectangles(1, 3), points = grid(), settings = options();
+    const StructArray medium = water();
+    const Value nodes = Value::scalar(4), frequency = Value::scalar(1e6);
+    const AllocationLimit limit(granted);
+    const CallResult result =
+        call(mexFunction, 1, {array, points, medium, nodes, frequency, settings});
+    if (!result.error) break;
+    EXPECT_NE(result.error->find("memory"), std::string::npos) << granted << *result.error;
+  }
+}
+
+}  // namespace
+}  // namespace kestrel::standalone
