@@ -98,19 +98,33 @@ end
 
 % Drive of given amplitudes whose pressures at the foci are in the proportion wanted: in each
 % round the phases are those of the conjugate field of the foci, in which a focus that came out
-% too weak gets a greater weight.
-function drive = adapted_sum(h, wanted, amplitude)
+% too weak gets a greater weight. Near a balance the pressures may follow the weights to a high
+% power, so the steps become smaller whenever the balance got worse.
+function best = adapted_sum(h, wanted, amplitude)
   weight = wanted;
   direction = ones(size(wanted));
-  for round = 1:100
+  step = 0.5;
+  least = Inf;
+  last = Inf;
+  for round = 1:200
     drive = amplitude .* exp(1j * angle(h' * (weight .* direction)));
     pressure = h * drive;
     reached = abs(pressure) ./ wanted;
-    if ~any(reached) || max(abs(reached / mean(reached) - 1)) < 1e-6
+    ratio = max(reached, 1e-3 * max(reached)) / mean(reached);
+    imbalance = max(abs(log(ratio)));
+    if ~(imbalance >= least)   % the first round counts in any case, with silent elements too
+      least = imbalance;
+      best = drive;
+    end
+    if ~(imbalance > 1e-6)
       break
     end
+    if imbalance > last
+      step = step / 2;
+    end
+    last = imbalance;
     direction = exp(1j * angle(pressure));
-    weight = weight .* mean(reached) ./ max(reached, 1e-3 * mean(reached));
+    weight = weight .* ratio .^ -step;
     weight = weight / max(weight);
   end
 end

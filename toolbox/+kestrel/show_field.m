@@ -20,6 +20,7 @@ function h = show_field(p, grid, varargin)
 %                    instead of cuts; in dB below the largest value (as -6), or in the
 %                    field's unit with the scale 'linear'
 %      'view'        [azimuth elevation] in degrees for a surface, default [-37.5 20]
+%      'label'       text at the colours, for what else P may be than a pressure in Pa
 %      'title'       text above the picture
 %      'file'        name of a PNG file, about 1000 pixels wide, to draw to instead of
 %                    the screen; no display is needed
@@ -36,6 +37,8 @@ function h = show_field(p, grid, varargin)
 %   Examples:
 %      kestrel.show_field(p, grid, 'range', [-30 0], 'file', 'field.png');
 %      kestrel.show_field(p, grid, 'isosurface', -6);
+%      kestrel.show_field(1e-4 * kestrel.intensity(p, medium), grid, ...
+%                         'scale', 'linear', 'label', 'intensity (W/cm^2)');
 %
 %   See also kestrel.cw_field, kestrel.beam_metrics, kestrel.show_array,
 %   set_coordinate_grid.
@@ -46,16 +49,22 @@ function h = show_field(p, grid, varargin)
     error('kestrel:argument', '%s: the grid is a single point.', caller);
   end
   defaults = struct('scale', 'dB', 'range', [], 'slice', '', 'at', [], 'isosurface', [], ...
-                    'view', [-37.5 20], 'title', '', 'file', '');
+                    'view', [-37.5 20], 'label', '', 'title', '', 'file', '');
   options = kestrel.detail.parse_options(caller, defaults, varargin);
   options.scale = kestrel.detail.check_choice(caller, 'scale', options.scale, ...
                                               {'dB', 'linear', 'phase'});
   options.view = kestrel.detail.check_vector(caller, 'view', options.view, 2);
   options.file = kestrel.detail.check_file(caller, options.file);
-  if ~ischar(options.title)
-    error('kestrel:option', '%s: title must be text.', caller);
+  texts = {'title', 'label'};
+  for i = 1:2
+    if ~ischar(options.(texts{i}))
+      error('kestrel:option', '%s: %s must be text.', caller, texts{i});
+    end
   end
   [shown, range, label] = scaled(caller, p, options);
+  if ~isempty(options.label)
+    label = options.label;
+  end
 
   if ~isempty(options.isosurface)
     scene = surface(caller, p, values, options);
@@ -155,7 +164,7 @@ function ax = draw_single(canvas, values, shown, normal, index, range, label, op
   in_plane = setdiff(1:3, normal);
   if any(counts(in_plane) == 1)
     along = in_plane(counts(in_plane) > 1);
-    draw_line(ax, values{along}, along, reshape(cut_through(shown, normal, index), [], 1), range, ...
+    draw_line(canvas, values{along}, along, reshape(cut_through(shown, normal, index), [], 1), range, ...
               label);
   else
     % Direction of propagation, z, to the right where it is in the plane; else x.
@@ -314,12 +323,18 @@ function ax = draw_surface(canvas, scene, options)
   title(ax, heading);
 end
 
-function draw_line(ax, x, along, shown, range, label)
-  plot(ax, 1e3 * x(:), shown, 'linewidth', 1.5);
-  set(ax, 'ylim', range, 'xlim', 1e3 * x([1 end]), 'box', 'on');
+function draw_line(canvas, x, along, shown, range, label)
+  ax = canvas.axes;
+  plot(ax, 1e3 * x(:), shown, 'linewidth', 2);
+  set(ax, 'ylim', range, 'xlim', 1e3 * x([1 end]), 'box', 'on', 'gridcolor', [0.8 0.8 0.8], ...
+      'gridalpha', 1);
   grid(ax, 'on');
   xlabel(ax, [axis_name(along), ' (mm)']);
   ylabel(ax, label);
+  if ~isempty(canvas.file)
+    set(canvas.figure, 'paperposition', [0 0 8 4.5]);
+    set(ax, 'position', [0.11 0.14 0.85 0.76]);
+  end
 end
 
 % The outer edges of the first and the last pixel.
