@@ -40,7 +40,7 @@ for i = 1:numel(depths)
   end
   worst = max(worst, max(abs(p(:).' - expected)) / max(abs(expected)));
   beam = kestrel.beam_metrics(p, axis_grid, 'source_pressure', 1.5e6);
-  fprintf('focus at %2.0f mm: peak at %.1f mm, %.1f times the pressure at the face, %.1f mm long\n', ...
+  fprintf('focus at %2.0f mm: peak at %.1f mm, gain %.1f, %.1f mm long at -6 dB\n', ...
           1e3 * depths(i), 1e3 * beam.place(3), beam.gain, 1e3 * beam.width_6db(3));
 end
 print(picture, 'annular_array_depths.png', '-dpng', '-r125');

@@ -21,8 +21,9 @@ axes_mm = 1e3 * beam.width_6db;
 voxel = 0.25 * 0.25 * 1;
 fprintf('largest intensity %.0f W/cm^2 at z = %.1f mm; gain %.0f\n', max(i(:)) / 1e4, ...
         1e3 * beam.place(3), beam.gain);
-fprintf('-6 dB: %.2f by %.2f by %.1f mm, an ellipsoid of %.1f mm^3; points counted: %.1f mm^3\n', ...
-        axes_mm, pi / 6 * prod(axes_mm), voxel * sum(abs(p(:)) >= max(abs(p(:))) * 10^(-6 / 20)));
+counted = voxel * sum(abs(p(:)) >= max(abs(p(:))) * 10^(-6 / 20));
+fprintf('-6 dB: %.2f by %.2f by %.1f mm, an ellipsoid of %.1f mm^3; %.1f mm^3 by counting\n', ...
+        axes_mm, pi / 6 * prod(axes_mm), counted);
 
 foci = [-5e-3 0 radius; 5e-3 0 radius];
 plane = set_coordinate_grid([0.25e-3 0 0.5e-3], -15e-3, 15e-3, 0, 0, 100e-3, 140e-3);

@@ -21,8 +21,8 @@ kestrel.show_field(q, grid, 'title', 'Hamming window', 'file', 'linear_array_win
 line = set_coordinate_grid([0.1e-3 0 0], -12e-3, 12e-3, 0, 0, focus(3), focus(3));
 for window = {array, 'rectangular'; windowed, 'Hamming'}.'
   beam = kestrel.beam_metrics(kestrel.cw_field(window{1}, line, medium, ndiv, f0), line);
-  fprintf('%-12s peak at x = %.2f mm, %.2f mm wide at -6 dB, side lobes at %.1f dB\n', window{2}, ...
-          1e3 * beam.place(1), 1e3 * beam.width_6db(1), beam.side_lobe_db(1));
+  fprintf('%-12s peak at x = %.2f mm, %.2f mm wide at -6 dB, side lobes at %.1f dB\n', ...
+          window{2}, 1e3 * beam.place(1), 1e3 * beam.width_6db(1), beam.side_lobe_db(1));
 end
 
 % Check: the Rayleigh integral over the faces with 48 by 48 nodes on each element, at points near

@@ -32,7 +32,8 @@ for d = 1:2
   expected = expected .* abs(sin(u) ./ u .* sin(32 * v) ./ (32 * sin(v)));
 end
 difference = max(abs(abs(far) - expected)) / max(expected);
-fprintf('check: %.1e of the peak from the closed form of the far field, allowed 1e-3\n', difference);
+fprintf('check: %.1e of the peak from the closed form of the far field, allowed 1e-3\n', ...
+        difference);
 if ~(difference <= 1e-3)
   error('the far field is off');
 end

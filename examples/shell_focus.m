@@ -16,11 +16,13 @@ kestrel.show_field(p, grid, 'title', 'Spherical shell, 1 MHz', 'file', 'shell_fo
 axis_grid = set_coordinate_grid([0 0 0.1e-3], 0, 0, 0, 0, 10e-3, 100e-3);
 z = (10:0.1:100) * 1e-3;
 p = reshape(kestrel.cw_field(element, axis_grid, medium, 100, f0), size(z));
-kestrel.show_field(p, axis_grid, 'scale', 'linear', 'title', 'On the axis', 'file', 'shell_axis.png');
+kestrel.show_field(p, axis_grid, 'scale', 'linear', 'title', 'On the axis', ...
+                   'file', 'shell_axis.png');
 impedance = medium.density * medium.soundspeed;
 focus = kestrel.beam_metrics(p, axis_grid, 'source_pressure', impedance);
 fprintf('peak at %.2f mm, %.2f mm before the centre of curvature; gain %.1f; %.2f mm long\n', ...
-        1e3 * focus.place(3), 1e3 * (radius - focus.place(3)), focus.gain, 1e3 * focus.width_6db(3));
+        1e3 * focus.place(3), 1e3 * (radius - focus.place(3)), focus.gain, ...
+        1e3 * focus.width_6db(3));
 
 % Check: rho c (exp(-qz) - exp(-q r)) / (1 - z / radius) with q = alpha + jk and the distance r to
 % the rim; at the centre of curvature, where both vanish, its limit with the depth h of the bowl.

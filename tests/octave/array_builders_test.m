@@ -65,7 +65,8 @@ function annuli()
   end
   array = kestrel.annular_array(inner, outer, 'Rad_Curvature', 20e-3);
   expect(isequal({array.shape}, {'sph ring', 'shel', 'sph ring'}) ...
-         && array(2).rad_curvature == 20e-3 && array(1).geometric_focus == 20e-3, 'rings of a bowl');
+         && array(2).rad_curvature == 20e-3 && array(1).geometric_focus == 20e-3, ...
+         'rings of a bowl');
   kestrel.detail.check_array('test', array);
 end
 
@@ -84,7 +85,8 @@ function bowls()
     expect(isequal(size(array), [1 n]), '%s: count', what);
     [centers, facing] = directions(array);
     to_middle = repmat([0 0 radius], n, 1) - centers;
-    expect_close(sqrt(sum(to_middle .^ 2, 2)), radius * ones(n, 1), 1e-12, '%s: on the sphere', what);
+    expect_close(sqrt(sum(to_middle .^ 2, 2)), radius * ones(n, 1), 1e-12, ...
+                 '%s: on the sphere', what);
     expect_close(facing, to_middle / radius, 1e-12, '%s: facing the centre', what);
 
     % Points of the rims: within the aperture, outside the opening, and on the near side of the
@@ -190,7 +192,7 @@ function several_foci()
     set = kestrel.focus(array, foci, medium, f0, 'pressure', wanted, 'amplitude', 'set');
     p = radiated(set);
     expect_close(p / p(1), wanted, 0.02, 'case %d: pressures asked for, pseudo-inverse', i);
-    expect_close(max([set.amplitude]), max([array.amplitude]), 1e-12, 'the largest amplitude stays');
+    expect_close(max([set.amplitude]), max([array.amplitude]), 1e-12, 'the largest amplitude');
   end
   silent = kestrel.focus(kestrel.apodize(sheet, zeros(1, 144)), foci + [0 0 0; 1 1 1], medium, f0);
   expect(all(isfinite([silent.phase])), 'silent elements');

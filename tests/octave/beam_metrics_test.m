@@ -18,8 +18,8 @@ function gaussian_beam()
   l = 8e-3;
   place = [0.33e-3 -0.05e-3 50.17e-3];
   spread = sqrt(1 + ((z - place(3)) / l) .^ 2);
-  p = 2e6 ./ spread .* exp(-((x - place(1)) .^ 2 + ((y - place(2)) * 0.8) .^ 2) ./ (w * spread) .^ 2) ...
-      .* exp(-4000j * z);
+  across = (x - place(1)) .^ 2 + (0.8 * (y - place(2))) .^ 2;
+  p = 2e6 ./ spread .* exp(-across ./ (w * spread) .^ 2 - 4000j * z);
   metrics = kestrel.beam_metrics(p, grid, 'source_pressure', 1e5);
   expect_close(metrics.peak, 2e6, 1e-3, 'peak');
   expect_close(metrics.gain, 20, 1e-3, 'gain');

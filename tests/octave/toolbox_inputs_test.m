@@ -52,6 +52,9 @@ function elements()
   element = kestrel.circle(1e-3, 'Center', [1; 2; 3], 'EULER', [4 5 6], 'amplitude', -2, 'phase', 7);
   expect(isequal(element.center, [1 2 3]) && isequal(element.euler, [4 5 6]) ...
          && element.amplitude == -2 && element.phase == 7, 'options, in any letter case');
+  bowl = kestrel.bowl_array(3, 1e-3, 5e-3, 9e-3, 'phase', 1, 'apodization_index', 4);
+  expect(isequal([bowl.apodization_index], [4 4 4]) && isequal([bowl.phase], [1 1 1]) ...
+         && joined(2).apodization_index == 0, 'profile of a disc');
 end
 
 function arrays()

@@ -31,8 +31,8 @@ function array = annular_array(inner_radii, outer_radii, varargin)
   n = numel(inner_radii);
   if n < 1 || numel(outer_radii) ~= n
     error('kestrel:argument', ...
-          '%s: inner_radii and outer_radii must have one entry per ring, but they have %d and %d.', ...
-          caller, n, numel(outer_radii));
+          ['%s: inner_radii and outer_radii must have one entry per ring, ' ...
+           'but they have %d and %d.'], caller, n, numel(outer_radii));
   end
   [curvature, pairs] = kestrel.detail.take_option('rad_curvature', Inf, varargin);
   if ~isequal(curvature, Inf)

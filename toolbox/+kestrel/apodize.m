@@ -52,27 +52,39 @@ function array = apodize(array, window, varargin)
     end
   end
 
-  amplitude = kestrel.detail.element_amplitudes(array) .* weight;
-  for i = 1:numel(array)
-    array(i).amplitude = amplitude(i);
-  end
+  amplitude = kestrel.detail.field_columns(array, 'amplitude', 1);
+  array = kestrel.detail.set_field(array, 'amplitude', amplitude .* weight);
 end
 
 % Centres (3 by n) in the frame, from the middle of the aperture, and half the aperture's
 % extents along x and y.
 function [places, half] = aperture(array, frame)
-  places = zeros(3, numel(array));
+  places = frame * kestrel.detail.field_columns(array, 'center');
+  [alike, first] = equal_elements(array);
   low = Inf(3, 1);
   high = -Inf(3, 1);
-  for i = 1:numel(array)
-    faces = kestrel.detail.element_faces(array(i));
-    corners = frame * kestrel.detail.to_global([faces{:}], array(i).center, array(i).euler);
-    low = min([low, corners], [], 2);
-    high = max([high, corners], [], 2);
-    places(:, i) = frame * double(array(i).center(:));
+  for i = 1:numel(first)
+    faces = kestrel.detail.element_faces(array(first(i)));
+    corners = frame * kestrel.detail.to_global([faces{:}], [0 0 0], array(first(i)).euler);
+    group = places(:, alike == i);
+    low = min([low, min(corners, [], 2) + min(group, [], 2)], [], 2);
+    high = max([high, max(corners, [], 2) + max(group, [], 2)], [], 2);
   end
   places = places - (low + high) / 2;
   half = (high - low) / 2;
+end
+
+% The group of each element, those of one shape, size and orientation, and the first of each.
+function [group, first] = equal_elements(array)
+  [~, ~, shape] = unique({array.shape});
+  key = [reshape(shape, [], 1), kestrel.detail.field_columns(array, 'euler').'];
+  sizes = {'width', 'height', 'radius', 'rad_curvature', 'inner_radius', 'outer_radius', ...
+           'geometric_focus'};
+  for i = 1:numel(sizes)
+    key = [key, kestrel.detail.field_columns(array, sizes{i}, 0).'];
+  end
+  [~, first, group] = unique(key, 'rows');
+  group = reshape(group, 1, []);
 end
 
 function weight = over_axes(caller, windows, places, half)

@@ -15,7 +15,8 @@ function array = bowl_array(n, element_radius, aperture_radius, rad_curvature, v
 %   ARRAY = kestrel.bowl_array(..., Name, Value, ...) takes the options 'center'
 %   (here the lowest point of the sphere), 'euler', 'amplitude' and 'phase' of
 %   kestrel.linear_array, and
-%      'inner_radius'  radius in metres of an opening around the axis, default 0
+%      'inner_radius'       radius in metres of an opening around the axis, default 0
+%      'apodization_index'  as kestrel.circle takes it, for all discs
 %
 %   Errors: N that is not a whole number of at least 1, a size that is not greater
 %   than 0, a RAD_CURVATURE less than APERTURE_RADIUS, N discs that do not fit (the
@@ -29,11 +30,13 @@ function array = bowl_array(n, element_radius, aperture_radius, rad_curvature, v
 %   kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.bowl_array';
   n = kestrel.detail.check_scalar(caller, 'n', n, 'count');
-  prototype = kestrel.circle(kestrel.detail.check_scalar(caller, 'element_radius', ...
-                                                         element_radius, 'positive'));
+  element_radius = kestrel.detail.check_scalar(caller, 'element_radius', element_radius, ...
+                                               'positive');
   aperture = kestrel.detail.check_scalar(caller, 'aperture_radius', aperture_radius, 'positive');
   curvature = kestrel.detail.check_curvature(caller, 'rad_curvature', rad_curvature, aperture);
-  [opening, pairs] = kestrel.detail.take_option('inner_radius', 0, varargin);
+  [profile, pairs] = kestrel.detail.take_option('apodization_index', 0, varargin);
+  prototype = kestrel.circle(element_radius, 'apodization_index', profile);
+  [opening, pairs] = kestrel.detail.take_option('inner_radius', 0, pairs);
   opening = kestrel.detail.check_scalar(caller, 'inner_radius', opening, 'nonnegative');
   if opening >= aperture
     error('kestrel:option', '%s: inner_radius must be less than aperture_radius.', caller);

@@ -75,7 +75,7 @@ function array = focus(array, points, medium, f0, varargin)
     error('kestrel:argument', '%s: a focus must not lie on an element''s centre.', caller);
   end
   h = h / max(abs(h(:)));
-  earlier = kestrel.detail.element_amplitudes(array);
+  earlier = kestrel.detail.field_columns(array, 'amplitude', 1);
   if strcmp(options.amplitude, 'set')
     drive = pinv(h) * wanted;
     amplitude = abs(drive).' / max(abs(drive)) * max(abs(earlier));
@@ -90,10 +90,8 @@ function array = focus(array, points, medium, f0, varargin)
   phase = angle(drive);
   [~, first] = min(path(1, :));
   phase = kestrel.detail.wrap_phase(phase - phase(first));
-  for i = 1:numel(array)
-    array(i).amplitude = amplitude(i);
-    array(i).phase = phase(i);
-  end
+  array = kestrel.detail.set_field(array, 'amplitude', amplitude);
+  array = kestrel.detail.set_field(array, 'phase', phase);
 end
 
 % Drive of given amplitudes whose pressures at the foci are in the proportion wanted: in each

@@ -39,8 +39,9 @@ function array = join(varargin)
       if isempty(part)
         part(1).(missing{j}) = value;   % a field needs an element for a moment
         part(1) = [];
+      else
+        [part.(missing{j})] = deal(value);
       end
-      [part.(missing{j})] = deal(value);
     end
     parts{i} = orderfields(part, order);
   end

@@ -162,10 +162,10 @@ function ax = draw_single(canvas, values, shown, normal, index, range, label, op
   ax = canvas.axes;
   counts = cellfun(@numel, values);
   in_plane = setdiff(1:3, normal);
+  shown = cut_through(shown, normal, index);
   if any(counts(in_plane) == 1)
     along = in_plane(counts(in_plane) > 1);
-    draw_line(canvas, values{along}, along, reshape(cut_through(shown, normal, index), [], 1), range, ...
-              label);
+    draw_line(canvas, values{along}, along, shown(:), range, label);
   else
     % Direction of propagation, z, to the right where it is in the plane; else x.
     right = in_plane(2);
@@ -173,8 +173,7 @@ function ax = draw_single(canvas, values, shown, normal, index, range, label, op
     if normal == 3
       [right, up] = deal(1, 2);
     end
-    limits = draw_image(ax, values, right, up, cut_through(shown, normal, index), range, ...
-                        options.scale);
+    limits = draw_image(ax, values, right, up, shown, range, options.scale);
     bar = colorbar(ax);
     ylabel(bar, label);
     if ~isempty(canvas.file)
@@ -219,11 +218,11 @@ function panels = draw_cuts(canvas, values, shown, index, range, label, options)
 
   rights = [3 3 2];
   ups = [2 1 1];
-  panels = zeros(1, 3);
+  panels = [];
   for normal = 1:3
     ax = axes('parent', canvas.figure, 'units', 'normalized', ...
               'position', boxes(normal, :) ./ [page, page]);
-    panels(normal) = double(ax);
+    panels = [panels, ax];
     limits = draw_image(ax, values, rights(normal), ups(normal), ...
                         cut_through(shown, normal, index(normal)), range, options.scale);
     hold(ax, 'on');

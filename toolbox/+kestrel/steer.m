@@ -44,13 +44,8 @@ function array = steer(array, angles, medium, f0, varargin)
 
   frame = kestrel.detail.array_frame(caller, array, options.euler);
   direction = [sin(angles(1)) * [cos(angles(2)), sin(angles(2))], cos(angles(1))] * frame;
-  along = zeros(1, numel(array));
-  for i = 1:numel(array)
-    along(i) = direction * double(array(i).center(:));
-  end
+  along = direction * kestrel.detail.field_columns(array, 'center');
   k = 2 * pi * f0 / medium.soundspeed;
   phase = kestrel.detail.wrap_phase(k * (max(along) - along));
-  for i = 1:numel(array)
-    array(i).phase = phase(i);
-  end
+  array = kestrel.detail.set_field(array, 'phase', phase);
 end

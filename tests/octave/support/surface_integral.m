@@ -11,7 +11,8 @@ function p = surface_integral(array, points, medium, nodes, f0)
     strength = 1j * k * medium.density * medium.soundspeed / (2 * pi) ...
                * element.amplitude * exp(1j * element.phase);
     for i = 1:numel(p)
-      r = sqrt((x(i) - places(1, :)) .^ 2 + (y(i) - places(2, :)) .^ 2 + (z(i) - places(3, :)) .^ 2);
+      r = sqrt((x(i) - places(1, :)) .^ 2 + (y(i) - places(2, :)) .^ 2 ...
+               + (z(i) - places(3, :)) .^ 2);
       p(i) = p(i) + strength * sum(areas .* exp(-(alpha + 1j * k) * r) ./ r);
     end
   end

@@ -5,12 +5,9 @@ function r = array_frame(caller, array, euler)
     r = kestrel.detail.rotation_matrix(kestrel.detail.check_vector(caller, 'euler', euler, 3));
     return
   end
+  angles = kestrel.detail.field_columns(array, 'euler');
   r = eye(3);
-  shared = double(array(1).euler(:).');
-  for i = 2:numel(array)
-    if ~isequal(double(array(i).euler(:).'), shared)
-      return
-    end
+  if all(all(angles == repmat(angles(:, 1), 1, numel(array))))
+    r = kestrel.detail.rotation_matrix(angles(:, 1));
   end
-  r = kestrel.detail.rotation_matrix(shared);
 end

@@ -14,9 +14,9 @@ function array = place_array(caller, array, pairs)
   for i = 1:n
     array(i).center = positions(:, i).';
     array(i).euler = kestrel.detail.turn_euler(array(i).euler, euler);
-    array(i).amplitude = amplitude(i);
-    array(i).phase = phase(i);
   end
+  array = kestrel.detail.set_field(array, 'amplitude', amplitude);
+  array = kestrel.detail.set_field(array, 'phase', phase);
 end
 
 function value = per_element(caller, name, value, n)

@@ -7,39 +7,49 @@ function [h, path] = transfer_matrix(array, points, medium, f0)
 %   Off the axis the root mean square around the edge stands for the distance.
   k = 2 * pi * f0 / medium.soundspeed;
   alpha = medium.attenuationdBcmMHz * 100 * (f0 / 1e6) * log(10) / 20;
+  [inner, outer, area] = edges(array);
+  center = kestrel.detail.field_columns(array, 'center');
+  euler = kestrel.detail.field_columns(array, 'euler');
+  axis = [sin(euler(1, :)) .* cos(euler(2, :)); -sin(euler(2, :)); ...
+          cos(euler(1, :)) .* cos(euler(2, :))];
   h = zeros(size(points, 1), numel(array));
   path = zeros(size(h));
-  for i = 1:numel(array)
-    element = array(i);
-    local = kestrel.detail.rotation_matrix(element.euler) ...
-            * (points.' - repmat(double(element.center(:)), 1, size(points, 1)));
-    edges = edge_circles(element);
-    near = to_edge(local, edges(1, :));
-    far = to_edge(local, edges(2, :));
-    path(:, i) = (near + far) / 2;
+  for i = 1:size(points, 1)
+    to_point = repmat(points(i, :).', 1, numel(array)) - center;
+    squared = sum(to_point .^ 2, 1);
+    along = sum(to_point .* axis, 1);
+    near = to_edge(squared, along, inner);
+    far = to_edge(squared, along, outer);
+    path(i, :) = (near + far) / 2;
     turned = sin(k * abs(far - near) / 2) < 0;
-    h(:, i) = (1 - 2 * turned) .* kestrel.detail.element_area(element) ./ path(:, i) ...
-              .* exp(-(alpha + 1j * k) * path(:, i));
+    h(i, :) = (1 - 2 * turned) .* area ./ path(i, :) .* exp(-(alpha + 1j * k) * path(i, :));
   end
 end
 
-% Radius and height of the inner and of the outer edge; for a rectangle, of its centre.
-function edges = edge_circles(element)
-  height = @(a, r) r - sqrt((r - a) * (r + a));
-  edges = zeros(2);
-  switch element.shape
-    case 'circ'
-      edges(2, :) = [element.radius, 0];
-    case 'ring'
-      edges(:, 1) = [element.inner_radius; element.outer_radius];
-    case 'shel'
-      edges(2, :) = [element.radius, height(element.radius, element.rad_curvature)];
-    case 'sph ring'
-      edges = [element.inner_radius, height(element.inner_radius, element.geometric_focus); ...
-               element.outer_radius, height(element.outer_radius, element.geometric_focus)];
-  end
+% Root mean square of the distances to an edge of radius EDGE(1, :) at the height EDGE(2, :)
+% over the centre, for points at a squared distance and a height ALONG the axis from that.
+function distance = to_edge(squared, along, edge)
+  distance = sqrt(max(squared + edge(1, :) .^ 2 + edge(2, :) .* (edge(2, :) - 2 * along), 0));
 end
 
-function distance = to_edge(local, edge)
-  distance = sqrt(local(1, :).^2 + local(2, :).^2 + edge(1)^2 + (local(3, :) - edge(2)).^2).';
+% Radius and height of the inner and of the outer edge (for a rectangle, of its centre) and the
+% area of each face.
+function [inner, outer, area] = edges(array)
+  size_of = @(name) kestrel.detail.field_columns(array, name, 0);
+  is_shape = @(name) strcmp({array.shape}, name);
+  full = is_shape('circ') | is_shape('shel');
+  open = is_shape('ring') | is_shape('sph ring');
+  bend = size_of('rad_curvature') .* is_shape('shel') ...
+         + size_of('geometric_focus') .* is_shape('sph ring');
+
+  inner = [size_of('inner_radius') .* open; zeros(1, numel(array))];
+  outer = [size_of('outer_radius') .* open + size_of('radius') .* full; zeros(1, numel(array))];
+  area = pi * (outer(1, :) .^ 2 - inner(1, :) .^ 2);
+  curved = bend > 0;
+  height = @(radius) bend(curved) - sqrt(bend(curved) .^ 2 - radius(curved) .^ 2);
+  inner(2, curved) = height(inner(1, :));
+  outer(2, curved) = height(outer(1, :));
+  area(curved) = 2 * pi * bend(curved) .* (outer(2, curved) - inner(2, curved));
+  flat = is_shape('rect');
+  area(flat) = [array(flat).width] .* [array(flat).height];
 end
