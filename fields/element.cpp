@@ -40,7 +40,7 @@ struct Checker {
 
   void finite(const char* field, double value) const {
     if (!std::isfinite(value)) {
-      host::fail("element %zu: %s must be a finite number, but it is %g.", number, field, value);
+      host::fail("element %zu: %s must be real and finite, but it is %g.", number, field, value);
     }
   }
   void positive(const char* field, double value) const {

@@ -22,6 +22,26 @@ double* read_triple(const mxArray* array, int index, const char* field) {
   return const_cast<double*>(entries);
 }
 
+/// The geometry that `shape` names; `length` reads a field.
+template <class Length>
+std::optional<fields::Geometry> geometry_of(const ShapeText& shape, const Length& length) {
+  const auto is = [&](const char* name) { return std::strcmp(shape.text, name) == 0; };
+  // Braces evaluate from left to right, so what is missing is reported in the order of the fields.
+  if (is("circ")) return fields::Circle{length("radius")};
+  if (is("ring")) return fields::Ring{length("inner_radius"), length("outer_radius")};
+  if (is("rect")) return fields::Rectangle{length("width"), length("height")};
+  if (is("shel")) return fields::Shell{length("radius"), length("rad_curvature")};
+  if (is("sph ring")) {
+    return fields::ShellRing{length("inner_radius"), length("outer_radius"),
+                             length("geometric_focus")};
+  }
+  return std::nullopt;
+}
+
+[[noreturn]] void refuse_field(int index, const char* field, const char* wanted) {
+  host::fail("element %d: %s must be %s.", index + 1, field, wanted);
+}
+
 }  // namespace
 
 ShapeText read_shape_text(const mxArray* array, int index) {
@@ -36,20 +56,9 @@ ShapeText read_shape_text(const mxArray* array, int index) {
 
 std::optional<fields::Geometry> read_geometry(const mxArray* array, int index,
                                               const ShapeText& shape) {
-  const auto is = [&](const char* name) { return std::strcmp(shape.text, name) == 0; };
-  const auto length = [&](const char* field) {
+  return geometry_of(shape, [&](const char* field) {
     return read_scalar(field_value(array, field, index), kOwner, field, index + 1);
-  };
-  // Braces evaluate from left to right, so what is missing is reported in the order of the table.
-  if (is("circ")) return fields::Circle{length("radius")};
-  if (is("ring")) return fields::Ring{length("inner_radius"), length("outer_radius")};
-  if (is("rect")) return fields::Rectangle{length("width"), length("height")};
-  if (is("shel")) return fields::Shell{length("radius"), length("rad_curvature")};
-  if (is("sph ring")) {
-    return fields::ShellRing{length("inner_radius"), length("outer_radius"),
-                             length("geometric_focus")};
-  }
-  return std::nullopt;
+  });
 }
 
 std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const ShapeText& shape,
@@ -64,24 +73,42 @@ std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const 
 }
 
 fields::Element read_element(const mxArray* array, int index) {
+  const auto number = [&](const char* field) {
+    const mxArray* value = field_value(array, field, index);
+    if (value == nullptr || mxGetNumberOfElements(value) != 1 || !mxIsNumeric(value) ||
+        mxIsComplex(value) || mxIsSparse(value)) {
+      refuse_field(index, field, "one real, finite number");
+    }
+    return mxGetScalar(value);
+  };
+  const auto number_or = [&](const char* field, double absent) {
+    return mxGetFieldNumber(array, field) < 0 ? absent : number(field);
+  };
   const auto triple = [&](const char* field) {
-    const double* entries = read_triple(array, index, field);
+    const mxArray* value = field_value(array, field, index);
+    if (value == nullptr || mxGetNumberOfElements(value) != 3 || !mxIsDouble(value) ||
+        mxIsComplex(value) || mxIsSparse(value)) {
+      refuse_field(index, field, "three real, finite doubles");
+    }
+    const double* entries = mxGetDoubles(value);
     return CartesianCoordinate(entries[0], entries[1], entries[2]);
   };
-  const ShapeText shape = read_shape_text(array, index);
-  const std::optional<fields::Geometry> geometry = read_geometry(array, index, shape);
+  ShapeText shape{};
+  const mxArray* name = field_value(array, "shape", index);
+  if (name != nullptr && mxIsChar(name)) mxGetString(name, shape.text, sizeof shape.text);
+  const std::optional<fields::Geometry> geometry = geometry_of(shape, number);
   if (!geometry) {
-    host::fail("element %d: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring', "
-               "but it is '%s'.", index + 1, shape.text);
+    host::fail("element %d: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring'.",
+               index + 1);
   }
   fields::Element element;
   element.geometry = *geometry;
   element.center = triple("center");
   element.euler = triple("euler");
-  element.amplitude = read_optional_scalar(array, index, "amplitude", 1.0);
-  element.phase = read_optional_scalar(array, index, "phase", 0.0);
-  element.time_delay = read_optional_scalar(array, index, "time_delay", 0.0);
-  const double apodization = read_optional_scalar(array, index, "apodization_index", 0.0);
+  element.amplitude = number_or("amplitude", 1.0);
+  element.phase = number_or("phase", 0.0);
+  element.time_delay = number_or("time_delay", 0.0);
+  const double apodization = number_or("apodization_index", 0.0);
   // Indices that are no such thing stay outside of the range that check_element allows.
   element.apodization_index =
       apodization == std::floor(apodization) && std::abs(apodization) < 1000.0

@@ -33,7 +33,8 @@ std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const 
                                          double amplitude, double phase);
 
 /// Everything about element `index`. Amplitude 1, phase 0, time delay 0 and apodization index 0 where
-/// the array has no such field.
+/// the array has no such field. What is there must be real doubles; fails with the element's number,
+/// counted from 1, and the field.
 fields::Element read_element(const mxArray* array, int index);
 
 /// A scalar field with a default for arrays that have no such field.

@@ -111,7 +111,7 @@ TEST(ArrayField, RefusesWhatCannotBeAndNamesIt) {
     const char* text;
   } cases[] = {
       {element(Rectangle{1e-3, 0}), "element 2: height must be positive"},
-      {element(Circle{nan}), "element 2: radius must be a finite number"},
+      {element(Circle{nan}), "element 2: radius must be real and finite"},
       {element(Ring{2e-3, 1e-3}), "element 2: inner_radius must be"},
       {element(Ring{-1e-3, 1e-3}), "element 2: inner_radius must be"},
       {element(Shell{2e-3, 1e-3}), "element 2: rad_curvature"},

@@ -96,10 +96,10 @@ TEST(ArrayFieldEntry, NamesWhatIsWrong) {
     settings.set(name, value);
     return settings;
   };
-  refused("element 2: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring', but it is "
-          "'oval'", with("shape", "oval"));
+  refused("element 2: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring'.",
+          with("shape", "oval"));
   refused("element 2: width must be positive", with("width", -1.0));
-  refused("Field 'center' of transducer element 2 must have 3 entries", with("center", 1.0));
+  refused("element 2: center must be three real, finite doubles", with("center", 1.0));
   refused("complex_weight", with("complex_weight", 1.0));
   refused("unknown method 'nearly'; the methods are 'farfield_cw', 'fnm_cw'", rectangles(1, 3),
           option("method", "nearly"));
@@ -113,7 +113,7 @@ TEST(ArrayFieldEntry, NamesWhatIsWrong) {
   // Amplitude and apodization may be declared and left empty in one element: an error, not a guess.
   StructArray half = rectangles(1, 3);
   half.set("amplitude", 1.0, 0);
-  refused("Field 'amplitude' of element 2", half);
+  refused("element 2: amplitude must be one real, finite number", half);
   for (std::size_t i = 0; i < 3; ++i) half.set("amplitude", 1.0, i).set("apodization_index", 2.5, i);
   refused("element 1: apodization_index must be 0", half);
 }

@@ -79,10 +79,16 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
   end
   f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
 
-  if nargout < 2
-    p = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
-  else
-    [p, info] = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
+  try
+    if nargout < 2
+      p = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
+    else
+      [p, info] = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
+    end
+  catch failure
+    % Octave puts the name of the compiled function in front of its text.
+    text = strrep(failure.message, 'array_field: kestrel.', 'kestrel.');
+    error(failure.identifier, '%s', text);
   end
 end
 
