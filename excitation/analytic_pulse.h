@@ -29,6 +29,18 @@ class AnalyticPulse : public ExcitationFunction {
   }
   int number_of_tsd_terms() const override { return PulseTerms::count; }
 
+  /// Terms of four delays in single precision, tau[i] - reference rounded first; n is a multiple of
+  /// four and `out` is term-major.
+  void four_wide_spatial_terms(float* out, const double* tau, int n,
+                               double reference) const override {
+    for (int i = 0; i < n; i += 4) {
+      float u[4];
+      for (int m = 0; m < 4; ++m) u[m] = static_cast<float>(tau[i + m] - reference);
+      const auto terms = _exact.template spatial<FourDelays>(float4::load(u));
+      for (int k = 0; k < PulseTerms::count; ++k) terms[k].store(out + std::size_t(k) * n + i);
+    }
+  }
+
   int number_of_exact_terms() const override { return PulseTerms::count; }
   void exact_spatial_terms(double* out, const double* tau, int n, double reference) const override {
     write_many<true>(out, tau, n, reference);
@@ -38,8 +50,6 @@ class AnalyticPulse : public ExcitationFunction {
   }
 
  protected:
-  using Library = StandardMath;
-
   AnalyticPulse(double a0, double f0, double pulse_width, double b, int type)
       : ExcitationFunction(a0, f0, pulse_width, b, type) {}
 
@@ -52,13 +62,14 @@ class AnalyticPulse : public ExcitationFunction {
  private:
   template <class Real>
   void write_spatial(Real* out, double tau) const {
-    const auto terms = _tsd.template spatial<Library>(tau);
+    const auto terms = _tsd.template spatial<OneDelay<StandardMath>>(tau);
     for (int k = 0; k < PulseTerms::count; ++k) out[k] = static_cast<Real>(terms[k]);
   }
   template <class Real>
   void write_temporal(Real* out, const TimeSamples& axis, int nt, double t0) const {
     for (int i = 0; i < nt; ++i) {
-      const auto terms = _tsd.template temporal<Library>(axis.time_index_value(i) - t0);
+      const auto terms =
+          _tsd.template temporal<OneDelay<StandardMath>>(axis.time_index_value(i) - t0);
       for (int k = 0; k < PulseTerms::count; ++k) {
         out[std::size_t(k) * nt + i] = static_cast<Real>(terms[k]);
       }
@@ -79,8 +90,8 @@ class AnalyticPulse : public ExcitationFunction {
       KESTREL_LANES
       for (int i = 0; i < n; ++i) {
         const double u = times[i] - reference;
-        const auto values =
-            spatial ? terms.template spatial<Math>(u) : terms.template temporal<Math>(u);
+        const auto values = spatial ? terms.template spatial<OneDelay<Math>>(u)
+                                    : terms.template temporal<OneDelay<Math>>(u);
         for (int k = 0; k < PulseTerms::count; ++k) out[std::size_t(k) * n + i] = values[k];
       }
     }

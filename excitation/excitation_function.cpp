@@ -274,6 +274,11 @@ void ExcitationFunction::exact_temporal_terms(double* out, const double* t, int 
   }
 }
 
+void ExcitationFunction::four_wide_spatial_terms(float* /*out*/, const double* /*tau*/, int /*n*/,
+                                                 double /*reference*/) const {
+  host::fail("A sampled signal has no four-wide terms.\n");
+}
+
 double* ExcitationFunction::get_frequency_domain_input_signal_real() const {
   double* parts = new double[_nterms];
   for (int j = 0; j < _nterms; ++j) parts[j] = _spectrum[j].real();

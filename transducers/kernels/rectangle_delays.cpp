@@ -12,7 +12,7 @@ namespace {
 
 constexpr double pi = 3.14159265358979;
 
-/// One edge: squared distances u^2 along it, where the place u is scale * node + shift.
+/// One edge; u is the place along it.
 struct EdgeKernel {
   const double* node;
   const double* weight_table;
@@ -63,10 +63,8 @@ struct Distances {
 RectangleDelays::RectangleDelays(double width, double height, const std::vector<double>& nodes,
                                  const std::vector<double>& weights, double density,
                                  double soundspeed)
-    : _half_width(width / 2),
-      _half_height(height / 2),
-      _prefactor(-(density * soundspeed) / (2 * pi)),
-      _soundspeed(soundspeed) {
+    : _half_width(width / 2), _half_height(height / 2) {
+  set_medium(density, soundspeed);
   std::vector<int> order(nodes.size());
   std::iota(order.begin(), order.end(), 0);
   std::stable_sort(order.begin(), order.end(), [&](int i, int j) { return nodes[i] < nodes[j]; });
@@ -86,6 +84,11 @@ RectangleDelays::RectangleDelays(double width, double height, const std::vector<
     std::reverse(_mirrored[axis].weight.begin(), _mirrored[axis].weight.end());
     for (double& node : _mirrored[axis].node) node = -node;
   }
+}
+
+void RectangleDelays::set_medium(double density, double soundspeed) {
+  _prefactor = -(density * soundspeed) / (2 * pi);
+  _soundspeed = soundspeed;
 }
 
 void RectangleDelays::list(double x, double y, double z, DelayList& list) const {

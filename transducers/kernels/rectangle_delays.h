@@ -18,6 +18,8 @@ class RectangleDelays final : public DelaySource {
   RectangleDelays(double width, double height, const std::vector<double>& nodes,
                   const std::vector<double>& weights, double density, double soundspeed);
 
+  void set_medium(double density, double soundspeed);
+
   Hearing hearing(double /*x*/, double /*y*/, double z) const override {
     return z >= 0 ? Hearing::by_list : Hearing::skipped;
   }

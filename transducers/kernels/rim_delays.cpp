@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "numerics/float4.h"
 #include "numerics/run_kernel.h"
 
 namespace kestrel {
@@ -15,7 +16,7 @@ constexpr double pi = 3.14159265358979;
 
 struct RimKernel {
   const RimRule& rule;
-  Cap cap;
+  Rim rim;
   double r, z;
   double factor;  ///< of the weights
   double soundspeed;
@@ -24,16 +25,16 @@ struct RimKernel {
 
   template <class Math>
   KESTREL_INLINE void operator()(Math) const {
-    const double dr = r - cap.radius, dz = z - cap.depth;
-    const double nearest = dr * dr + dz * dz, spread = 2 * cap.radius * r;
-    const double lift = cap.radius * dz * cap.curvature;
+    const double dr = r - rim.radius, dz = z - rim.depth;
+    const double nearest = dr * dr + dz * dz, spread = 2 * rim.radius * r;
+    const double lift = rim.radius * dz * rim.curvature;
     const double* e = rule.versine.data();
     const double* sine = rule.sine.data();
     const double* w = rule.weight.data();
     const int n = rule.nodes();
     KESTREL_LANES
     for (int j = 0; j < n; ++j) {
-      const double along = cap.slope * (dr - r * e[j]) + lift;
+      const double along = rim.slope * (dr - r * e[j]) + lift;
       const double across = r * sine[j];
       const double squared = along * along + across * across;
       // Zero where the rim itself is observed: there the bracket of delayed signals vanishes too.
@@ -46,80 +47,67 @@ struct RimKernel {
 
 }  // namespace
 
-void RimRule::add(double azimuth, double w) {
-  const double half = std::sin(azimuth / 2);
-  versine.push_back(2 * half * half);
-  sine.push_back(std::sin(azimuth));
-  weight.push_back(w);
-}
-
-void RimRule::sort() {
-  std::vector<int> order(versine.size());
+RimRule::RimRule(const std::vector<double>& azimuths, const std::vector<double>& weights) {
+  std::vector<int> order(azimuths.size());
   std::iota(order.begin(), order.end(), 0);
-  std::stable_sort(order.begin(), order.end(),
-                   [&](int i, int j) { return versine[i] < versine[j]; });
-  const auto reorder = [&](std::vector<double>& values) {
-    std::vector<double> sorted;
-    for (const int i : order) sorted.push_back(values[i]);
-    values = std::move(sorted);
+  const auto versine_of = [&](int j) {
+    const double half = std::sin(azimuths[j] / 2);
+    return 2 * half * half;
   };
-  reorder(sine);
-  reorder(weight);
-  reorder(versine);
-}
-
-Cap Cap::shell(double radius, double radius_of_curvature) {
-  const double h = std::sqrt(radius_of_curvature * radius_of_curvature - radius * radius);
-  return {radius, 1 / radius_of_curvature, h / radius_of_curvature,
-          radius * radius / (radius_of_curvature + h)};
+  std::stable_sort(order.begin(), order.end(),
+                   [&](int i, int j) { return versine_of(i) < versine_of(j); });
+  for (const int j : order) {
+    versine.push_back(versine_of(j));
+    sine.push_back(std::sin(azimuths[j]));
+    weight.push_back(weights[j]);
+  }
 }
 
 RimDelays RimDelays::flat(RimRule rule, double outer_radius, double inner_radius, double density,
                           double soundspeed) {
   RimDelays delays(std::move(rule), density, soundspeed);
-  delays._caps.push_back(Cap::disc(outer_radius));
-  if (inner_radius > 0) delays._caps.push_back(Cap::disc(inner_radius));
+  delays._rims.push_back(Rim::of_disc(outer_radius));
+  if (inner_radius > 0) delays._rims.push_back(Rim::of_disc(inner_radius));
   return delays;
 }
 
-RimDelays RimDelays::curved(RimRule rule, double outer_radius, double inner_radius,
-                            double radius_of_curvature, double density, double soundspeed,
-                            Side side) {
+RimDelays RimDelays::curved(RimRule rule, const CapGeometry& outer, double inner_radius,
+                            double density, double soundspeed, Side side) {
   RimDelays delays(std::move(rule), density, soundspeed);
-  delays._caps.push_back(Cap::shell(outer_radius, radius_of_curvature));
-  if (inner_radius > 0) delays._caps.push_back(Cap::shell(inner_radius, radius_of_curvature));
-  delays._radius_of_curvature = radius_of_curvature;
+  delays._rims.push_back(Rim::of_cap(outer));
+  if (inner_radius > 0) {
+    delays._rims.push_back(Rim::of_cap(CapGeometry(inner_radius, outer.curvature)));
+  }
+  delays._sphere = outer;
   delays._side = side;
   return delays;
 }
 
 double RimDelays::distance_to_focus(double x, double y, double z) const {
-  if (is_flat()) return DelaySource::distance_to_focus(x, y, z);
-  const double zeta = z - _radius_of_curvature;
+  if (!_sphere) return DelaySource::distance_to_focus(x, y, z);
+  const double zeta = z - _sphere->curvature;
   return std::sqrt((x * x + y * y) + zeta * zeta);
 }
 
 Hearing RimDelays::hearing(double x, double y, double z) const {
-  if (is_flat()) return z >= 0 ? Hearing::by_list : Hearing::skipped;
-  // The outer cap decides for both.
-  const double rc = _radius_of_curvature, a = _caps.front().radius;
-  const double h = std::sqrt(rc * rc - a * a);
-  const double r = std::sqrt(x * x + y * y), zeta = z - rc;
-  const double squared = r * r + zeta * zeta;
+  if (!_sphere) return z >= 0 ? Hearing::by_list : Hearing::skipped;
+  const int region = _sphere->region(x, y, z);
   if (_side == Side::behind) {
-    return zeta < -h && squared > rc * rc ? Hearing::by_list : Hearing::skipped;
+    const bool behind = region == CapGeometry::outside && !std::isnan(x + y + z);
+    return behind ? Hearing::by_list : Hearing::skipped;
   }
-  if (!(zeta >= -h || squared <= rc * rc)) return Hearing::skipped;
-  return r < 1e-10 && std::abs(zeta) < 1e-10 ? Hearing::at_focus : Hearing::by_list;
+  if (region == CapGeometry::outside) return Hearing::skipped;
+  return region == CapGeometry::focus ? Hearing::at_focus : Hearing::by_list;
 }
 
 double RimDelays::direct_delay(double r, double z) const {
-  if (is_flat()) return z / _soundspeed;
-  const double zeta = z - _radius_of_curvature;
+  if (!_sphere) return z / _soundspeed;
+  const double zeta = z - _sphere->curvature;
   const double distance = std::sqrt(r * r + zeta * zeta);
   // In the focal plane the line from the centre meets the sphere beside the cap: no side is taken.
   const double side = zeta > 1e-10 ? 1 : zeta < -1e-10 ? -1 : 0;
-  return std::abs(_radius_of_curvature + side * distance) / _soundspeed;
+  // Behind the sphere the distance to it is D - R_c: hence the absolute value.
+  return std::abs(_sphere->curvature + side * distance) / _soundspeed;
 }
 
 void RimDelays::list(double x, double y, double z, DelayList& list) const {
@@ -130,15 +118,15 @@ void RimDelays::list(double x, double y, double z, DelayList& list) const {
 
   // The direct path of a flat source is never later than the rim: it leads the outer rim's run. A
   // cap's may lie anywhere, so it is a run of its own.
-  const int direct = list.add_run(is_flat() ? n + 1 : 1);
+  const int direct = list.add_run(!_sphere ? n + 1 : 1);
   double sum = 0;
-  for (std::size_t i = 0; i < _caps.size(); ++i) {
-    const int first = is_flat() && i == 0 ? direct + 1 : list.add_run(n);
+  for (std::size_t i = 0; i < _rims.size(); ++i) {
+    const int first = !_sphere && i == 0 ? direct + 1 : list.add_run(n);
     const double sign = i == 0 ? 1 : -1;
-    const double factor = sign * (_density * _soundspeed * _caps[i].radius / pi);
+    const double factor = sign * (_density * _soundspeed * _rims[i].radius / pi);
     double* weight = list.weight() + first;
     run_kernel(set,
-               RimKernel{_rule, _caps[i], r, z, factor, _soundspeed, list.delay() + first, weight});
+               RimKernel{_rule, _rims[i], r, z, factor, _soundspeed, list.delay() + first, weight});
     sum = std::accumulate(weight, weight + n, sum);
   }
   list.delay()[direct] = direct_delay(r, z);
@@ -146,8 +134,50 @@ void RimDelays::list(double x, double y, double z, DelayList& list) const {
 }
 
 double RimDelays::focal_gain() const {
-  const double inner = _caps.size() > 1 ? _caps[1].height() : 0;
-  return _density * (_caps[0].height() - inner);
+  // The cap's area over 2 pi R_c; what the inner rim bounds is missing.
+  const double hole = _rims.size() > 1 ? _rims[1].depth : 0;
+  return _density * (_rims[0].depth - hole);
+}
+
+FourWideDiscDelays::FourWideDiscDelays(const RimRule& rule, double radius, double density,
+                                       double soundspeed)
+    : _radius(radius), _inverse_soundspeed(static_cast<float>(1 / soundspeed)) {
+  for (int j = 0; j < (rule.nodes() + 3) / 4 * 4; ++j) {
+    const bool real = j < rule.nodes();
+    const double e = real ? rule.versine[j] : 2, w = real ? rule.weight[j] : 0;
+    _versine.push_back(static_cast<float>(e));
+    _spread.push_back(static_cast<float>(2 * radius * e));
+    _weight.push_back(static_cast<float>(density * soundspeed * radius / pi * w));
+  }
+}
+
+void FourWideDiscDelays::list(double x, double y, double z, DelayList& list) const {
+  const double r = std::sqrt(x * x + y * y);
+  const float4 r4 = float4::splat(static_cast<float>(r));
+  const float4 dr = float4::splat(static_cast<float>(r - _radius));
+  const float4 nearest = dr * dr;
+  const float4 z_squared = float4::splat(static_cast<float>(z * z));
+  const float4 least = float4::splat(1e-30F), to_time = float4::splat(_inverse_soundspeed);
+  list.clear();
+  list.add_run(capacity());
+  double* delay = list.delay();
+  double* weight = list.weight();
+  double sum = 0;
+  for (std::size_t j = 0; j < _weight.size(); j += 4) {
+    const float4 squared =
+        max(nearest + float4::load(&_spread[j]) * r4, least);  // of the distance in the plane
+    const float4 along = dr - float4::load(&_versine[j]) * r4;
+    const float4 w = float4::load(&_weight[j]) * along / squared;
+    const float4 tau = sqrt(z_squared + squared) * to_time;
+    for (int m = 0; m < 4; ++m) {
+      delay[1 + j + m] = static_cast<double>(tau.lane(m));
+      weight[1 + j + m] = static_cast<double>(w.lane(m));
+      sum += weight[1 + j + m];
+    }
+  }
+  // By the same steps, so that it is never later than the rim.
+  delay[0] = static_cast<double>((sqrt(z_squared) * to_time).lane(0));
+  weight[0] = -sum;
 }
 
 }  // namespace kestrel

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <optional>
+#include <utility>
 #include <vector>
 
+#include "transducers/kernels/cap_fnm.h"
 #include "transducers/kernels/delay_list.h"
 
 namespace kestrel {
@@ -13,34 +16,25 @@ struct RimRule {
   std::vector<double> sine;
   std::vector<double> weight;
 
+  /// Nodes in any order.
+  RimRule(const std::vector<double>& azimuths, const std::vector<double>& weights);
+
   int nodes() const { return static_cast<int>(weight.size()); }
-
-  /// `azimuth(j)` and `weight(j)` for j = 0 .. n-1, in any order.
-  template <class Azimuth, class Weight>
-  static RimRule make(int n, Azimuth azimuth, Weight weight) {
-    RimRule rule;
-    for (int j = 0; j < n; ++j) rule.add(azimuth(j), weight(j));
-    rule.sort();
-    return rule;
-  }
-
- private:
-  void add(double azimuth, double w);
-  void sort();
 };
 
-/// A spherical cap, or a disc as the cap without curvature, with the origin at its apex.
-struct Cap {
-  double radius;     ///< of the aperture
-  double curvature;  ///< 1 / radius of curvature; 0 for a disc
-  double slope;      ///< distance of the rim's plane from the centre, over the radius of curvature
-  double depth;      ///< height of the rim's plane above the apex
+/// A circular rim: the edge of a spherical cap with its apex at the origin, or of a disc, which is
+/// the cap without curvature.
+struct Rim {
+  double radius;     ///< a
+  double curvature;  ///< 1 / R_c
+  double slope;      ///< h / R_c, h the distance of the rim's plane from the centre
+  double depth;      ///< R_c - h, the height of the rim's plane over the apex
 
-  static Cap disc(double radius) { return {radius, 0, 1, 0}; }
-  static Cap shell(double radius, double radius_of_curvature);
-
-  /// Area / (2 pi radius of curvature): the height that the sphere's area fixes.
-  double height() const { return depth; }
+  static Rim of_disc(double radius) { return {radius, 0, 1, 0}; }
+  static Rim of_cap(const CapGeometry& cap) {
+    return {cap.radius, 1 / cap.curvature, cap.rim_depth / cap.curvature,
+            cap.radius * cap.radius / (cap.curvature + cap.rim_depth)};
+  }
 };
 
 /// Delays of discs, flat rings, shells and spherical rings: an outer cap, less an inner one.
@@ -61,30 +55,49 @@ class RimDelays final : public DelaySource {
   /// A disc or a flat ring; no inner radius (<= 0) means no hole.
   static RimDelays flat(RimRule rule, double outer_radius, double inner_radius, double density,
                         double soundspeed);
-  /// A shell or a spherical ring. All radii within the radius of curvature.
-  static RimDelays curved(RimRule rule, double outer_radius, double inner_radius,
-                          double radius_of_curvature, double density, double soundspeed, Side side);
+  /// A shell or a spherical ring, both radii at most the radius of curvature.
+  static RimDelays curved(RimRule rule, const CapGeometry& outer, double inner_radius,
+                          double density, double soundspeed, Side side = Side::front);
 
   Hearing hearing(double x, double y, double z) const override;
   void list(double x, double y, double z, DelayList& list) const override;
-  int capacity() const override { return static_cast<int>(_caps.size()) * _rule.nodes() + 1; }
+  int capacity() const override { return static_cast<int>(_rims.size()) * _rule.nodes() + 1; }
   int longest_run() const override { return _rule.nodes() + 1; }
   double focal_gain() const override;
-  double focal_delay() const override { return _radius_of_curvature / _soundspeed; }
+  double focal_delay() const override { return _sphere ? _sphere->curvature / _soundspeed : 0; }
   double distance_to_focus(double x, double y, double z) const override;
 
  private:
   RimDelays(RimRule rule, double density, double soundspeed)
       : _rule(std::move(rule)), _density(density), _soundspeed(soundspeed) {}
 
-  bool is_flat() const { return _radius_of_curvature == 0; }
   double direct_delay(double r, double z) const;
 
   RimRule _rule;
-  std::vector<Cap> _caps;  ///< outer, inner
-  double _radius_of_curvature = 0;
+  std::vector<Rim> _rims;  ///< outer, inner
+  std::optional<CapGeometry>
+      _sphere;  ///< the outer cap, which decides what is behind; none if flat
   double _density, _soundspeed;
   Side _side = Side::front;
+};
+
+/// The disc's delays in single precision, four nodes at a time: the same formulas in float lanes,
+/// kept as the doubles that they round to. Nodes are filled up to a multiple of four with weight 0.
+class FourWideDiscDelays final : public DelaySource {
+ public:
+  FourWideDiscDelays(const RimRule& rule, double radius, double density, double soundspeed);
+
+  Hearing hearing(double /*x*/, double /*y*/, double z) const override {
+    return z >= 0 ? Hearing::by_list : Hearing::skipped;
+  }
+  void list(double x, double y, double z, DelayList& list) const override;
+  int capacity() const override { return static_cast<int>(_weight.size()) + 1; }
+  int longest_run() const override { return capacity(); }
+
+ private:
+  double _radius;
+  float _inverse_soundspeed;
+  std::vector<float> _versine, _spread, _weight;  ///< e; 2 a e; (rho c a / pi) w
 };
 
 }  // namespace kestrel

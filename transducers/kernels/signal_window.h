@@ -17,17 +17,21 @@ struct Support {
   bool left(double u) const { return closed ? !(u <= width) : !(u < width); }
 };
 
-/// The samples of a time axis, less the element's delay, in rising order. Times that are not numbers
-/// come last, and `count` leaves them out.
+/// The samples of a time axis, less the element's delay, in rising order. Times that are not
+/// numbers come last, and `count` leaves them out.
 class RisingTimes {
  public:
-  RisingTimes() = default;
+  /// Room for n samples, so that `assign` does not allocate.
+  explicit RisingTimes(int n) {
+    _value.reserve(n);
+    _scratch.reserve(n);
+    _order.reserve(n);
+  }
 
-  /// `time(i)` for i = 0 .. n-1. Allocates only when n exceeds what it held before.
+  /// `time(i)` for i = 0 .. n-1.
   template <class Time>
   void assign(int n, Time time, double delay) {
     _value.resize(n);
-    _count = 0;
     bool rising = true;
     for (int i = 0; i < n; ++i) {
       _value[i] = time(i) - delay;
@@ -50,15 +54,27 @@ class RisingTimes {
   int count() const { return _count; }
   const double* data() const { return _value.data(); }
   double operator[](int i) const { return _value[i]; }
+  /// Index on the axis of rising sample i.
+  int axis_index(int i) const { return _in_order ? i : _order[i]; }
 
-  /// Writes a trace over rising times into the order of the axis; the entries of times that are not
-  /// numbers become zero.
+  /// The first of the samples [first, last) for which a copy of the signal delayed by `delay` has
+  /// begun.
+  int first_entered(const Support& support, double delay, int first, int last) const {
+    const double* begin = _value.data();
+    return static_cast<int>(
+        std::partition_point(begin + first, begin + last,
+                             [&](double t) { return !support.entered(t - delay); }) -
+        begin);
+  }
+
+  /// Brings a trace over rising times into the order of the axis. Times that are not numbers have a
+  /// pressure of zero.
   template <class Sample>
-  const Sample* in_axis_order(const Sample* trace, std::vector<Sample>& scratch) const {
-    if (_in_order) return trace;
-    std::fill(scratch.begin(), scratch.end(), Sample{0});
-    for (int i = 0; i < _count; ++i) scratch[_order[i]] = trace[i];
-    return scratch.data();
+  void put_in_axis_order(std::vector<Sample>& trace) {
+    if (_in_order) return;
+    for (int i = 0; i < _count; ++i) _scratch[i] = trace[i];
+    std::fill(trace.begin(), trace.end(), Sample{0});
+    for (int i = 0; i < _count; ++i) trace[_order[i]] = static_cast<Sample>(_scratch[i]);
   }
 
  private:

@@ -1,8 +1,10 @@
 #pragma once
 
 /// The inner loop of the time-space decomposition: at every sample the delays whose copies of the
-/// signal are sounding form a window in the sorted list, and the sum over the window is a difference
-/// of two cumulative sums.
+/// signal are sounding form a window in the sorted list, and the sum over the window is a
+/// difference of two cumulative sums.
+
+#include <cstddef>
 
 #include "numerics/float4.h"
 #include "numerics/four_wide_math.h"
@@ -56,15 +58,17 @@ KESTREL_INLINE float window_dot(const float* time, const float* high, const floa
 /// One run of a delay list over one block of samples.
 template <class Scalar>
 struct WindowSum {
-  const double* delay;       ///< n delays that do not fall
+  const double* delay;  ///< n delays that do not fall
   int n;
-  const Scalar* cumulative;  ///< n + 1 rows: sums of the weighted spatial terms before entry 0, 1 ...
-  const double* time;        ///< rising samples; [first, last) form the block
+  const Scalar*
+      cumulative;      ///< n + 1 rows: sums of the weighted spatial terms before entry 0, 1 ...
+  const double* time;  ///< rising samples; [first, last) form the block
   int first, last;
-  const Scalar* time_terms;  ///< a row for every sample
-  int terms;                 ///< entries of a row
+  const Scalar* time_terms;  ///< a row for every sample from first_row on
+  int first_row;
+  int terms;  ///< entries of a row
   Support support;
-  Scalar* trace;             ///< a sample of it for every time; added to
+  Scalar* trace;  ///< a sample of it for every time; added to
 
   /// `fixed`: number of terms known at compile time, or 0.
   template <int fixed>
@@ -78,7 +82,7 @@ struct WindowSum {
         if (low == n) return;
         continue;
       }
-      trace[i] += window_dot<fixed>(time_terms + std::size_t(i) * row,
+      trace[i] += window_dot<fixed>(time_terms + std::size_t(i - first_row) * row,
                                     cumulative + std::size_t(high) * row,
                                     cumulative + std::size_t(low) * row, row);
     }
@@ -90,10 +94,14 @@ struct WindowSum {
       terms == 4 ? sweep<4>() : sweep<8>();
     } else {
       switch (terms) {
-        case 2: return sweep<2>();
-        case 6: return sweep<6>();
-        case 8: return sweep<8>();
-        default: return sweep<0>();
+        case 2:
+          return sweep<2>();
+        case 6:
+          return sweep<6>();
+        case 8:
+          return sweep<8>();
+        default:
+          return sweep<0>();
       }
     }
   }
