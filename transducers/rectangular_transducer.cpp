@@ -284,7 +284,7 @@ int RectangularTransducer::call_fnm_tsd() {
   if (is_negligible(_amplitude)) return kSuccess;
   try {
     tables.delays.set_medium(_medium->_rho_density, _medium->_soundspeed);
-    tables.field->superpose(*this, tables.delays, samples, true);
+    tables.field->superpose(*this, tables.delays, samples);
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <type_traits>
 #include <vector>
 
 #include "excitation/signal_rate.h"
@@ -31,6 +32,37 @@ TransientSum suitable_sum(TransientSum wanted, const ExcitationFunction& excitat
 
 namespace {
 
+/// Traces of some points on their way into the transient array.
+template <class Sample>
+class TraceBatch {
+ public:
+  explicit TraceBatch(int samples)
+      : _samples(samples), _traces(std::size_t(most(samples)) * samples), _points(most(samples)) {}
+
+  bool full() const { return _count == static_cast<int>(_points.size()); }
+  /// A trace of zeros for a point.
+  Sample* open(int point) {
+    Sample* trace = _traces.data() + std::size_t(_count) * _samples;
+    std::fill(trace, trace + _samples, Sample{0});
+    _points[_count++] = point;
+    return trace;
+  }
+  void superpose(Transducer& element, int samples) {
+    element.superpose_transient_pressures(_points.data(), _count, _traces.data(), _samples,
+                                          samples);
+    _count = 0;
+  }
+
+ private:
+  /// A cache line's worth of points, fewer when their traces would not stay in the cache.
+  static int most(int samples) { return std::clamp(16384 / std::max(samples, 1), 1, 16); }
+
+  int _samples;
+  int _count = 0;
+  std::vector<Sample> _traces;
+  std::vector<int> _points;
+};
+
 /// The loop over the points, for one way of summing.
 template <class Sum>
 class FieldBy final : public TransientField {
@@ -42,47 +74,53 @@ class FieldBy final : public TransientField {
         _nearby(excitation, source, samples),
         _times(samples),
         _list(source.capacity() + 4),
-        _trace(samples),
-        _nearby_trace(samples) {}
+        _traces(samples),
+        _nearby_traces(samples) {}
 
-  void superpose(Transducer& element, const DelaySource& source, int samples,
-                 bool updated) override {
+  void superpose(Transducer& element, const DelaySource& source, int samples) override {
     const TimeSamples& axis = *element.time_vector();
     const CoordinateGrid& grid = *element.global_coordinate_grid();
+    const ExcitationFunction& excitation = *element._excitation_function;
+    const SignalRate rate(excitation);
+    const double wavenumber = kTwoPi * excitation.get_f0() / element.medium()->_soundspeed;
     _times.assign(
         samples, [&](int i) { return axis.time_index_value(i); }, element.get_time_delay());
     const int passes = _sum.begin(_times, element);
     _nearby.begin(_times, element);
-    const ExcitationFunction& excitation = *element._excitation_function;
-    const SignalRate rate(excitation);
-    const double wavenumber = kTwoPi * excitation.get_f0() / element.medium()->_soundspeed;
     element.InitializeRotationMatrix();
+
+    const auto finish = [&](auto& traces, auto* trace) {
+      using Sample = std::remove_pointer_t<decltype(trace)>;
+      const auto amplitude = static_cast<Sample>(element.get_amplitude());
+      for (int i = 0; i < _times.count(); ++i) trace[i] *= amplitude;
+      _times.put_in_axis_order(trace);
+      if (traces.full()) traces.superpose(element, samples);
+    };
     for (int pass = 0; pass < passes; ++pass) {
       _sum.start_pass(pass);
       for (int i = 0; i < grid.npoints(); ++i) {
         const CartesianCoordinate p = element.rotateTranslate(grid.spatial_index_value(i));
-        switch (source.hearing(p.x, p.y, p.z)) {
-          case Hearing::skipped:
-            break;
-          case Hearing::at_focus:
-            if (pass > 0) break;
-            sum_focus(source, rate);
-            add(element, i, _nearby_trace, updated);
-            break;
-          case Hearing::by_list:
-            source.list(p.x, p.y, p.z, _list);
-            if (too_near(source.distance_to_focus(p.x, p.y, p.z) * wavenumber)) {
-              if (pass > 0) break;
-              std::fill(_nearby_trace.begin(), _nearby_trace.end(), 0.0);
-              _nearby.add(_list, _nearby_trace.data());
-              add(element, i, _nearby_trace, updated);
-            } else {
-              std::fill(_trace.begin(), _trace.end(), Scalar{0});
-              _sum.add(_list, _trace.data());
-              add(element, i, _trace, updated);
-            }
+        const Hearing hearing = source.hearing(p.x, p.y, p.z);
+        if (hearing == Hearing::skipped) continue;
+        const bool focus = hearing == Hearing::at_focus;
+        if (!focus) source.list(p.x, p.y, p.z, _list);
+        if (focus || too_near(source.distance_to_focus(p.x, p.y, p.z) * wavenumber)) {
+          if (pass > 0) continue;  // these are summed over all samples at once
+          double* trace = _nearby_traces.open(i);
+          if (focus) {
+            sum_focus(source, rate, trace);
+          } else {
+            _nearby.add(_list, trace);
+          }
+          finish(_nearby_traces, trace);
+        } else {
+          Scalar* trace = _traces.open(i);
+          _sum.add(_list, trace);
+          finish(_traces, trace);
         }
       }
+      _traces.superpose(element, samples);
+      _nearby_traces.superpose(element, samples);
     }
   }
 
@@ -92,28 +130,17 @@ class FieldBy final : public TransientField {
 
   /// In the focus all of the cap is heard at once. A jump of the signal would be an impulse there,
   /// which samples cannot show; it is left out.
-  void sum_focus(const DelaySource& source, const SignalRate& rate) {
+  void sum_focus(const DelaySource& source, const SignalRate& rate, double* trace) const {
     const double gain = source.focal_gain(), delay = source.focal_delay();
-    for (int i = 0; i < _times.count(); ++i) _nearby_trace[i] = gain * rate(_times[i] - delay);
-  }
-
-  template <class Sample>
-  void add(Transducer& element, int point, std::vector<Sample>& trace, bool updated) {
-    const auto amplitude = static_cast<Sample>(element.get_amplitude());
-    for (Sample& sample : trace) sample *= amplitude;
-    _times.put_in_axis_order(trace);
-    if constexpr (std::is_same_v<Sample, double>) {
-      if (updated) return element.call_superpose_transient_pressure(point, trace.data());
-    }
-    element.superpose_transient_pressure(point, trace.data());
+    for (int i = 0; i < _times.count(); ++i) trace[i] = gain * rate(_times[i] - delay);
   }
 
   Sum _sum;
   DirectSum _nearby;
   RisingTimes _times;
   DelayList _list;
-  std::vector<Scalar> _trace;
-  std::vector<double> _nearby_trace;
+  TraceBatch<Scalar> _traces;
+  TraceBatch<double> _nearby_traces;
 };
 
 }  // namespace
@@ -209,7 +236,7 @@ int superpose_rayleigh_transient(Transducer& element, double radius) {
         trace[k] += rho * (jump_up * up[k] - jump_down * down[k]);
         trace[k] *= element.get_amplitude();
       }
-      times.put_in_axis_order(trace);
+      times.put_in_axis_order(trace.data());
       element.superpose_transient_pressure(i, trace.data());
     }
   } catch (const std::bad_alloc&) {

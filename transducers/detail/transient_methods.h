@@ -33,11 +33,9 @@ class TransientField {
  public:
   virtual ~TransientField() = default;
 
-  /// Adds the pressure at every grid point for the first `samples` samples of the element's axis,
-  /// in number at most what the tables were made for. With `updated` they are those of the axis's
-  /// last update.
-  virtual void superpose(Transducer& element, const DelaySource& source, int samples,
-                         bool updated) = 0;
+  /// Adds the pressure at every grid point for the first `samples` samples of the element's axis, in
+  /// number at most what the tables were made for.
+  virtual void superpose(Transducer& element, const DelaySource& source, int samples) = 0;
 };
 
 /// `wanted`, or the next more precise way where that does not suit the excitation: sampled signals
@@ -68,7 +66,7 @@ int superpose_transient(Transducer& element, TransientSum sum, const Build& buil
     if (source) {
       const int samples = element.time_vector()->nt();
       make_transient_field(sum, *element._excitation_function, *source, samples)
-          ->superpose(element, *source, samples, false);
+          ->superpose(element, *source, samples);
     }
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;

@@ -70,10 +70,10 @@ class RisingTimes {
   /// Brings a trace over rising times into the order of the axis. Times that are not numbers have a
   /// pressure of zero.
   template <class Sample>
-  void put_in_axis_order(std::vector<Sample>& trace) {
+  void put_in_axis_order(Sample* trace) {
     if (_in_order) return;
-    for (int i = 0; i < _count; ++i) _scratch[i] = trace[i];
-    std::fill(trace.begin(), trace.end(), Sample{0});
+    std::copy(trace, trace + _count, _scratch.begin());
+    std::fill(trace, trace + _value.size(), Sample{0});
     for (int i = 0; i < _count; ++i) trace[_order[i]] = static_cast<Sample>(_scratch[i]);
   }
 
