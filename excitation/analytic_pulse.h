@@ -1,25 +1,19 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 
 #include "excitation/excitation_function.h"
+#include "excitation/pulse_terms.h"
 #include "numerics/float4.h"
+#include "numerics/run_kernel.h"
 
 namespace kestrel {
 
-/// What the three analytic pulses share: how their terms are written out. A pulse gives
-///
-///     std::array<double, n> spatial_terms(double tau) const;
-///     std::array<double, n> temporal_terms(double t) const;
-///
-/// both evaluated in double; the single-precision forms round each term when it is stored. The
-/// decomposition knows nothing of the pulse's support: whoever sums terms applies it.
-template <class Pulse, std::size_t n>
+/// What the three analytic pulses share: how the terms of a decomposition are written out. All
+/// terms are evaluated in double; the single-precision forms round each term when it is stored.
+template <class PulseTerms>
 class AnalyticPulse : public ExcitationFunction {
  public:
-  using Terms = std::array<double, n>;
-
   void spatial_tsd(double* out, const double& tau) const override { write_spatial(out, tau); }
   void spatial_tsd(float* out, const float& tau) const override { write_spatial(out, tau); }
   /// Computes nothing and leaves `out` alone; the four-wide field methods form their own terms.
@@ -33,28 +27,83 @@ class AnalyticPulse : public ExcitationFunction {
                     const float& t0) const override {
     write_temporal(out, *axis, nt, t0);
   }
-  int number_of_tsd_terms() const override { return static_cast<int>(n); }
+  int number_of_tsd_terms() const override { return PulseTerms::count; }
+
+  /// Terms of four delays in single precision, tau[i] - reference rounded first; n is a multiple of
+  /// four and `out` is term-major.
+  void four_wide_spatial_terms(float* out, const double* tau, int n,
+                               double reference) const override {
+    for (int i = 0; i < n; i += 4) {
+      float u[4];
+      for (int m = 0; m < 4; ++m) u[m] = static_cast<float>(tau[i + m] - reference);
+      const auto terms = _exact.template spatial<FourDelays>(float4::load(u));
+      for (int k = 0; k < PulseTerms::count; ++k) terms[k].store(out + std::size_t(k) * n + i);
+    }
+  }
+
+  int number_of_exact_terms() const override { return PulseTerms::count; }
+  void exact_spatial_terms(double* out, const double* tau, int n, double reference) const override {
+    write_many<true>(out, tau, n, reference);
+  }
+  void exact_temporal_terms(double* out, const double* t, int n, double reference) const override {
+    write_many<false>(out, t, n, reference);
+  }
 
  protected:
-  using ExcitationFunction::ExcitationFunction;
+  AnalyticPulse(double a0, double f0, double pulse_width, double b, int type)
+      : ExcitationFunction(a0, f0, pulse_width, b, type) {}
 
   /// Open at both ends.
   bool inside(double t) const { return t > 0 && t < _pulse_width; }
 
- private:
-  const Pulse& pulse() const { return static_cast<const Pulse&>(*this); }
+  PulseTerms _tsd;    ///< the decomposition of the interface
+  PulseTerms _exact;  ///< the one whose sum is the signal itself; for most pulses the same
 
+ private:
   template <class Real>
   void write_spatial(Real* out, double tau) const {
-    const Terms terms = pulse().spatial_terms(tau);
-    for (std::size_t k = 0; k < n; ++k) out[k] = static_cast<Real>(terms[k]);
+    const auto terms = _tsd.template spatial<OneDelay<StandardMath>>(tau);
+    for (int k = 0; k < PulseTerms::count; ++k) out[k] = static_cast<Real>(terms[k]);
   }
   template <class Real>
   void write_temporal(Real* out, const TimeSamples& axis, int nt, double t0) const {
     for (int i = 0; i < nt; ++i) {
-      const Terms terms = pulse().temporal_terms(axis.time_index_value(i) - t0);
-      for (std::size_t k = 0; k < n; ++k) out[k * nt + i] = static_cast<Real>(terms[k]);
+      const auto terms =
+          _tsd.template temporal<OneDelay<StandardMath>>(axis.time_index_value(i) - t0);
+      for (int k = 0; k < PulseTerms::count; ++k) {
+        out[std::size_t(k) * nt + i] = static_cast<Real>(terms[k]);
+      }
     }
+  }
+
+  template <bool spatial>
+  struct ManyTerms {
+    PulseTerms pulse;
+    double* out;
+    const double* times;
+    int n;
+    double reference;
+
+    template <class Math>
+    KESTREL_INLINE void operator()(Math) const {
+      const PulseTerms terms = pulse;
+      KESTREL_LANES
+      for (int i = 0; i < n; ++i) {
+        const double u = times[i] - reference;
+        const auto values = spatial ? terms.template spatial<OneDelay<Math>>(u)
+                                    : terms.template temporal<OneDelay<Math>>(u);
+        for (int k = 0; k < PulseTerms::count; ++k) out[std::size_t(k) * n + i] = values[k];
+      }
+    }
+  };
+
+  template <bool spatial>
+  void write_many(double* out, const double* times, int n, double reference) const {
+    const double reach = _exact.reach();
+    bool within = true;
+    for (int i = 0; i < n; ++i) within &= std::abs(times[i] - reference) <= reach;
+    run_kernel(within ? instruction_set() : InstructionSet::scalar,
+               ManyTerms<spatial>{_exact, out, times, n, reference});
   }
 };
 

@@ -10,6 +10,7 @@
 #include "excitation/tone_burst.h"
 #include "host/host.h"
 #include "inputs/structure_reader.h"
+#include "numerics/run_kernel.h"
 
 namespace kestrel {
 
@@ -219,6 +220,63 @@ void ExcitationFunction::temporal_tsd(std::complex<double>* out, const TimeSampl
                                       (line.real() * s + line.imag() * c) / _nxtimesamples};
     }
   }
+}
+
+// Re(S T) = Re S Re T - Im S Im T: the minus goes with the temporal terms.
+
+namespace {
+
+/// x_k = re[k] cos(omega_k u) + im[k] sin(omega_k u) and its quadrature, for many u.
+struct LineTerms {
+  double* out;
+  const double* times;
+  int n;
+  double reference;
+  double omega, cosine_1, sine_1, cosine_2, sine_2;
+
+  template <class Math>
+  KESTREL_INLINE void operator()(Math) const {
+    KESTREL_LANES
+    for (int i = 0; i < n; ++i) {
+      double s, c;
+      Math::sine_cosine(omega * (times[i] - reference), s, c);
+      out[i] = cosine_1 * c + sine_1 * s;
+      out[n + i] = cosine_2 * c + sine_2 * s;
+    }
+  }
+};
+
+/// The wide functions where all arguments allow, the library's elsewhere.
+void run_line(const LineTerms& line) {
+  bool within = true;
+  const double reach = kPhaseLimit / std::abs(line.omega);
+  for (int i = 0; i < line.n; ++i) within &= std::abs(line.times[i] - line.reference) <= reach;
+  run_kernel(within ? instruction_set() : InstructionSet::scalar, line);
+}
+
+}  // namespace
+
+int ExcitationFunction::number_of_exact_terms() const { return 2 * _nterms; }
+
+void ExcitationFunction::exact_spatial_terms(double* out, const double* tau, int n,
+                                             double reference) const {
+  for (int j = 0; j < _nterms; ++j) {
+    const double g = line_weight(j);
+    run_line({out + 2 * std::size_t(j) * n, tau, n, reference, _omega[j], g, 0, 0, -g});
+  }
+}
+
+void ExcitationFunction::exact_temporal_terms(double* out, const double* t, int n,
+                                              double reference) const {
+  for (int j = 0; j < _nterms; ++j) {
+    const double a = _spectrum[j].real() / _nxtimesamples, b = _spectrum[j].imag() / _nxtimesamples;
+    run_line({out + 2 * std::size_t(j) * n, t, n, reference, _omega[j], a, -b, -b, -a});
+  }
+}
+
+void ExcitationFunction::four_wide_spatial_terms(float* /*out*/, const double* /*tau*/, int /*n*/,
+                                                 double /*reference*/) const {
+  host::fail("A sampled signal has no four-wide terms.\n");
 }
 
 double* ExcitationFunction::get_frequency_domain_input_signal_real() const {

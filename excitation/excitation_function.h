@@ -76,6 +76,18 @@ class ExcitationFunction {
   virtual double* get_frequency_domain_input_signal_imag() const;
   virtual ~ExcitationFunction() = default;
 
+  // What the field methods sum: a decomposition whose products give the signal itself, once, many
+  // delays or times in a call. Sampled signals give the real and the imaginary part of each complex
+  // term as two real ones. Output is term-major, out[k * n + i], at tau[i] - reference or
+  // t[i] - reference.
+  virtual int number_of_exact_terms() const;
+  virtual void exact_spatial_terms(double* out, const double* tau, int n, double reference) const;
+  virtual void exact_temporal_terms(double* out, const double* t, int n, double reference) const;
+  /// The spatial terms of an analytic pulse in single precision, four delays at a time (n a
+  /// multiple of four). A sampled signal has none and fails.
+  virtual void four_wide_spatial_terms(float* out, const double* tau, int n,
+                                       double reference) const;
+
   /// The TSD of a sampled signal in complex form: f(t - tau) is the real part of the sum.
   void spatial_tsd(std::complex<double>* out, const double& tau) const;
   void temporal_tsd(std::complex<double>* out, const TimeSamples* axis, const int& nt,

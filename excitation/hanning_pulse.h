@@ -8,16 +8,13 @@ namespace kestrel {
 ///
 /// Both the spatial and the temporal terms carry A0: the sum of their products is A0 times the
 /// signal. Divide by A0 once after summing.
-class HanningPulse final : public AnalyticPulse<HanningPulse, 6> {
+class HanningPulse final : public AnalyticPulse<HanningTerms> {
  public:
   /// Amplitude, frequency in Hz, width in seconds; B has no effect.
   HanningPulse(double A0, double f0, double pulse_width, double B, int type);
 
   double at(const double& t) const override;
   double derivative(const double& t) const override;
-
-  Terms spatial_terms(double tau) const;
-  Terms temporal_terms(double t) const;
 };
 
 }  // namespace kestrel

@@ -9,7 +9,9 @@
 namespace kestrel {
 
 ToneBurst::ToneBurst(double A0, double f0, double pulse_width, double B, int type)
-    : AnalyticPulse(A0, f0, pulse_width, B, type) {}
+    : AnalyticPulse(A0, f0, pulse_width, B, type) {
+  _tsd = _exact = {_a0, _omega0};
+}
 
 double ToneBurst::at(const double& t) const {
   return inside(t) ? _a0 * std::sin(_omega0 * t) : 0.0;
@@ -18,14 +20,6 @@ double ToneBurst::at(const double& t) const {
 double ToneBurst::derivative(const double& t) const {
   return t >= 0 && t <= _pulse_width ? 2 * _a0 * 3.14159265358979 * _f0 * std::cos(_omega0 * t)
                                      : 0.0;
-}
-
-ToneBurst::Terms ToneBurst::spatial_terms(double tau) const {
-  return {_a0 * std::cos(_omega0 * tau), _a0 * std::sin(_omega0 * tau)};
-}
-
-ToneBurst::Terms ToneBurst::temporal_terms(double t) const {
-  return {std::sin(_omega0 * t), -std::cos(_omega0 * t)};
 }
 
 void ToneBurst::temporal_tsd(float* out, const TimeSamples* axis, const int& nt,

@@ -5,7 +5,7 @@
 namespace kestrel {
 
 /// A0 sin(2 pi f0 t), cut to a pulse.
-class ToneBurst final : public AnalyticPulse<ToneBurst, 2> {
+class ToneBurst final : public AnalyticPulse<ToneTerms> {
  public:
   /// Amplitude, frequency in Hz, width in seconds; B has no effect.
   ToneBurst(double A0, double f0, double pulse_width, double B, int type);
@@ -20,9 +20,6 @@ class ToneBurst final : public AnalyticPulse<ToneBurst, 2> {
   /// included. t_i - t0 is formed in double and then rounded, and so is omega0.
   void temporal_tsd(float* out, const TimeSamples* axis, const int& nt,
                     const float& t0) const override;
-
-  Terms spatial_terms(double tau) const;
-  Terms temporal_terms(double t) const;
 };
 
 }  // namespace kestrel

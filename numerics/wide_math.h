@@ -48,6 +48,11 @@ struct StandardMath {
   static KESTREL_INLINE double attenuation(double x) {
     return lossy ? std::exp(x) : 1.0;
   }
+  static KESTREL_INLINE void sine_cosine(double y, double& sine, double& cosine) {
+    sine = std::sin(y);
+    cosine = std::cos(y);
+  }
+  static KESTREL_INLINE double exponential(double x) { return std::exp(x); }
 };
 
 /// `fused`: with a fused multiply-add, which lets the argument reduction get by with two parts of

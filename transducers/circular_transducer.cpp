@@ -4,6 +4,7 @@
 
 #include "transducers/detail/disc_methods.h"
 #include "transducers/detail/superpose_field.h"
+#include "transducers/detail/transient_methods.h"
 #include "transducers/kernels/four_wide_fields.h"
 
 namespace kestrel {
@@ -141,6 +142,42 @@ int CircularTransducer::rayleigh_cw_sse() {
     method.prefactor = half_surface_prefactor(*_medium, _complex_weight);
     return method;
   });
+}
+
+int CircularTransducer::transient(TransientSum sum) {
+  return superpose_transient(*this, sum,
+                             [&] { return flat_delays(*_medium, *_integral, _radius, 0); });
+}
+
+int CircularTransducer::fnm_transient() { return transient(TransientSum::direct); }
+int CircularTransducer::fnm_tsd() { return transient(TransientSum::decomposed); }
+int CircularTransducer::fnm_tsd_low_precision() { return transient(TransientSum::low_precision); }
+int CircularTransducer::fnm_fdtsd() { return transient(TransientSum::decomposed); }
+
+int CircularTransducer::fnm_tsd_sse() {
+  if (!has_transient_inputs(*this)) return kMisuse;
+  const bool analytic =
+      suitable_sum(TransientSum::four_wide, *_excitation_function) == TransientSum::four_wide;
+  if (!analytic) return fnm_tsd();
+  return superpose_transient(*this, TransientSum::four_wide, [&] {
+    return std::optional(FourWideDiscDelays(half_rim_rule(*_integral), _radius,
+                                            _medium->_rho_density, _medium->_soundspeed));
+  });
+}
+
+int CircularTransducer::rayleigh_transient() {
+  return superpose_rayleigh_transient(*this, _radius);
+}
+
+int CircularTransducer::impulse_response() {
+  if (!_medium) return kMisuse;
+  return superpose_impulse_response(*this, DiscImpulse{_radius, _medium->_soundspeed});
+}
+
+int CircularTransducer::impulse_begin_and_end_times() {
+  return find_impulse_span(
+      *this, [&](double x, double y, double z) { return disc_paths(x, y, z, _radius); },
+      {_impulse_begin_time, _impulse_end_time});
 }
 
 }  // namespace kestrel

@@ -4,6 +4,10 @@
 
 namespace kestrel {
 
+namespace detail {
+enum class TransientSum : int;
+}
+
 /// A flat circular piston of a given radius, metres.
 ///
 /// Points behind the face (local z < 0, or NaN) receive nothing. `fnm_cw` and `fnm_cw_apodized`,
@@ -40,9 +44,26 @@ class CircularTransducer : public Shape {
   /// The uniform piston's, four azimuths at a time in single precision.
   int rayleigh_cw_sse() override;
 
+  int impulse_begin_and_end_times() override;
+  /// Spatial impulse response times amplitude, m/s.
+  int impulse_response() override;
+  /// Pressure of the element's excitation, lossless, by the fast nearfield method; and the same by
+  /// time-space decomposition, tens of times faster, in double and in single precision.
+  int fnm_transient() override;
+  int fnm_tsd() override;
+  int fnm_tsd_low_precision() override;
+  /// As `fnm_tsd`: with a sampled signal its terms are the spectral lines.
+  int fnm_fdtsd() override;
+  /// Delays and terms by the four-wide kernels.
+  int fnm_tsd_sse() override;
+  /// Rayleigh integral over the face, n by n midpoints: slow, the independent check.
+  int rayleigh_transient() override;
+
   double radius() const { return _radius; }
 
  private:
+  int transient(detail::TransientSum sum);
+
   double _radius = 0.0;
 };
 

@@ -1,8 +1,12 @@
 #include "transducers/rectangular_transducer.h"
 
 #include <iostream>
+#include <limits>
+#include <optional>
+#include <utility>
 
 #include "transducers/detail/superpose_field.h"
+#include "transducers/detail/transient_methods.h"
 #include "transducers/detail/wave_constants.h"
 #include "transducers/kernels/four_wide_fields.h"
 #include "transducers/kernels/rectangle_farfield.h"
@@ -223,6 +227,89 @@ int RectangularTransducer::radiator_cw() {
                           negative_wavenumber(*_medium, frequency)};
     return method;
   });
+}
+
+int RectangularTransducer::transient(TransientSum sum) {
+  return superpose_transient(*this, sum, [&] {
+    return std::optional(RectangleDelays(_width, _height, abscissas(*_integral),
+                                         weights(*_integral), _medium->_rho_density,
+                                         _medium->_soundspeed));
+  });
+}
+
+int RectangularTransducer::fnm_transient() { return transient(TransientSum::direct); }
+int RectangularTransducer::fnm_tsd() { return transient(TransientSum::decomposed); }
+int RectangularTransducer::fnm_tsd_low_precision() {
+  return transient(TransientSum::low_precision);
+}
+int RectangularTransducer::fnm_fdtsd() { return transient(TransientSum::decomposed); }
+
+struct RectangularTransducer::TsdTables {
+  RectangleDelays delays;
+  std::unique_ptr<TransientField> field;
+  // What the tables were made for.
+  int nodes, terms, type, samples;
+  TransientSum sum;
+};
+
+int RectangularTransducer::init_fnm_tsd() {
+  if (!_integral || !_time_vector || !_excitation_function || !_medium) return kMisuse;
+  const int nodes = _integral->get_npoints(), samples = _time_vector->nt();
+  if (nodes < 1 || samples < 1) return kMisuse;
+  free_fnm_tsd();
+  const ExcitationFunction& excitation = *_excitation_function;
+  try {
+    RectangleDelays delays(_width, _height, abscissas(*_integral), weights(*_integral),
+                           _medium->_rho_density, _medium->_soundspeed);
+    auto field = make_transient_field(TransientSum::decomposed, excitation, delays, samples);
+    _tsd = std::make_shared<TsdTables>(TsdTables{
+        std::move(delays), std::move(field), nodes, excitation.number_of_exact_terms(),
+        excitation.get_type(), samples, suitable_sum(TransientSum::decomposed, excitation)});
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  }
+  return kSuccess;
+}
+
+int RectangularTransducer::call_fnm_tsd() {
+  if (!_tsd || !has_transient_inputs(*this)) return kMisuse;
+  TsdTables& tables = *_tsd;
+  const ExcitationFunction& excitation = *_excitation_function;
+  const int samples = _time_vector->nt_local();
+  const bool as_made = tables.nodes == _integral->get_npoints() &&
+                       tables.terms == excitation.number_of_exact_terms() &&
+                       tables.type == excitation.get_type() &&
+                       tables.sum == suitable_sum(TransientSum::decomposed, excitation);
+  if (!as_made || samples < 1 || samples > tables.samples) return kMisuse;
+  if (is_negligible(_amplitude)) return kSuccess;
+  try {
+    tables.delays.set_medium(_medium->_rho_density, _medium->_soundspeed);
+    tables.field->superpose(*this, tables.delays, samples);
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  }
+  return kSuccess;
+}
+
+int RectangularTransducer::free_fnm_tsd() {
+  _tsd.reset();
+  return kSuccess;
+}
+
+int RectangularTransducer::impulse_response() {
+  if (!_medium) return kMisuse;
+  if (is_negligible(_amplitude)) return kSuccess;
+  return superpose_impulse_response(*this, RectangleImpulse{_width, _height, _medium->_soundspeed});
+}
+
+int RectangularTransducer::impulse_begin_and_end_times() {
+  // Without a single point the span stays empty, the wrong way round.
+  _impulse_begin_time = std::numeric_limits<double>::max();
+  _impulse_end_time = 0;
+  return find_impulse_span(
+      *this,
+      [&](double x, double y, double z) { return rectangle_paths(x, y, z, _width, _height); },
+      {_impulse_begin_time, _impulse_end_time, true});
 }
 
 }  // namespace kestrel

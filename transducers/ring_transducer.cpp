@@ -4,6 +4,7 @@
 
 #include "transducers/detail/disc_methods.h"
 #include "transducers/detail/superpose_field.h"
+#include "transducers/detail/transient_methods.h"
 
 namespace kestrel {
 
@@ -60,6 +61,33 @@ int RingTransducer::rayleigh_cw() {
                           negative_wavenumber(*_medium, _medium->_f0)};
     return method;
   });
+}
+
+int RingTransducer::transient(TransientSum sum) {
+  return superpose_transient(
+      *this, sum, [&] { return flat_delays(*_medium, *_integral, _outer_radius, _inner_radius); });
+}
+
+int RingTransducer::fnm_transient() { return transient(TransientSum::direct); }
+int RingTransducer::fnm_tsd() { return transient(TransientSum::decomposed); }
+int RingTransducer::fnm_tsd_low_precision() { return transient(TransientSum::low_precision); }
+int RingTransducer::fnm_fdtsd() { return transient(TransientSum::decomposed); }
+
+int RingTransducer::impulse_response() {
+  if (!_medium) return kMisuse;
+  if (is_negligible(_amplitude)) return kSuccess;
+  const double c = _medium->_soundspeed;
+  const int result = superpose_impulse_response(*this, DiscImpulse{_outer_radius, c});
+  if (result != kSuccess || !(_inner_radius > 0)) return result;
+  return superpose_impulse_response(*this, DiscImpulse{_inner_radius, c}, -1);
+}
+
+int RingTransducer::impulse_begin_and_end_times() {
+  return find_impulse_span(*this,
+                           [&](double x, double y, double z) {
+                             return ring_paths(x, y, z, _inner_radius, _outer_radius);
+                           },
+                           {_impulse_begin_time, _impulse_end_time});
 }
 
 }  // namespace kestrel

@@ -5,6 +5,7 @@
 
 #include "transducers/detail/cap_methods.h"
 #include "transducers/detail/superpose_field.h"
+#include "transducers/detail/transient_methods.h"
 
 namespace kestrel {
 
@@ -59,6 +60,37 @@ int SphericalRingTransducer::rayleigh_cw() {
       *this, _inner_radius, _outer_radius, [&](double radius, std::complex<double> weight) {
         return cap_surface({radius, _geometric_focus}, *_medium, _integral->get_npoints(), weight);
       });
+}
+
+int SphericalRingTransducer::transient(TransientSum sum) {
+  return superpose_transient(*this, sum, [&] {
+    return cap_delays(*_medium, *_integral, _outer_radius, _inner_radius, _geometric_focus);
+  });
+}
+
+int SphericalRingTransducer::fnm_transient() { return transient(TransientSum::direct); }
+int SphericalRingTransducer::fnm_tsd() { return transient(TransientSum::decomposed); }
+int SphericalRingTransducer::fnm_tsd_low_precision() {
+  return transient(TransientSum::low_precision);
+}
+int SphericalRingTransducer::fnm_fdtsd() { return transient(TransientSum::decomposed); }
+
+int SphericalRingTransducer::impulse_response() {
+  if (!_medium || !_time_vector) return kMisuse;
+  if (is_negligible(_amplitude)) return kSuccess;
+  const CapGeometry outer(_outer_radius, _geometric_focus);
+  const double c = _medium->_soundspeed, interval = _time_vector->deltat();
+  const int result = superpose_impulse_response(*this, CapImpulse{outer, outer, c, interval});
+  if (result != kSuccess || !(_inner_radius > 0)) return result;
+  const CapGeometry inner(_inner_radius, _geometric_focus);
+  return superpose_impulse_response(*this, CapImpulse{inner, outer, c, interval}, -1);
+}
+
+int SphericalRingTransducer::impulse_begin_and_end_times() {
+  const CapGeometry outer(_outer_radius, _geometric_focus);
+  return find_impulse_span(
+      *this, [&](double x, double y, double z) { return cap_paths(x, y, z, outer, _inner_radius); },
+      {_impulse_begin_time, _impulse_end_time});
 }
 
 }  // namespace kestrel

@@ -4,6 +4,7 @@
 
 #include "transducers/detail/cap_methods.h"
 #include "transducers/detail/superpose_field.h"
+#include "transducers/detail/transient_methods.h"
 #include "transducers/kernels/four_wide_fields.h"
 
 namespace kestrel {
@@ -69,6 +70,39 @@ int SphericalTransducer::rayleigh_cw_sse() {
                               {static_cast<float>(surface.propagation.attenuation),
                                static_cast<float>(surface.propagation.phase)}};
   });
+}
+
+int SphericalTransducer::transient(TransientSum sum, bool behind) {
+  return superpose_transient(*this, sum, [&] {
+    return cap_delays(*_medium, *_integral, _radius, 0, _radius_of_curvature,
+                      behind ? RimDelays::Side::behind : RimDelays::Side::front);
+  });
+}
+
+int SphericalTransducer::fnm_transient() { return transient(TransientSum::direct); }
+int SphericalTransducer::fnm_tsd() { return transient(TransientSum::decomposed); }
+int SphericalTransducer::fnm_tsd_low_precision() { return transient(TransientSum::low_precision); }
+int SphericalTransducer::fnm_fdtsd() { return transient(TransientSum::decomposed); }
+int SphericalTransducer::fnm_transient_behind_source() {
+  return transient(TransientSum::direct, true);
+}
+int SphericalTransducer::fnm_tsd_behind_source() {
+  return transient(TransientSum::decomposed, true);
+}
+
+int SphericalTransducer::impulse_response() {
+  if (!_medium || !_time_vector) return kMisuse;
+  if (is_negligible(_amplitude)) return kSuccess;
+  const CapGeometry cap(_radius, _radius_of_curvature);
+  return superpose_impulse_response(
+      *this, CapImpulse{cap, cap, _medium->_soundspeed, _time_vector->deltat()});
+}
+
+int SphericalTransducer::impulse_begin_and_end_times() {
+  const CapGeometry cap(_radius, _radius_of_curvature);
+  return find_impulse_span(*this,
+                           [&](double x, double y, double z) { return cap_paths(x, y, z, cap, 0); },
+                           {_impulse_begin_time, _impulse_end_time});
 }
 
 }  // namespace kestrel

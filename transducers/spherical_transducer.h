@@ -4,6 +4,10 @@
 
 namespace kestrel {
 
+namespace detail {
+enum class TransientSum : int;
+}
+
 struct CapFnm;
 
 /// A spherically curved, converging shell: aperture radius and radius of curvature, metres, apex at
@@ -40,6 +44,21 @@ class SphericalTransducer : public Shape {
   /// The same, four azimuths at a time in single precision: some 4e-3 relative.
   int rayleigh_cw_sse() override;
 
+  int impulse_begin_and_end_times() override;
+  /// Spatial impulse response times amplitude, m/s.
+  int impulse_response() override;
+  /// Pressure of the element's excitation, lossless, by the fast nearfield method; and the same by
+  /// time-space decomposition, tens of times faster, in double and in single precision.
+  int fnm_transient() override;
+  int fnm_tsd() override;
+  int fnm_tsd_low_precision() override;
+  /// As `fnm_tsd`: with a sampled signal its terms are the spectral lines.
+  int fnm_fdtsd() override;
+  /// The points that the others leave out, behind the shell: the field of the shell's two sides in
+  /// free space, without a baffle and without the shell's own shadow.
+  int fnm_transient_behind_source() override;
+  int fnm_tsd_behind_source() override;
+
   // Shapes append their own methods to the table here.
   /// Not implemented for this shape.
   virtual int farfield_cw_lossless() { return kNotImplemented; }
@@ -49,6 +68,7 @@ class SphericalTransducer : public Shape {
 
  private:
   CapFnm fnm(double frequency) const;
+  int transient(detail::TransientSum sum, bool behind = false);
 
   double _radius = 0.0;
   double _radius_of_curvature = 0.0;

@@ -173,6 +173,27 @@ void Transducer::call_superpose_transient_pressure(int const& i, double const* t
   superpose_samples(i, trace, _time_vector->nt_local());
 }
 
+template <class Sample>
+void Transducer::superpose_traces(const int* points, int count, const Sample* traces, int stride,
+                                  int samples) {
+  const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
+  double* sample = _transient_pressure;
+  for (int k = 0; k < samples; ++k, sample += npoints) {
+    const Sample* trace = traces + k;
+    for (int j = 0; j < count; ++j, trace += stride) {
+      sample[points[j]] += static_cast<double>(*trace);
+    }
+  }
+}
+void Transducer::superpose_transient_pressures(int const* points, int count, double const* traces,
+                                               int stride, int samples) {
+  superpose_traces(points, count, traces, stride, samples);
+}
+void Transducer::superpose_transient_pressures(int const* points, int count, float const* traces,
+                                               int stride, int samples) {
+  superpose_traces(points, count, traces, stride, samples);
+}
+
 void Transducer::zerofill_complex_pressure() {
   const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
   std::fill_n(_real_pressure, npoints, 0.0);

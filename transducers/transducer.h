@@ -130,6 +130,13 @@ class Transducer {
   void superpose_transient_pressure(int const& i, float const* trace);
   /// The same for the nt_local samples of the time axis's last update.
   void call_superpose_transient_pressure(int const& i, double const* trace);
+  /// The same for `count` points, the first `samples` samples of each: trace j starts at
+  /// traces + j*stride. The array is point-fastest, so this touches each of its lines once where
+  /// point by point would touch it `count` times.
+  void superpose_transient_pressures(int const* points, int count, double const* traces, int stride,
+                                     int samples);
+  void superpose_transient_pressures(int const* points, int count, float const* traces, int stride,
+                                     int samples);
   void zerofill_complex_pressure();
   void zerofill_transient_pressure();
 
@@ -165,6 +172,9 @@ class Transducer {
   void renew_complex_weight();
   template <class Sample>
   void superpose_samples(int point, const Sample* trace, int samples);
+  template <class Sample>
+  void superpose_traces(const int* points, int count, const Sample* traces, int stride,
+                        int samples);
 };
 
 }  // namespace kestrel

@@ -81,5 +81,11 @@ template <class Map>
 std::vector<double> from_weights(const NumericalIntegration& rule, Map map) {
   return table_of(rule.get_npoints(), [&](int i) { return map(rule.get_weight(i)); });
 }
+inline std::vector<double> abscissas(const NumericalIntegration& rule) {
+  return from_abscissas(rule, [](double x) { return x; });
+}
+inline std::vector<double> weights(const NumericalIntegration& rule) {
+  return from_weights(rule, [](double w) { return w; });
+}
 
 }  // namespace kestrel::detail

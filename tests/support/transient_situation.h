@@ -1,0 +1,231 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "excitation/hanning_pulse.h"
+#include "excitation/signal_rate.h"
+#include "excitation/t_cubed_pulse.h"
+#include "excitation/tone_burst.h"
+#include "host/standalone/standalone_host.h"
+#include "inputs/time_samples.h"
+#include "tests/support/situation.h"
+#include "transducers/kernels/impulse_response.h"
+
+namespace kestrel::test {
+
+/// Pressures by point, then by sample.
+using Traces = std::vector<std::vector<double>>;
+using Excitation = std::shared_ptr<ExcitationFunction>;
+
+struct NamedExcitation {
+  std::string name;
+  Excitation signal;
+};
+
+inline Excitation tone(double width = 3e-6) {
+  return std::make_shared<ToneBurst>(1, 1e6, width, 0, 1);
+}
+inline Excitation hanning() { return std::make_shared<HanningPulse>(2.5, 1e6, 3e-6, 0, 2); }
+inline Excitation t_cubed() { return std::make_shared<TCubedPulse>(2.5e18, 1e6, 7e-6, 2.5e6, 3); }
+/// A smooth pulse without a mean, by its samples.
+inline Excitation sampled(double clip_threshold = 0) {
+  constexpr int n = 150;
+  std::vector<double> signal(n);
+  for (int i = 0; i < n; ++i) {
+    const double x = 2 * M_PI * i / n;
+    signal[i] = (1 - std::cos(x)) * std::sin(3 * x);
+  }
+  const standalone::Value row = standalone::Value::row(signal);
+  return std::make_shared<ExcitationFunction>(row, 20e-9, n * 20e-9, clip_threshold, 0);
+}
+inline std::vector<NamedExcitation> excitations() {
+  return {{"tone", tone()}, {"hanning", hanning()}, {"t-cubed", t_cubed()}, {"sampled", sampled()}};
+}
+
+/// Grid, rule, axis and array around one element.
+class TransientBench {
+ public:
+  TransientBench(Transducer& element, Medium& medium, const Points& points, int nodes,
+                 TimeSamples& axis, const ExcitationFunction& excitation)
+      : _element(element), _axis(axis), _points(points.size()) {
+    fill_grid(_grid, points);
+    _rule.allocate_memory(nodes);
+    _rule.gauss_quadrature();
+    _pressure.assign(_points * axis.nt(), 0.0);
+    element.set_global_coordinate_grid(&_grid);
+    element.set_integral_pointer(&_rule);
+    element.set_medium(&medium);
+    element.set_time_vector(&axis);
+    element.set_transient_pressure_pointer(_pressure.data());
+    element._excitation_function = const_cast<ExcitationFunction*>(&excitation);
+  }
+  int call(Method method) { return (_element.*method)(); }
+  NumericalIntegration& rule() { return _rule; }
+  void set_points(const Points& points) { fill_grid(_grid, points); }
+  void fill(double value) { std::fill(_pressure.begin(), _pressure.end(), value); }
+  bool all_equal(double value) const {
+    return std::all_of(_pressure.begin(), _pressure.end(), [&](double p) { return p == value; });
+  }
+  Traces traces() const {
+    Traces traces(_points, std::vector<double>(_axis.nt()));
+    for (std::size_t p = 0; p < _points; ++p) {
+      for (int i = 0; i < _axis.nt(); ++i) traces[p][i] = _pressure[p + i * _points];
+    }
+    return traces;
+  }
+
+ private:
+  Transducer& _element;
+  TimeSamples& _axis;
+  CoordinateGrid _grid;
+  NumericalIntegration _rule;
+  std::size_t _points;
+  std::vector<double> _pressure;
+};
+
+/// The traces of `method` at points of the element's frame.
+inline Traces transient(const Situation& situation, Method method, const Points& points,
+                        TimeSamples& axis, const ExcitationFunction& excitation, double delay = 0) {
+  const auto element = situation.element();
+  element->set_time_delay(delay);
+  Medium medium = situation.medium;
+  TransientBench bench(*element, medium, points, situation.nodes, axis, excitation);
+  bench.call(method);
+  return bench.traces();
+}
+
+inline double peak(const std::vector<double>& trace) {
+  double largest = 0;
+  for (const double p : trace) largest = std::max(largest, std::abs(p));
+  return largest;
+}
+
+/// Largest difference of any point as a fraction of that point's own peak.
+inline double difference(const Traces& actual, const Traces& expected) {
+  double worst = 0;
+  for (std::size_t p = 0; p < expected.size(); ++p) {
+    double d = 0;
+    for (std::size_t i = 0; i < expected[p].size(); ++i) {
+      const double error = std::abs(actual[p][i] - expected[p][i]);
+      d = std::isnan(error) ? HUGE_VAL : std::max(d, error);
+    }
+    if (d > 0) worst = std::max(worst, d / peak(expected[p]));
+  }
+  return worst;
+}
+
+/// p = A rho d/dt (v * h) with the exact impulse response: the integral of v'(t - s) h(s), split at
+/// the kinks of h, each piece by a rule that takes the square-root singularities at its ends; and
+/// the jumps of v.
+class ImpulseConvolution {
+ public:
+  explicit ImpulseConvolution(const Situation& situation) : _s(situation), _rule(96) {}
+
+  double operator()(Point p, const ExcitationFunction& excitation, double t) const {
+    const SignalRate rate(excitation);
+    const double width = excitation.get_pulse_width();
+    std::vector<double> ends = kinks(p);
+    ends.push_back(t);
+    ends.push_back(t - width);
+    std::sort(ends.begin(), ends.end());
+    double sum = 0;
+    for (std::size_t i = 1; i < ends.size(); ++i) {
+      const double middle = (ends[i - 1] + ends[i]) / 2, half = (ends[i] - ends[i - 1]) / 2;
+      if (half == 0 || middle > t || middle < t - width) continue;
+      for (int j = 0; j < _rule.nodes; ++j) {
+        const double s = middle + half * std::sin(_rule.angle[j]);
+        sum += _rule.weight[j] * std::cos(_rule.angle[j]) * half * rate(t - s) * response(p, s);
+      }
+    }
+    const double up = excitation.at(0.0), down = excitation.at(std::nextafter(width, 0.0));
+    if (up != 0) sum += up * response(p, t);
+    if (down != 0) sum -= down * response(p, t - width);
+    return _s.amplitude * _s.medium._rho_density * sum;
+  }
+
+  double response(Point p, double s) const {
+    const double c = _s.medium._soundspeed;
+    const auto one = [&](const auto& impulse) {
+      double h = 0;
+      impulse.respond(p.x, p.y, p.z, &s, 1, &h);
+      return h;
+    };
+    const auto cap = [&](double radius, double rc) {
+      const CapGeometry geometry(radius, rc);
+      return one(CapImpulse{geometry, geometry, c, 0});
+    };
+    switch (_s.shape) {
+      case ShapeKind::rectangle:
+        return one(RectangleImpulse{_s.a, _s.b, c});
+      case ShapeKind::disc:
+        return one(DiscImpulse{_s.a, c});
+      case ShapeKind::ring:
+        return one(DiscImpulse{_s.b, c}) - one(DiscImpulse{_s.a, c});
+      case ShapeKind::shell:
+        return cap(_s.a, _s.b);
+      default:
+        return cap(_s.b, _s.c) - cap(_s.a, _s.c);
+    }
+  }
+
+ private:
+  struct Rule {
+    int nodes;
+    std::vector<double> angle, weight;
+    explicit Rule(int n) : nodes(n), angle(n), weight(n) {
+      NumericalIntegration::grule(n, angle.data(), weight.data());
+      for (double& a : angle) a *= M_PI / 2;
+      for (double& w : weight) w *= M_PI / 2;
+    }
+  };
+
+  /// Times at which h may have a corner or a jump.
+  std::vector<double> kinks(Point p) const {
+    std::vector<double> paths;
+    const double r = std::hypot(p.x, p.y);
+    const auto rim = [&](double radius, double z) {
+      paths.push_back(std::hypot(r - radius, z));
+      paths.push_back(std::hypot(r + radius, z));
+    };
+    switch (_s.shape) {
+      case ShapeKind::rectangle: {
+        const double s[2] = {_s.a / 2 + p.x, _s.a / 2 - p.x};
+        const double l[2] = {_s.b / 2 + p.y, _s.b / 2 - p.y};
+        paths.push_back(p.z);
+        for (int i = 0; i < 2; ++i) {
+          paths.push_back(std::hypot(s[i], p.z));
+          paths.push_back(std::hypot(l[i], p.z));
+          for (int j = 0; j < 2; ++j) paths.push_back(std::hypot(s[i], l[j], p.z));
+        }
+        break;
+      }
+      case ShapeKind::ring:
+        rim(_s.b, p.z);
+        [[fallthrough]];
+      case ShapeKind::disc:
+        rim(_s.a, p.z);
+        paths.push_back(std::abs(p.z));
+        break;
+      default: {
+        const double rc = _s.shape == ShapeKind::shell ? _s.b : _s.c, zeta = p.z - rc;
+        paths.push_back(std::abs(rc - std::hypot(r, zeta)));
+        paths.push_back(rc + std::hypot(r, zeta));
+        rim(_s.a, zeta + std::sqrt(rc * rc - _s.a * _s.a));
+        if (_s.shape == ShapeKind::spherical_ring)
+          rim(_s.b, zeta + std::sqrt(rc * rc - _s.b * _s.b));
+      }
+    }
+    for (double& path : paths) path /= _s.medium._soundspeed;
+    return paths;
+  }
+
+  Situation _s;
+  Rule _rule;
+};
+
+}  // namespace kestrel::test
