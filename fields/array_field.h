@@ -21,14 +21,14 @@ struct Settings {
   /// Quadrature nodes per integral; ignored when a tolerance is given.
   int nodes = 0;
   /// Largest error wanted, relative to the field's peak; the number of nodes follows.
-  std::optional<double> tolerance;
+  std::optional<double> tolerance = {};
   int threads = 0;    ///< 0: one per processor core
   bool reuse = true;  ///< let equal elements share what they have in common
   /// Bytes of working memory, besides the result, that reuse may take.
   double memory = 512e6;
   bool estimate_error = true;
   /// See TileRunner::Progress.
-  TileRunner::Progress progress;
+  TileRunner::Progress progress = {};
 };
 
 /// What was done.

@@ -37,8 +37,8 @@ using Geometry = std::variant<Rectangle, Circle, Ring, Shell, ShellRing>;
 /// One element of an array: a plain description, from which each thread makes its own transducer.
 struct Element {
   Geometry geometry;
-  CartesianCoordinate center;  ///< metres
-  CartesianCoordinate euler;   ///< radians, as Transducer has them
+  CartesianCoordinate center = {};  ///< metres
+  CartesianCoordinate euler = {};   ///< radians, as Transducer has them
   double amplitude = 1;
   double phase = 0;       ///< radians
   double time_delay = 0;  ///< seconds
