@@ -86,7 +86,7 @@ function(kestrel_add_plugin name)
       PREFIX "" SUFFIX .mex
       LIBRARY_OUTPUT_DIRECTORY "${folder}"
       LINK_DEPENDS "${exports}")
-    set_property(GLOBAL APPEND PROPERTY KESTREL_PLUGINS ${name})
+    set_property(GLOBAL APPEND PROPERTY KESTREL_OCTAVE_PLUGINS ${name})
   endif()
 
   # Written after CMake's documentation; nobody has run it, for want of a MATLAB. matlab_add_mex adds
@@ -98,6 +98,6 @@ function(kestrel_add_plugin name)
     target_compile_definitions(${name}_matlab PRIVATE KESTREL_HOST_DEFINES_API_VERSION)
     set_target_properties(${name}_matlab PROPERTIES
       LIBRARY_OUTPUT_DIRECTORY "${folder}")
-    set_property(GLOBAL APPEND PROPERTY KESTREL_PLUGINS ${name}_matlab)
+    set_property(GLOBAL APPEND PROPERTY KESTREL_MATLAB_PLUGINS ${name}_matlab)
   endif()
 endfunction()
