@@ -29,7 +29,8 @@ TEST_P(TransientSets, AgreeWithTheScalarPath) {
         EXPECT_EQ(last_used_instruction_set(), set);
         return traces;
       };
-      EXPECT_LE(difference(on(GetParam()), on(InstructionSet::scalar)), 1e-11)
+      const double tolerance = signal_name == "t-cubed" ? 1e-10 : 1e-12;
+      EXPECT_LE(difference(on(GetParam()), on(InstructionSet::scalar)), tolerance)
           << signal_name << " of shape " << static_cast<int>(shape);
     }
   }
