@@ -171,7 +171,7 @@ int CircularTransducer::rayleigh_transient() {
 
 int CircularTransducer::impulse_response() {
   if (!_medium) return kMisuse;
-  return superpose_impulse_response(*this, DiscImpulse{_radius, _medium->_soundspeed});
+  return superpose_impulse_response<DiscImpulse>(*this, {{{_radius, _medium->_soundspeed}}});
 }
 
 int CircularTransducer::impulse_begin_and_end_times() {

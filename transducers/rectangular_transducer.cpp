@@ -299,7 +299,8 @@ int RectangularTransducer::free_fnm_tsd() {
 int RectangularTransducer::impulse_response() {
   if (!_medium) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
-  return superpose_impulse_response(*this, RectangleImpulse{_width, _height, _medium->_soundspeed});
+  return superpose_impulse_response<RectangleImpulse>(
+      *this, {{{_width, _height, _medium->_soundspeed}}});
 }
 
 int RectangularTransducer::impulse_begin_and_end_times() {

@@ -77,9 +77,11 @@ int RingTransducer::impulse_response() {
   if (!_medium) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   const double c = _medium->_soundspeed;
-  const int result = superpose_impulse_response(*this, DiscImpulse{_outer_radius, c});
-  if (result != kSuccess || !(_inner_radius > 0)) return result;
-  return superpose_impulse_response(*this, DiscImpulse{_inner_radius, c}, -1);
+  if (!(_inner_radius > 0)) {
+    return superpose_impulse_response<DiscImpulse>(*this, {{{_outer_radius, c}}});
+  }
+  return superpose_impulse_response<DiscImpulse>(
+      *this, {{{_outer_radius, c}, 1}, {{_inner_radius, c}, -1}});
 }
 
 int RingTransducer::impulse_begin_and_end_times() {

@@ -80,10 +80,12 @@ int SphericalRingTransducer::impulse_response() {
   if (is_negligible(_amplitude)) return kSuccess;
   const CapGeometry outer(_outer_radius, _geometric_focus);
   const double c = _medium->_soundspeed, interval = _time_vector->deltat();
-  const int result = superpose_impulse_response(*this, CapImpulse{outer, outer, c, interval});
-  if (result != kSuccess || !(_inner_radius > 0)) return result;
+  if (!(_inner_radius > 0)) {
+    return superpose_impulse_response<CapImpulse>(*this, {{{outer, outer, c, interval}}});
+  }
   const CapGeometry inner(_inner_radius, _geometric_focus);
-  return superpose_impulse_response(*this, CapImpulse{inner, outer, c, interval}, -1);
+  return superpose_impulse_response<CapImpulse>(
+      *this, {{{outer, outer, c, interval}, 1}, {{inner, outer, c, interval}, -1}});
 }
 
 int SphericalRingTransducer::impulse_begin_and_end_times() {

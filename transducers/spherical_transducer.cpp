@@ -94,8 +94,8 @@ int SphericalTransducer::impulse_response() {
   if (!_medium || !_time_vector) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   const CapGeometry cap(_radius, _radius_of_curvature);
-  return superpose_impulse_response(
-      *this, CapImpulse{cap, cap, _medium->_soundspeed, _time_vector->deltat()});
+  return superpose_impulse_response<CapImpulse>(
+      *this, {{{cap, cap, _medium->_soundspeed, _time_vector->deltat()}}});
 }
 
 int SphericalTransducer::impulse_begin_and_end_times() {

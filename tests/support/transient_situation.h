@@ -129,23 +129,23 @@ class ImpulseConvolution {
   double operator()(Point p, const ExcitationFunction& excitation, double t) const {
     const SignalRate rate(excitation);
     const double width = excitation.get_pulse_width();
-    std::vector<double> ends = kinks(p);
-    ends.push_back(t);
-    ends.push_back(t - width);
-    std::sort(ends.begin(), ends.end());
-    double sum = 0;
-    for (std::size_t i = 1; i < ends.size(); ++i) {
-      const double middle = (ends[i - 1] + ends[i]) / 2, half = (ends[i] - ends[i - 1]) / 2;
-      if (half == 0 || middle > t || middle < t - width) continue;
-      for (int j = 0; j < _rule.nodes; ++j) {
-        const double s = middle + half * std::sin(_rule.angle[j]);
-        sum += _rule.weight[j] * std::cos(_rule.angle[j]) * half * rate(t - s) * response(p, s);
-      }
+    std::vector<double> ends = {t - width, t};
+    for (const double kink : kinks(p)) {
+      if (kink > t - width && kink < t) ends.push_back(kink);
     }
+    std::sort(ends.begin(), ends.end());
+    double sum = integrate(ends, [&](double s) { return rate(t - s) * response(p, s); });
     const double up = excitation.at(0.0), down = excitation.at(std::nextafter(width, 0.0));
     if (up != 0) sum += up * response(p, t);
     if (down != 0) sum -= down * response(p, t - width);
     return _s.amplitude * _s.medium._rho_density * sum;
+  }
+
+  /// The integral of h over all times.
+  double area(Point p) const {
+    std::vector<double> ends = kinks(p);
+    std::sort(ends.begin(), ends.end());
+    return integrate(ends, [&](double s) { return response(p, s); });
   }
 
   double response(Point p, double s) const {
@@ -183,6 +183,19 @@ class ImpulseConvolution {
       for (double& w : weight) w *= M_PI / 2;
     }
   };
+
+  template <class Integrand>
+  double integrate(const std::vector<double>& ends, const Integrand& f) const {
+    double sum = 0;
+    for (std::size_t i = 1; i < ends.size(); ++i) {
+      const double middle = (ends[i - 1] + ends[i]) / 2, half = (ends[i] - ends[i - 1]) / 2;
+      for (int j = 0; j < _rule.nodes && half > 0; ++j) {
+        const double angle = _rule.angle[j];
+        sum += _rule.weight[j] * std::cos(angle) * half * f(middle + half * std::sin(angle));
+      }
+    }
+    return sum;
+  }
 
   /// Times at which h may have a corner or a jump.
   std::vector<double> kinks(Point p) const {

@@ -4,6 +4,7 @@
 /// delays.
 
 #include <algorithm>
+#include <initializer_list>
 #include <memory>
 #include <new>
 #include <optional>
@@ -86,9 +87,18 @@ std::optional<RimDelays> cap_delays(const Medium& medium, const NumericalIntegra
                                     double radius_of_curvature,
                                     RimDelays::Side side = RimDelays::Side::front);
 
-/// Adds `sign` times amplitude times the spatial impulse response at every point that is heard.
+/// One face's impulse response with its sign: -1 for a hole.
 template <class Impulse>
-int superpose_impulse_response(Transducer& element, const Impulse& impulse, double sign = 1) {
+struct SignedImpulse {
+  Impulse impulse;
+  double sign = 1;
+};
+
+/// Adds amplitude times the spatial impulse response at every point that is heard: one walk over the
+/// points for each face, in turn.
+template <class Impulse>
+int superpose_impulse_response(Transducer& element,
+                               std::initializer_list<SignedImpulse<Impulse>> faces) {
   const CoordinateGrid* grid = element.global_coordinate_grid();
   const TimeSamples* axis = element.time_vector();
   if (!grid || !axis || !element.transient_pressure()) return kMisuse;
@@ -97,14 +107,16 @@ int superpose_impulse_response(Transducer& element, const Impulse& impulse, doub
     const std::vector<double> time =
         table_of(nt, [&](int i) { return axis->time_index_value(i) - element.get_time_delay(); });
     std::vector<double> h(time.size());
-    const double factor = sign * element.get_amplitude();
     element.InitializeRotationMatrix();
-    for (int i = 0; i < grid->npoints(); ++i) {
-      const CartesianCoordinate p = element.rotateTranslate(grid->spatial_index_value(i));
-      if (!impulse.hears(p.x, p.y, p.z)) continue;
-      impulse.respond(p.x, p.y, p.z, time.data(), nt, h.data());
-      for (double& sample : h) sample *= factor;
-      element.superpose_transient_pressure(i, h.data());
+    for (const auto& [impulse, sign] : faces) {
+      const double factor = sign * element.get_amplitude();
+      for (int i = 0; i < grid->npoints(); ++i) {
+        const CartesianCoordinate p = element.rotateTranslate(grid->spatial_index_value(i));
+        if (!impulse.hears(p.x, p.y, p.z)) continue;
+        impulse.respond(p.x, p.y, p.z, time.data(), nt, h.data());
+        for (double& sample : h) sample *= factor;
+        element.superpose_transient_pressure(i, h.data());
+      }
     }
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;

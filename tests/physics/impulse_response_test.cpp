@@ -1,0 +1,281 @@
+// Spatial impulse responses and the span of their arrivals.
+
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "tests/support/surface_integral.h"
+#include "tests/support/transient_situation.h"
+
+namespace kestrel::test {
+namespace {
+
+constexpr double c = 1500;
+
+/// h at one point, for every sample of the axis.
+std::vector<double> response(const Situation& s, Point p, TimeSamples& axis, double delay = 0) {
+  return transient(s, &Transducer::impulse_response, {p}, axis, *tone(), delay)[0];
+}
+
+TEST(ImpulseResponse, OfTheDiscOnItsAxisIsAPlateau) {
+  Situation s = typical(ShapeKind::disc);
+  s.amplitude = 2;
+  TimeSamples axis(1e-9, 33.2e-6, 33.6e-6);
+  const std::vector<double> h = response(s, {0, 0, 0.05}, axis);
+  for (int i = 0; i < axis.nt(); ++i) {
+    const double t = axis.time_index_value(i);
+    const bool heard = t >= 0.05 / c && t <= std::hypot(0.05, 5e-3) / c;
+    EXPECT_EQ(h[i], heard ? 2 * c : 0) << t;
+  }
+}
+
+// The four rows of positions, each with its own interval ends and branches.
+TEST(ImpulseResponse, OfTheDiscOffItsAxis) {
+  const double a = 5e-3, z = 8e-3;
+  const auto h = [&](double r, double path) {
+    const DiscImpulse disc{a, c};
+    const double t = path / c;
+    double value = -1;
+    disc.respond(r, 0, z, &t, 1, &value);
+    return value;
+  };
+  // The arc at path length R: the circle of radius q about the projection, as far as it is inside.
+  const auto arc = [&](double r, double path) {
+    const double q = std::sqrt(path * path - z * z);
+    return c / M_PI * std::acos((r * r + q * q - a * a) / (2 * r * q));
+  };
+  for (const double r : {2e-3, 4.9e-3}) {
+    const double near = std::hypot(a - r, z), far = std::hypot(a + r, z);
+    EXPECT_EQ(h(r, z - 1e-6), 0);
+    EXPECT_EQ(h(r, (z + near) / 2), c);
+    EXPECT_NEAR(h(r, (near + far) / 2), arc(r, (near + far) / 2), 1e-9);
+    EXPECT_EQ(h(r, far + 1e-6), 0);
+  }
+  const double r = 7e-3, near = std::hypot(r - a, z), far = std::hypot(a + r, z);
+  EXPECT_EQ(h(r, near - 1e-6), 0);
+  EXPECT_NEAR(h(r, (near + far) / 2), arc(r, (near + far) / 2), 1e-9);
+  EXPECT_EQ(h(r, far + 1e-6), 0);
+  // On the rim half of every small circle lies on the face.
+  EXPECT_NEAR(h(a, z + 1e-9), c / 2, 1);
+  EXPECT_NEAR(h(a, std::hypot(a, z)), arc(a, std::hypot(a, z)), 1e-9);
+  EXPECT_EQ(h(a, std::hypot(2 * a, z) + 1e-6), 0);
+}
+
+// Numbers without rounding: c = 1 and z a power of two, so that the direct arrival is met exactly.
+TEST(ImpulseResponse, OfTheDiscOnItsRimAtTheDirectArrival) {
+  const DiscImpulse disc{1, 1};
+  const double time[] = {0.5, 0.25, 2};
+  double h[3];
+  disc.respond(1, 0, 0.5, time, 3, h);
+  EXPECT_EQ(h[0], 1);
+  EXPECT_EQ(h[1], 0);
+  EXPECT_GT(h[2], 0);
+  // Inside, the plateau ends inclusively, and the face's own plane begins at zero.
+  const double ends[] = {0, 0.5, 1.5};
+  disc.respond(0.5, 0, 0, ends, 3, h);
+  EXPECT_EQ(h[0], 1);
+  EXPECT_EQ(h[1], 1);
+}
+
+TEST(ImpulseResponse, OfTheRectangleBeginsWithItsShareOfTheSphere) {
+  const RectangleImpulse face{6e-3, 10e-3, c};
+  struct Case {
+    Point p;
+    double share;
+  };
+  const Case cases[] = {{{0, 0, 7e-3}, 1},          {{2.9e-3, -4.9e-3, 7e-3}, 1},
+                        {{3e-3, 0, 7e-3}, 0.5},     {{1e-3, 5e-3, 7e-3}, 0.5},
+                        {{3e-3, 5e-3, 7e-3}, 0.25}, {{3.1e-3, 0, 7e-3}, 0},
+                        {{0, -8e-3, 7e-3}, 0}};
+  for (const Case& k : cases) {
+    const double time[] = {7e-3 / c * (1 - 1e-9), 7e-3 / c * (1 + 1e-9), 1e-3, -7.001e-3 / c};
+    double h[4];
+    face.respond(k.p.x, k.p.y, k.p.z, time, 4, h);
+    EXPECT_EQ(h[0], 0);
+    EXPECT_NEAR(h[1], k.share * c, 1e-6 * c);
+    EXPECT_EQ(h[2], 0);
+    EXPECT_EQ(h[3], 0) << "a negative time";
+  }
+}
+
+// Its integral over time is the potential of the face at rest: the integral of 1 / (2 pi R).
+TEST(ImpulseResponse, HasTheAreaOfTheFaceSeenFromThePoint) {
+  const Points points = {{0, 0, 12e-3},       {1e-3, -1.5e-3, 5e-3}, {5e-3, 0, 6e-3},
+                         {7e-3, 2e-3, 11e-3}, {15e-3, -9e-3, 25e-3}, {4e-3, 4e-3, 17e-3}};
+  for (const ShapeKind shape : kShapes) {
+    Situation s = typical(shape);
+    s.medium._f0 = 1e-9;  // no phase left; the integral brings j rho f0 with it
+    const SurfaceIntegral surface(s);
+    const ImpulseConvolution convolution(s);
+    for (const Point& p : points) {
+      const double expected =
+          std::abs(surface(p)) / (s.medium._rho_density * s.medium._f0) / (2 * M_PI);
+      EXPECT_NEAR(convolution.area(p), expected, 1e-9 * expected)
+          << static_cast<int>(shape) << " at z = " << p.z;
+    }
+  }
+}
+
+TEST(ImpulseResponse, OfACapIsAPlateauWhileTheSphereStaysWithinTheRim) {
+  const CapGeometry cap(8e-3, 15e-3);
+  const CapImpulse shell{cap, cap, c, 0};
+  const Point p{0.5e-3, 0.5e-3, 10e-3};
+  const double distance = std::hypot(p.x, p.y, p.z - 15e-3);
+  const double first = (15e-3 - distance) / c;
+  const double time[] = {first - 1e-9, first + 1e-9, first + 1e-7};
+  double h[3];
+  shell.respond(p.x, p.y, p.z, time, 3, h);
+  EXPECT_EQ(h[0], 0);
+  EXPECT_NEAR(h[1], c * 15e-3 / distance, 1e-9);
+  EXPECT_EQ(h[2], h[1]);
+}
+
+// In the focus the response is an impulse: one sample of the same area on any axis.
+TEST(ImpulseResponse, InTheFocusIsOneSample) {
+  const Situation s = typical(ShapeKind::shell);
+  const double gain = 15e-3 - std::sqrt(15e-3 * 15e-3 - 8e-3 * 8e-3);
+  const Point focus{0, 0, 15e-3};              // heard at 10 us
+  TimeSamples regular(0.3e-6, 9.1e-6, 11e-6);  // 10.0 is the fourth sample
+  std::vector<double> h = response(s, focus, regular);
+  for (int i = 0; i < regular.nt(); ++i) {
+    EXPECT_NEAR(h[i], i == 3 ? gain / 0.3e-6 : 0, 1e-6 * gain / 0.3e-6) << i;
+  }
+  const standalone::Capture quiet;
+  const auto on = [&](std::vector<double> times) {
+    TimeSamples list;
+    list.vectoroftimevalues(times.data(), static_cast<int>(times.size()));
+    return response(s, focus, list, 1e-6);
+  };
+  // 11 us with the delay; neighbours 1 us before and 3 us after: (1 + 3) / 2.
+  EXPECT_EQ(
+      on({14e-6, 11.1e-6, 10.1e-6, 3e-6}),
+      (std::vector<double>{
+          0,
+          gain / (((14e-6 - 1e-6) - (11.1e-6 - 1e-6) + ((11.1e-6 - 1e-6) - (10.1e-6 - 1e-6))) / 2),
+          0, 0}));
+  EXPECT_GT(on({11e-6, 12e-6})[0], 0) << "at an end: the one neighbour's distance";
+  EXPECT_EQ(on({12e-6, 13e-6}), (std::vector<double>{0, 0})) << "outside of the list";
+  EXPECT_EQ(on({11e-6}), (std::vector<double>{0})) << "a single time has no width";
+
+  Situation ring = typical(ShapeKind::spherical_ring);
+  const double hole = 15e-3 - std::sqrt(15e-3 * 15e-3 - 4e-3 * 4e-3);
+  h = response(ring, focus, regular);
+  EXPECT_NEAR(h[3], (gain - hole) / 0.3e-6, 1e-9 * gain / 0.3e-6);
+}
+
+TEST(ImpulseResponse, OfARingIsTheOuterFaceLessTheInner) {
+  TimeSamples axis(0.01e-6, 0, 20e-6);
+  const Points points = {{0, 0, 10e-3}, {4e-3, 1e-3, 10e-3}, {9e-3, 0, 2e-3}};
+  Situation ring = typical(ShapeKind::ring), outer = typical(ShapeKind::disc), inner = outer;
+  outer.a = ring.b, inner.a = ring.a;
+  for (const Point& p : points) {
+    const auto whole = response(outer, p, axis), hole = response(inner, p, axis);
+    const auto h = response(ring, p, axis);
+    for (int i = 0; i < axis.nt(); ++i) EXPECT_EQ(h[i], whole[i] - hole[i]);
+  }
+}
+
+TEST(ImpulseResponse, WhatIsHeardBehind) {
+  TimeSamples axis(0.1e-6, -20e-6, 20e-6);
+  for (const ShapeKind shape : kShapes) {
+    // The circular faces have no test for it; what they give lies at negative times.
+    const bool heard = shape == ShapeKind::disc || shape == ShapeKind::ring;
+    EXPECT_EQ(peak(response(typical(shape), {4.5e-3, 0, -9e-3}, axis)) > 0, heard);
+  }
+}
+
+TEST(ImpulseResponse, OfANegligibleElement) {
+  TimeSamples axis(0.1e-6, 0, 20e-6);
+  for (const ShapeKind shape : kShapes) {
+    Situation s = typical(shape);
+    s.amplitude = 1e-11;
+    // The disc alone does not test its amplitude.
+    EXPECT_EQ(peak(response(s, {4.5e-3, 0, 9e-3}, axis)) > 0, shape == ShapeKind::disc);
+  }
+}
+
+/// Nearest and farthest point of a fine net on the face, and the spacing of the net.
+struct NetRange {
+  double nearest = HUGE_VAL, farthest = 0;
+};
+NetRange net_range(const Situation& s, Point p) {
+  NetRange range;
+  const int n = 400;
+  const auto see = [&](double x, double y, double z) {
+    const double d = p.calculate_distance(x, y, z);
+    range.nearest = std::min(range.nearest, d);
+    range.farthest = std::max(range.farthest, d);
+  };
+  for (int i = 0; i <= n; ++i) {
+    for (int j = 0; j <= n; ++j) {
+      const double u = double(i) / n, angle = 2 * M_PI * j / n;
+      const auto round = [&](double inner, double outer, double rc) {
+        const double r = inner + u * (outer - inner);
+        see(r * std::cos(angle), r * std::sin(angle), rc > 0 ? rc - std::sqrt(rc * rc - r * r) : 0);
+      };
+      switch (s.shape) {
+        case ShapeKind::rectangle:
+          see((u - 0.5) * s.a, (double(j) / n - 0.5) * s.b, 0);
+          break;
+        case ShapeKind::disc:
+          round(0, s.a, 0);
+          break;
+        case ShapeKind::ring:
+          round(s.a, s.b, 0);
+          break;
+        case ShapeKind::shell:
+          round(0, s.a, s.b);
+          break;
+        case ShapeKind::spherical_ring:
+          round(s.a, s.b, s.c);
+          break;
+      }
+    }
+  }
+  return range;
+}
+
+TEST(ImpulseSpan, ReachesFromTheNearestToTheFarthestPointOfTheFace) {
+  RandomSituations random(31);
+  TimeSamples axis(0, 0, 0);
+  for (const ShapeKind shape : kShapes) {
+    const Situation s = typical(shape);
+    Points points;
+    for (int i = 0; i < 25; ++i) {
+      points.emplace_back(random.between(-12e-3, 12e-3), random.between(-12e-3, 12e-3),
+                          random.between(-15e-3, 40e-3));
+    }
+    points.emplace_back(0, 0, 5e-3);
+    points.emplace_back(0, 0, 15e-3);
+    const auto element = s.element();
+    element->set_time_delay(2e-6);
+    Medium medium = s.medium;
+    for (const Point& p : points) {
+      TransientBench bench(*element, medium, {p}, 8, axis, *tone());
+      EXPECT_EQ(bench.call(&Transducer::impulse_begin_and_end_times), kSuccess);
+      const double begin = (element->get_impulse_begin_time() - 2e-6) * c;
+      const double end = (element->get_impulse_end_time() - 2e-6) * c;
+      const NetRange net = net_range(s, p);
+      const double slack = 50e-6;  // what a net of this spacing misses at most
+      EXPECT_LE(end, net.farthest + slack);
+      EXPECT_GE(end, net.farthest - 1e-12);
+      if (shape == ShapeKind::disc && p.z < 0 && std::hypot(p.x, p.y) <= s.a) {
+        EXPECT_NEAR(begin, p.z, 1e-12) << "the disc takes z with its sign";
+        continue;
+      }
+      EXPECT_LE(begin, net.nearest + 1e-12) << static_cast<int>(shape);
+      EXPECT_GE(begin, net.nearest - slack);
+    }
+    TransientBench all(*element, medium, {points[0], points[1], points[2]}, 8, axis, *tone());
+    EXPECT_EQ(all.call(&Transducer::impulse_begin_and_end_times), kSuccess);
+    const double begin = element->get_impulse_begin_time(), end = element->get_impulse_end_time();
+    for (int i = 0; i < 3; ++i) {
+      TransientBench one(*element, medium, {points[i]}, 8, axis, *tone());
+      one.call(&Transducer::impulse_begin_and_end_times);
+      EXPECT_LE(begin, element->get_impulse_begin_time());
+      EXPECT_GE(end, element->get_impulse_end_time());
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kestrel::test
