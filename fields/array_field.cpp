@@ -244,6 +244,13 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
 
   const GridPoints points(grid);
   std::fill_n(result, points.size(), std::complex<double>{});
+  std::optional<ScopedInstructionSet> chosen_set;
+  if (settings.instruction_set) {
+    chosen_set.emplace(*settings.instruction_set);
+    if (!chosen_set->chosen()) {
+      host::fail("this processor has no instruction set '%s'.", name(*settings.instruction_set));
+    }
+  }
   TileRunner runner(settings.threads, settings.progress);
   Report report;
   report.threads = runner.threads();
