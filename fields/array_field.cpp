@@ -6,12 +6,15 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <memory>
 #include <set>
 
 #include "fields/direct_field.h"
+#include "fields/error_estimate.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
 #include "fields/reused_field.h"
+#include "fields/sampled_field.h"
 #include "host/host.h"
 
 namespace kestrel::fields {
@@ -140,6 +143,94 @@ std::optional<ReusedGroup> plan_reuse(const std::vector<Element>& elements, cons
   return std::nullopt;
 }
 
+/// The ways of all elements.
+struct Work {
+  std::vector<ReusedGroup> reused;
+  std::vector<Element> direct;
+  double direct_cost = 0;
+  double cost = 0;
+};
+
+Work plan_work(const std::vector<Element>& elements, const CoordinateGrid& grid,
+               const Settings& settings, const NodeRule& rule) {
+  // Costs are those of a point in the middle of the grid.
+  const auto middle = [](double from, double to) { return (from + to) / 2; };
+  const CartesianCoordinate center{middle(grid.xmin(), grid.xmax()),
+                                   middle(grid.ymin(), grid.ymax()),
+                                   middle(grid.zmin(), grid.zmax())};
+  const Method& method = *settings.method;
+  const auto per_point = [&](const Element& e) {
+    return cost_per_point(method, e.geometry, rule.nodes(e, {center, center}));
+  };
+  Work work;
+  std::set<Likeness> shared;
+  if (settings.reuse && method.reusable && grid.regular() && grid.npoints() > 0) {
+    std::map<Likeness, std::vector<Element>> groups;
+    for (const Element& element : elements) groups[likeness(element)].push_back(element);
+    for (const auto& [key, group] : groups) {
+      auto plan = plan_reuse(group, method, grid, per_point(group.front()), settings.memory);
+      if (!plan) continue;
+      shared.insert(key);
+      work.cost += plan->cost;
+      work.reused.push_back(std::move(*plan));
+    }
+  }
+  for (const Element& element : elements) {
+    if (shared.contains(likeness(element))) continue;
+    work.direct.push_back(element);
+    work.direct_cost += per_point(element) * grid.npoints();
+  }
+  work.cost += work.direct_cost;
+  return work;
+}
+
+/// The tolerance of each element, relative to rho c |amplitude|, for that of the whole field: as if
+/// the errors of all elements added up. The field's peak is not known yet; that of a small sample is
+/// a lower bound.
+double element_tolerance(TileRunner& runner, const std::vector<Element>& elements,
+                         const PointSource& points, const Medium& medium,
+                         const Settings& settings) {
+  constexpr std::size_t kSample = 48;
+  constexpr double kPilot = 1e-3;
+  double amplitudes = 0;
+  for (const Element& e : elements) amplitudes += std::abs(e.amplitude);
+  const std::vector<std::size_t> sample = draw_points(points.size(), kSample);
+  const ToleranceNodes pilot(medium, kPilot);
+  const std::vector<std::complex<double>> field =
+      compute_points(runner, {elements, points, medium, *settings.method, pilot}, sample);
+  double peak = 0;
+  for (const auto& p : field) peak = std::max(peak, std::abs(p));
+  const double together = medium._rho_density * medium._soundspeed * amplitudes;
+  // The sample itself is only as good as its own tolerance.
+  const double share = together > 0 ? peak / together - kPilot : 0;
+  return std::clamp(*settings.tolerance * std::max(share, kPilot), 1e-12, 0.1);
+}
+
+void check_settings(const Settings& settings) {
+  if (!settings.tolerance) {
+    if (settings.nodes < 1) host::fail("the number of nodes must be at least 1.");
+    return;
+  }
+  if (!settings.method->takes_tolerance) {
+    host::fail("a tolerance chooses the nodes of the method 'fnm_cw'; for '%s' give their number.",
+               settings.method->name);
+  }
+  if (!(*settings.tolerance >= 1e-10 && *settings.tolerance < 1)) {
+    host::fail("the tolerance must be at least 1e-10 and below 1, but it is %g.",
+               *settings.tolerance);
+  }
+}
+
+/// Points of the error's sample: what a few percent of the work pay for, and no fewer than a few.
+std::size_t error_samples(const std::vector<Element>& elements, double cost) {
+  constexpr double kShare = 0.03, kLeastCost = 2e6;  // nanoseconds
+  constexpr double kPerElement = 400;
+  const double affordable = std::max(kShare * cost, kLeastCost) /
+                            (kPerElement * static_cast<double>(std::max<std::size_t>(
+                                               elements.size(), 1)));
+  return static_cast<std::size_t>(std::clamp(affordable, 16.0, 1000.0));
+}
+
 }  // namespace
 
 Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
@@ -147,65 +238,61 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
                      std::complex<double>* result) {
   const auto start = std::chrono::steady_clock::now();
   const Method& method = *settings.method;
-  if (settings.nodes < 1) host::fail("the number of nodes must be at least 1.");
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
+  check_settings(settings);
   check_methods(elements, method, medium);
 
   const GridPoints points(grid);
   std::fill_n(result, points.size(), std::complex<double>{});
+  std::optional<ScopedInstructionSet> chosen_set;
+  if (settings.instruction_set) {
+    chosen_set.emplace(*settings.instruction_set);
+    if (!chosen_set->chosen()) {
+      host::fail("this processor has no instruction set '%s'.", name(*settings.instruction_set));
+    }
+  }
   TileRunner runner(settings.threads, settings.progress);
   Report report;
   report.threads = runner.threads();
   report.instruction_set = instruction_set();
 
-  // Sort the elements into groups that share a field, and the rest.
-  std::vector<ReusedGroup> reused;
-  std::vector<Element> direct;
-  double direct_cost = 0, whole_cost = 0;
-  const auto per_point = [&](const Element& e) {
-    return cost_per_point(method, e.geometry, settings.nodes);
-  };
-  if (settings.reuse && method.reusable && grid.regular()) {
-    std::map<Likeness, std::vector<Element>> groups;
-    for (const Element& element : elements) groups[likeness(element)].push_back(element);
-    std::set<Likeness> shared;
-    for (const auto& [key, group] : groups) {
-      auto plan = plan_reuse(group, method, grid, per_point(group.front()), settings.memory);
-      if (!plan) continue;
-      shared.insert(key);
-      whole_cost += plan->cost;
-      reused.push_back(std::move(*plan));
-    }
-    for (const Element& element : elements) {
-      if (!shared.contains(likeness(element))) direct.push_back(element);
-    }
+  std::unique_ptr<NodeRule> rule;
+  if (settings.tolerance) {
+    runner.begin_stage(0);
+    rule = std::make_unique<ToleranceNodes>(
+        medium, element_tolerance(runner, elements, points, medium, settings));
   } else {
-    direct = elements;
+    rule = std::make_unique<FixedNodes>(settings.nodes);
   }
-  for (const Element& e : direct) direct_cost += per_point(e) * static_cast<double>(points.size());
-  whole_cost += direct_cost;
+  const Work work = plan_work(elements, grid, settings, *rule);
 
-  const FixedNodes rule(settings.nodes);
   NodeRange used;
-  for (const ReusedGroup& group : reused) {
-    runner.begin_stage(group.cost / whole_cost);
+  for (const ReusedGroup& group : work.reused) {
     for (const ReusePlan& plan : group.plans) {
-      add_reused_field(runner, plan, group.elements, medium, method, rule, result, used);
+      const double share = group.cost / work.cost / static_cast<double>(group.plans.size());
+      add_reused_field(runner, share, plan, group.elements, medium, method, *rule, result, used);
     }
     report.reused_elements += group.elements.size();
     report.memory = std::max(report.memory, group.memory);
   }
-  if (!direct.empty()) {
-    const DirectJob job{direct, points, medium, method, rule};
-    runner.begin_stage(direct_cost / whole_cost);
+  if (!work.direct.empty()) {
+    const DirectJob job{work.direct, points, medium, method, *rule};
+    runner.begin_stage(work.direct_cost / work.cost);
     add_direct_field(runner, job, result, used);
-    report.direct_elements = direct.size();
+    report.direct_elements = work.direct.size();
     report.memory = std::max(report.memory, direct_memory(job, runner.threads()));
+  }
+  report.least_nodes = used.least;
+  report.greatest_nodes = used.greatest;
+  report.error_estimate = std::numeric_limits<double>::quiet_NaN();
+  if (settings.estimate_error) {
+    runner.begin_stage(0);
+    report.error_estimate =
+        estimate_error(runner, {elements, points, medium, method, *rule}, report.greatest_nodes,
+                       error_samples(elements, work.cost), result);
   }
 
   runner.messages().replay();
-  report.least_nodes = used.least;
-  report.greatest_nodes = used.greatest;
   report.seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return report;

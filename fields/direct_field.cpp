@@ -32,7 +32,7 @@ class DirectWorker : public TileWorker {
         _result(result),
         _used(used),
         _medium(job.medium),
-        _tile_size(tile_size(job.points.size(), job.method)),
+        _tile_size(tile_size(job)),
         _columns(3 * _tile_size),
         _real(_tile_size),
         _imaginary(_tile_size) {
@@ -90,15 +90,17 @@ class DirectWorker : public TileWorker {
 
 }  // namespace
 
-std::size_t tile_size(std::size_t points, const Method& method) {
-  if (method.whole_grid) return std::max<std::size_t>(points, 1);
+std::size_t tile_size(const DirectJob& job) {
+  const std::size_t points = job.points.size();
+  if (job.method.whole_grid) return std::max<std::size_t>(points, 1);
+  if (job.tile > 0) return job.tile;
   return std::clamp<std::size_t>(points / 64, 512, 4096);
 }
 
 double direct_memory(const DirectJob& job, int threads) {
   const double per_point = 8 * sizeof(double);  // columns, grid, planes
   const double per_element = sizeof(void*) + 400;
-  return threads * (per_point * static_cast<double>(tile_size(job.points.size(), job.method)) +
+  return threads * (per_point * static_cast<double>(tile_size(job)) +
                     per_element * static_cast<double>(job.elements.size()));
 }
 
@@ -112,9 +114,15 @@ void NodeRange::include(int nodes) {
 void add_direct_field(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
                       NodeRange& used) {
   if (job.elements.empty() || job.points.size() == 0) return;
-  const std::size_t size = tile_size(job.points.size(), job.method);
+  const std::size_t size = tile_size(job);
   runner.run((job.points.size() + size - 1) / size,
              [&] { return std::make_unique<DirectWorker>(job, result, used); });
+}
+
+void compute_direct_here(const DirectJob& job, std::complex<double>* result) {
+  NodeRange unused;
+  DirectWorker worker(job, result, unused);
+  worker.run(0);
 }
 
 bool has_method(const Geometry& geometry, const Method& method, const Medium& medium) {

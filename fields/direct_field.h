@@ -20,13 +20,14 @@ struct DirectJob {
   const Medium& medium;
   const Method& method;
   const NodeRule& rule;
+  std::size_t tile = 0;  ///< points per tile; 0: as tile_size says
 };
 
 /// Points per tile of a job of so many points. It depends on nothing else, for results must not
 /// depend on the number of threads. A tile is large against what a method sets up per call (tables
 /// over the nodes, its rule, a handful of point tiles) and small against a grid that several
 /// threads share.
-std::size_t tile_size(std::size_t points, const Method& method);
+std::size_t tile_size(const DirectJob& job);
 
 /// Bytes that add_direct_field works with.
 double direct_memory(const DirectJob& job, int threads);
@@ -41,6 +42,9 @@ struct NodeRange {
 /// so the result is the same, bit for bit, for any number of threads.
 void add_direct_field(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
                       NodeRange& used);
+
+/// The same on the calling thread, which must be detached from the host.
+void compute_direct_here(const DirectJob& job, std::complex<double>* result);
 
 /// Whether elements of this geometry have the method.
 bool has_method(const Geometry& geometry, const Method& method, const Medium& medium);

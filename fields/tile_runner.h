@@ -17,7 +17,7 @@ class TileWorker {
 
  protected:
   /// The job is to end and its result will not be read: return soon.
-  bool stopped() const { return _stop->load(std::memory_order_relaxed); }
+  bool stopped() const { return _stop != nullptr && _stop->load(std::memory_order_relaxed); }
 
  private:
   friend class Job;

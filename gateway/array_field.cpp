@@ -3,7 +3,7 @@
 ///     [p, info] = array_field (array, grid, medium, ndiv, f0, options)
 ///
 /// `options` is a structure with the fields method (text), threads (0: all), reuse, tolerance (empty:
-/// use ndiv), memory (bytes), progress.
+/// use ndiv), memory (bytes), progress, instruction_set (text).
 
 #include <chrono>
 #include <climits>
@@ -93,6 +93,17 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
   if (settings.method == nullptr) {
     host::fail("unknown method '%s'; the methods are %s.", name.c_str(),
                fields::list_names(fields::continuous_wave_methods()).c_str());
+  }
+  const std::string set = text_option(options, "instruction_set");
+  if (set != "auto") {
+    for (const auto known : {InstructionSet::scalar, InstructionSet::baseline, InstructionSet::avx2,
+                             InstructionSet::avx512}) {
+      if (set == kestrel::name(known)) settings.instruction_set = known;
+    }
+    if (!settings.instruction_set) {
+      host::fail("unknown instruction set '%s'; there are 'auto', 'scalar', 'baseline', 'avx2', "
+                 "'avx512'.", set.c_str());
+    }
   }
   settings.threads = static_cast<int>(number_option(options, "threads"));
   settings.reuse = number_option(options, "reuse") != 0;

@@ -38,7 +38,8 @@ StructArray water() {
 
 StructArray options() {
   StructArray options;
-  options.set("method", "fnm_cw").set("threads", 2.0).set("memory", 1e8);
+  options.set("method", "fnm_cw").set("instruction_set", "auto");
+  options.set("threads", 2.0).set("memory", 1e8);
   options.set("reuse", Value::logical(true)).set("progress", Value::logical(false));
   options.set("tolerance", Value::zeros(0, 0));
   return options;
@@ -104,6 +105,8 @@ TEST(ArrayFieldEntry, NamesWhatIsWrong) {
   refused("unknown method 'nearly'; the methods are 'farfield_cw', 'fnm_cw'", rectangles(1, 3),
           option("method", "nearly"));
   refused("the option 'method' must be text", rectangles(1, 3), option("method", 1.0));
+  refused("unknown instruction set 'mmx'; there are", rectangles(1, 3),
+          option("instruction_set", "mmx"));
   refused("ndiv must be a whole number", rectangles(1, 3), options(), 0.5);
   refused("element 1: the shape 'rect' has no method 'fnm_cw_apodized'", rectangles(1, 3),
           option("method", "fnm_cw_apodized"));

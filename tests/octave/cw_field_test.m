@@ -42,6 +42,20 @@ piston.apodization_index = 0;
 b = kestrel.cw_field(piston, grid, medium, 12, f0, 'method', 'rayleigh_cw_apodized');
 assert(max(abs(a(:))) < 0.9 * max(abs(b(:))));
 
+% Nodes by tolerance, and the estimate of the error.
+[t, info] = kestrel.cw_field(array, grid, medium, [], f0, 'tolerance', 1e-5);
+exact = kestrel.cw_field(array, grid, medium, 80, f0);
+truth = max(abs(t(:) - exact(:))) / max(abs(exact(:)));
+assert(truth <= 1e-5);
+assert(info.error_estimate <= 1e-5);
+[coarse, info] = kestrel.cw_field(array, grid, medium, 3, f0);
+truth = max(abs(coarse(:) - exact(:))) / max(abs(exact(:)));
+assert(info.error_estimate > truth / 3 && info.error_estimate < truth * 3);
+assert(info.time > 0 && info.memory > 0);
+[s, info] = kestrel.cw_field(array, grid, medium, 12, f0, 'instruction_set', 'scalar');
+assert(info.instruction_set, 'scalar');
+assert(max(abs(s(:) - p(:))) <= 1e-13 * max(abs(p(:))));
+
 bad = array;
 bad(5).width = -1;
 oval = array;

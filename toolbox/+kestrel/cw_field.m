@@ -28,6 +28,8 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %                   elements on the lattice of the grid could share their field
 %      'memory'     most bytes of working memory for reuse, 512e6 if not given
 %      'progress'   false: say nothing, however long it takes
+%      'instruction_set'  'auto', or one of 'scalar', 'baseline', 'avx2', 'avx512' to
+%                   compare them
 %
 %   Points behind an element's face receive nothing from it. An empty ARRAY gives
 %   zeros. Ctrl-C ends the calculation. Values that are NaN or Inf are warned of.
@@ -52,10 +54,13 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
            'but there were %d arguments.'], caller, nargin);
   end
   options = struct('method', 'fnm_cw', 'threads', 0, 'reuse', true, 'tolerance', [], ...
-                   'memory', 512e6, 'progress', true);
+                   'memory', 512e6, 'progress', true, 'instruction_set', 'auto');
   options = kestrel.detail.parse_options(caller, options, varargin);
   if ~ischar(options.method)
     error('kestrel:option', '%s: method must be a text.', caller);
+  end
+  if ~ischar(options.instruction_set)
+    error('kestrel:option', '%s: instruction_set must be a text.', caller);
   end
   if ~isequal(options.threads, 0)
     options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
