@@ -76,6 +76,9 @@ class ExcitationFunction {
   virtual double* get_frequency_domain_input_signal_imag() const;
   virtual ~ExcitationFunction() = default;
 
+  /// Of a sampled signal, seconds; 0 for an analytic one.
+  double sampling_interval() const { return _ts; }
+
   // What the field methods sum: a decomposition whose products give the signal itself, once, many
   // delays or times in a call. Sampled signals give the real and the imaginary part of each complex
   // term as two real ones. Output is term-major, out[k * n + i], at tau[i] - reference or

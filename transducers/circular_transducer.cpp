@@ -3,9 +3,12 @@
 #include <iostream>
 
 #include "transducers/detail/disc_methods.h"
+#include "transducers/detail/kzk_methods.h"
 #include "transducers/detail/superpose_field.h"
 #include "transducers/detail/transient_methods.h"
 #include "transducers/kernels/four_wide_fields.h"
+#include "transducers/kernels/kzk_nonlinear_step.h"
+#include "transducers/kernels/kzk_wave_diffraction.h"
 
 namespace kestrel {
 
@@ -57,8 +60,7 @@ int CircularTransducer::fnm_cw_apodized() {
     method.radius = _radius;
     for (int m = 0; m < _integral->get_npoints(); ++m) {
       const double sigma = _integral->get_abscissa(m) * _radius;
-      const double derivative =
-          _apodization.derivative(_piston_apodization_index, sigma, _radius);
+      const double derivative = _apodization.derivative(_piston_apodization_index, sigma, _radius);
       // The nodes reach out to pi a; beyond the rim the profile is flat and adds nothing.
       if (derivative == 0) continue;
       method.radii.push_back(
@@ -104,7 +106,8 @@ int CircularTransducer::rayleigh_cw() {
         planar_surface(*_medium, _radius, _integral->get_npoints(), _complex_weight);
     // Positive: in this one method the waves grow with distance. Long-standing results have it so;
     // rayleigh_cw_apodized with the uniform profile decays.
-    const double growth = (_medium->_dBcmMHz * 100.0 * _medium->_f0 / 1000000.0) / kDecibelsPerNeper;
+    const double growth =
+        (_medium->_dBcmMHz * 100.0 * _medium->_f0 / 1000000.0) / kDecibelsPerNeper;
     method.propagation = {growth, _medium->_f0 * -kTwoPi / speed};
     return method;
   });
@@ -178,6 +181,33 @@ int CircularTransducer::impulse_begin_and_end_times() {
   return find_impulse_span(
       *this, [&](double x, double y, double z) { return disc_paths(x, y, z, _radius); },
       {_impulse_begin_time, _impulse_end_time});
+}
+
+int CircularTransducer::kzk_cw() { return superpose_kzk_cw(*this, {_radius, 0}); }
+int CircularTransducer::kzk_transient() { return superpose_kzk_transient(*this, {_radius, 0}); }
+
+void CircularTransducer::Tridiag(float s, float t, float* lo, float* di, float* up, float* rhs,
+                                 float* x, float* gam, float* inv) {
+  kzk::solve_column(s, t, lo, di, up, rhs, x, gam, inv, _kzk_nodes);
+}
+
+void CircularTransducer::TRIDIA(double* u, int nodes, double* lhs, double* rhs, double* w,
+                                double* v) {
+  kzk::solve_harmonic(u, nodes, lhs, rhs, w, v);
+}
+
+void CircularTransducer::COEFF(double ds, double theta, double* lhs, double* rhs, int nodes,
+                               double step, int n) {
+  kzk::diffraction_bands(ds, theta, lhs, rhs, nodes, step, n);
+}
+
+int CircularTransducer::NONLIN(double ds, double* planes, int harmonics, int nodes, double* work,
+                               double nonlinearity, int least_substeps) {
+  return kzk::nonlinear_step(ds, planes, harmonics, nodes, work, nonlinearity, least_substeps);
+}
+
+void CircularTransducer::INIT(int harmonics, double* planes, int nodes, int per_radius, int) {
+  kzk::start_uniform(harmonics, planes, nodes, per_radius, 0);
 }
 
 }  // namespace kestrel

@@ -3,9 +3,12 @@
 #include <iostream>
 
 #include "transducers/detail/cap_methods.h"
+#include "transducers/detail/kzk_methods.h"
 #include "transducers/detail/superpose_field.h"
 #include "transducers/detail/transient_methods.h"
 #include "transducers/kernels/four_wide_fields.h"
+#include "transducers/kernels/kzk_nonlinear_step.h"
+#include "transducers/kernels/kzk_wave_diffraction.h"
 
 namespace kestrel {
 
@@ -23,10 +26,10 @@ void SphericalTransducer::mex_debug(int level) {
 
 CapFnm SphericalTransducer::fnm(double frequency) const {
   const double impedance = _medium->_rho_density * _medium->_soundspeed;
-  return cap_fnm({_radius, _radius_of_curvature}, *_medium, *_integral,
-                 ((impedance * _radius_of_curvature) * _radius) / kPi, _complex_weight,
-                 {negative_attenuation::scaled_first(*_medium),
-                  negative_wavenumber(*_medium, frequency)});
+  return cap_fnm(
+      {_radius, _radius_of_curvature}, *_medium, *_integral,
+      ((impedance * _radius_of_curvature) * _radius) / kPi, _complex_weight,
+      {negative_attenuation::scaled_first(*_medium), negative_wavenumber(*_medium, frequency)});
 }
 
 int SphericalTransducer::fnm_cw() {
@@ -103,6 +106,38 @@ int SphericalTransducer::impulse_begin_and_end_times() {
   return find_impulse_span(*this,
                            [&](double x, double y, double z) { return cap_paths(x, y, z, cap, 0); },
                            {_impulse_begin_time, _impulse_end_time});
+}
+
+int SphericalTransducer::kzk_cw() {
+  return superpose_kzk_cw(*this, {_radius, _radius_of_curvature});
+}
+int SphericalTransducer::kzk_transient() {
+  return superpose_kzk_transient(*this, {_radius, _radius_of_curvature});
+}
+
+void SphericalTransducer::Tridiag(float s, float t, float* lo, float* di, float* up, float* rhs,
+                                  float* x, float* gam, float* inv) {
+  kzk::solve_column(s, t, lo, di, up, rhs, x, gam, inv, _kzk_nodes);
+}
+
+void SphericalTransducer::TRIDIA(double* u, int nodes, double* lhs, double* rhs, double* w,
+                                 double* v) {
+  kzk::solve_harmonic(u, nodes, lhs, rhs, w, v);
+}
+
+void SphericalTransducer::COEFF(double ds, double theta, double* lhs, double* rhs, int nodes,
+                                double step, double n_gain) {
+  kzk::diffraction_bands(ds, theta, lhs, rhs, nodes, step, n_gain);
+}
+
+int SphericalTransducer::NONLIN(double ds, double* planes, int harmonics, int nodes, double* work,
+                                double nonlinearity) {
+  return kzk::nonlinear_step(ds, planes, harmonics, nodes, work, nonlinearity);
+}
+
+void SphericalTransducer::INIT(int harmonics, double* planes, int nodes, int per_radius,
+                               double gain) {
+  kzk::start_uniform(harmonics, planes, nodes, per_radius, gain);
 }
 
 }  // namespace kestrel

@@ -58,10 +58,35 @@ class SphericalTransducer : public Shape {
   /// free space, without a baffle and without the shell's own shadow.
   int fnm_transient_behind_source() override;
   int fnm_tsd_behind_source() override;
+  /// Nonlinear beam by the parabolic (KZK) equation, docs/nonlinear.md: continuous wave, one
+  /// harmonic (parameters of the rule), and pulses. kMisuse when the march cannot start or blows
+  /// up.
+  int kzk_cw() override;
+  int kzk_transient() override;
 
   // Shapes append their own methods to the table here.
   /// Not implemented for this shape.
   virtual int farfield_cw_lossless() { return kNotImplemented; }
+  // The steps of the nonlinear march, one harmonic's or one column's at a time.
+  /// Solves (s A - t B) x = rhs for one real column of kzk_nodes() entries, B in the bands lo, di,
+  /// up; s = 0 reuses the factors left in gam and inv (2 * kzk_nodes() entries).
+  virtual void Tridiag(float s, float t, float* lo, float* di, float* up, float* rhs, float* x,
+                       float* gam, float* inv);
+  /// One harmonic's implicit diffraction step in place: u, w and v hold 2 * nodes doubles.
+  virtual void TRIDIA(double* u, int nodes, double* lhs, double* rhs, double* w, double* v);
+  /// Bands of one harmonic's step of length ds, 6 * nodes doubles each; n_gain is the harmonic's
+  /// number times the focusing gain.
+  virtual void COEFF(double ds, double theta, double* lhs, double* rhs, int nodes, double step,
+                     double n_gain);
+  /// Nonlinear step with absorption, see kzk::nonlinear_step; non-zero on blow-up.
+  virtual int NONLIN(double ds, double* planes, int harmonics, int nodes, double* work,
+                     double nonlinearity);
+  /// Source plane of a uniformly moving cap with the focusing gain `gain`.
+  virtual void INIT(int harmonics, double* planes, int nodes, int per_radius, double gain);
+
+  /// Entries of the columns that Tridiag works on.
+  void set_kzk_nodes(int nodes) { _kzk_nodes = nodes; }
+  int kzk_nodes() const { return _kzk_nodes; }
 
   double radius() const { return _radius; }
   double radius_of_curvature() const { return _radius_of_curvature; }
@@ -72,6 +97,7 @@ class SphericalTransducer : public Shape {
 
   double _radius = 0.0;
   double _radius_of_curvature = 0.0;
+  int _kzk_nodes = 0;
 };
 
 }  // namespace kestrel

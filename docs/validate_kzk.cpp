@@ -1,0 +1,450 @@
+// Measures the validation table of docs/nonlinear.md: the checks that take minutes, and those of
+// the tests with their measured values. `make validate` runs it; given the document, it replaces
+// what stands there between two marks, else it prints.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/nonlinear/kzk_checks.h"
+#include "tests/nonlinear/reference_fields.h"
+
+namespace {
+
+using namespace kestrel;
+using checks::Complex;
+using kzk::CwProblem;
+using kzk::Point;
+using reference::pi;
+
+std::string table;
+
+/// Shows the line at once and keeps it for the document.
+void put(const char* format, ...) {
+  char line[400];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  std::fputs(line, stdout);
+  std::fflush(stdout);
+  table += line;
+}
+
+void heading(const char* text) {
+  put("\n%s\n\n| check | measured | accepted |\n|---|---|---|\n", text);
+}
+
+bool all_accepted = true;
+
+void row(const std::string& check, double measured, double accepted) {
+  const bool ok = measured <= accepted;
+  all_accepted = all_accepted && ok;
+  put("| %s | %.2g%s | %.2g |\n", check.c_str(), measured, ok ? "" : " **missed**", accepted);
+}
+
+void note(const std::string& check, double measured) {
+  put("| %s | %.2g | reported |\n", check.c_str(), measured);
+}
+
+std::string with(const char* text, double value) {
+  char buffer[160];
+  std::snprintf(buffer, sizeof buffer, text, value);
+  return buffer;
+}
+
+void linear_beams() {
+  heading(
+      "Linear beams against the Rayleigh integral (piston: error over 2 p0; shell: over the peak)");
+  for (const double ka : {20.0, 40.0, 80.0}) {
+    const double length = 0.005 * ka;
+    const auto far = checks::at_depths(length, checks::range(0.4, 2, 201));
+    const auto near = checks::at_depths(length, checks::range(0.1, 0.4, 201));
+    row(with("piston axis, ka %g, from 0.4 z_R", ka),
+        checks::axis_error(checks::linear_piston(ka, far)), 0.002);
+    row(with("piston axis, ka %g, 0.1-0.4 z_R", ka),
+        checks::axis_error(checks::linear_piston(ka, near)), 0.015);
+    CwProblem plain = checks::linear_piston(ka, far);
+    plain.true_depth = false;
+    row(with("the same from 0.4 z_R without the reading depth, ka %g", ka),
+        checks::axis_error(plain), ka == 20 ? 0.05 : 0.02);
+    for (const double widest : {0.2, 0.45}) {
+      std::vector<Point> points;
+      for (const double depth : checks::range(0.4, 2, 9))
+        for (const double angle : checks::range(0, widest, 9))
+          points.push_back({depth * length * std::tan(angle), depth * length});
+      const double error = checks::field_error(checks::linear_piston(ka, points));
+      const std::string name = with("piston off axis, ka %g, ", ka) + with("to %g rad", widest);
+      if (widest == 0.2)
+        row(name, error, 0.015);
+      else
+        note(name, error);
+    }
+  }
+  for (const double degrees : {8.0, 12.0, 16.0, 20.0, 25.0})
+    for (const double gain : {5.0, 10.0, 20.0}) {
+      const std::string name = with("%g degrees, ", degrees) + with("gain %g", gain);
+      const auto axis = checks::at_depths(0.06, checks::range(0.4, 1.5, 201));
+      row("shell axis 0.4-1.5 R, " + name,
+          checks::axis_error(checks::linear_shell(degrees, gain, axis)), 0.01);
+      CwProblem problem = checks::linear_shell(degrees, gain, {});
+      const double null = 3.83 * 0.06 / (checks::wavenumber(problem) * problem.aperture.radius);
+      std::vector<Point> points;
+      for (const double depth : checks::range(0.8, 1.5, 6))
+        for (const double radius : checks::range(0, 1.5, 7))
+          points.push_back({radius * null * depth, depth * 0.06});
+      problem.points = points;
+      row("shell off axis 0.8-1.5 R, " + name, checks::field_error(problem),
+          degrees < 18 ? 0.03 : 0.05);
+    }
+}
+
+void waves() {
+  heading("Plane waves and the Gaussian beam (harmonics 1-5; distance in shock distances)");
+  for (const double sigma : {0.5, 0.9, 1.0, 3.0, 10.0}) {
+    row(with("plane wave at %g, 40 harmonics", sigma), checks::plane_wave_error(sigma, 40), 2e-3);
+    row(with("plane wave at %g, 20 harmonics", sigma), checks::plane_wave_error(sigma, 20), 8e-3);
+  }
+  for (const double goldberg : {10.0, 30.0, 100.0})
+    for (const double sigma : {3.0, 5.0, 10.0})
+      row(with("thermoviscous, Gol'dberg number %g ", goldberg) + with("at %g", sigma),
+          checks::thermoviscous_error(sigma, goldberg, 40), 5e-4);
+  for (const int samples : {60, 120})
+    for (const double sigma : {0.5, 0.9, 3.0})
+      row(with("time-domain step, %g samples a period, ", samples) + with("at %g", sigma),
+          checks::wave_step_error(sigma, samples), 0.01);
+  row("Gaussian beam, second harmonic", checks::gaussian_error(), 5e-4);
+}
+
+CwProblem at(CwProblem problem, std::vector<Point>& storage, std::vector<double> fractions) {
+  storage = checks::at_depths(checks::beam_of(problem).length(), fractions);
+  problem.points = storage;
+  return problem;
+}
+
+void convergence() {
+  heading(
+      "Harmonics 1-5 on the axis: default grid against h/4, s/2 and 40 harmonics (over the largest "
+      "of "
+      "that harmonic)");
+  std::vector<Point> points;
+  for (const bool shell : {false, true}) {
+    CwProblem coarse = shell ? at(checks::focused({}), points, {0.8, 0.95, 1.2})
+                             : at(checks::unfocused({}), points, {0.5, 1, 2});
+    CwProblem fine = coarse;
+    const double gain = checks::beam_of(coarse).gain();
+    const double step = shell ? std::min(0.02, 0.1 / gain) : 0.02;
+    fine.parameters.radial_step = static_cast<float>(1 / (4 * std::ceil(1 / step - 1e-9)));
+    fine.parameters.step_factor = 0.5;
+    fine.parameters.harmonics = 40;
+    const auto a = checks::harmonic_amplitudes(coarse);
+    const auto b = checks::harmonic_amplitudes(fine);
+    for (int n = 0; n < 5; ++n) {
+      double error = 0, most = 0;
+      for (int i = 0; i < 3; ++i) {
+        error = std::max(error, std::fabs(a[3 * n + i] - b[3 * n + i]));
+        most = std::max(most, b[3 * n + i]);
+      }
+      error /= most;
+      row((shell ? "focused, harmonic " : "unfocused, harmonic ") + std::to_string(n + 1), error,
+          n < 3 ? 0.01 : 0.02);
+    }
+  }
+}
+
+void bursts() {
+  heading("A long burst marched as a pulse against the continuous wave (relative, complex)");
+  std::vector<Point> points;
+  const auto rows = [](const std::string& name, const std::vector<double>& errors,
+                       const std::vector<double>& accepted) {
+    for (int n = 0; n < 3; ++n)
+      row(name + ", harmonic " + std::to_string(n + 1), errors[n], accepted[n]);
+  };
+  rows("unfocused, 1 z_R", checks::burst_errors(at(checks::unfocused({}), points, {1}), 100, 30),
+       {0.01, 0.02, 0.03});
+  CwProblem shell = at(checks::focused({}), points, {0.95});
+  rows("focused, 0.95 R", checks::burst_errors(shell, 100, 30), {0.01, 0.02, 0.03});
+  shell.fluid.attenuation = 0;
+  rows("focused, lossless", checks::burst_errors(shell, 100, 30), {0.01, 0.02, 0.03});
+  shell = at(checks::focused({}), points, {0.95});
+  shell.weight *= 10;
+  rows("focused, shocked (1.5 MPa), against 160 harmonics", checks::burst_errors(shell, 100, 160),
+       {0.01, 0.02, 0.05});
+}
+
+void pulses() {
+  heading("Pulses against the exact solution (error over the peak)");
+  std::vector<Point> points;
+  row("three-cycle pulse, piston axis",
+      checks::pulse_error(at(checks::linear_piston(60, {}), points, {0.3, 0.6, 1, 2}),
+                          checks::PulseShape::raised_cosine)
+          .largest,
+      0.01);
+  row("abrupt burst, piston axis, rms",
+      checks::pulse_error(at(checks::linear_piston(60, {}), points, {0.3, 0.6, 1, 2}),
+                          checks::PulseShape::abrupt)
+          .rms,
+      0.01);
+  for (const double radius : {0.5, 1.0, 1.5}) {
+    points = checks::at_depths(0.3, {0.5, 1}, radius * 0.01);
+    const auto put_row = [&](const std::string& name, double error) {
+      // Beyond the rim the pulse is weak, and the whole of it is edge wave.
+      if (radius > 1)
+        note(name, error);
+      else
+        row(name, error, 0.015);
+    };
+    put_row(
+        with("three-cycle pulse, piston, %g radii off axis", radius),
+        checks::pulse_error(checks::linear_piston(60, points), checks::PulseShape::raised_cosine)
+            .largest);
+  }
+  row("three-cycle pulse, shell axis",
+      checks::pulse_error(at(checks::linear_shell(14, 10, {}), points, {0.8, 0.95, 1.2}),
+                          checks::PulseShape::raised_cosine)
+          .largest,
+      0.02);
+  points = checks::at_depths(0.06, {0.9, 1.2}, 0.002);
+  row("three-cycle pulse, shell, 2 mm off axis",
+      checks::pulse_error(checks::linear_shell(14, 10, points), checks::PulseShape::raised_cosine)
+          .largest,
+      0.03);
+}
+
+/// Linear pressure over rho c w by single integrals over the rim.
+Complex linear_field(const reference::Source& source, double k, double r, double z) {
+  const int nodes = 96;
+  const double a = source.radius, curvature = source.curvature;
+  Complex sum = 0;
+  if (curvature == 0) {
+    if (std::fabs(r - a) < 1e-12) r += 1e-9;
+    for (int i = 0; i < nodes; ++i) {
+      const double c = std::cos((i + 0.5) * pi / nodes);
+      const double q = r * r + a * a - 2 * a * r * c;
+      sum +=
+          (r * c - a) / q * (std::polar(1.0, -k * std::sqrt(q + z * z)) - std::polar(1.0, -k * z));
+    }
+    return sum * (a / nodes);
+  }
+  const double h = std::sqrt(curvature * curvature - a * a);
+  double zeta = z - curvature;
+  if (std::fabs(zeta) < 1e-9) zeta = 1e-9;
+  const double direct = curvature + std::copysign(std::hypot(r, zeta), zeta);
+  for (int i = 0; i < nodes; ++i) {
+    const double c = std::cos((i + 0.5) * pi / nodes);
+    const double t1 = r * c * h, t2 = a * zeta, t3 = r * a * c;
+    const double factor =
+        (t1 + t2) / (2 * a * zeta * t1 + r * r * curvature * curvature - t3 * t3 + t2 * t2);
+    const double rim =
+        std::sqrt(curvature * curvature + r * r + zeta * zeta - 2 * a * r * c + 2 * zeta * h);
+    sum += factor * (std::polar(1.0, -k * direct) - std::polar(1.0, -k * rim));
+  }
+  return sum * (-curvature * a / nodes);
+}
+
+/// The weak second harmonic on the axis, over p0^2 beta / (rho c^2), of the full wave equation with
+/// its quadratic source: S = 2 k^2 P1^2 through the Green's function of 2k, in the distance R from
+/// the observation point, where r dr = R dR takes out the singularity. Waves from behind the point
+/// and from far off the axis are tapered off.
+Complex second_harmonic(const reference::Source& source, double k, double z) {
+  const double wavelength = 2 * pi / k;
+  const double dz = wavelength / 16, dR = wavelength / 32;
+  const double widest = source.radius * (source.curvature > 0 ? 4 : 7);
+  const double behind = 6 * wavelength;
+  const int count = 240;
+  const double dr = widest / count;
+  Complex total = 0;
+  std::vector<Complex> square(count + 3);
+  for (double depth = dz / 2; depth < z + behind; depth += dz) {
+    for (int i = 0; i < count + 3; ++i) {
+      const Complex p = linear_field(source, k, i * dr, depth);
+      square[i] = p * p;
+    }
+    const double beyond = depth - z;
+    const double d = std::fabs(beyond);
+    Complex slice = 0;
+    for (double R = d + dR / 2; R < std::hypot(d, widest); R += dR) {
+      const double at = std::sqrt(R * R - d * d) / dr;
+      const int base = static_cast<int>(at);
+      const double share = at - base;
+      const double taper =
+          at < 0.6 * count ? 1 : 0.5 + 0.5 * std::cos(pi * (at / count - 0.6) / 0.4);
+      Complex value = square[0] * (1 - share * share) + square[1] * (share * share);
+      if (base > 0) {
+        const double nodes[4] = {-1, 0, 1, 2};
+        double weights[4];
+        kzk::lagrange_weights(nodes, share, weights);
+        value = 0;
+        for (int i = 0; i < 4; ++i) value += weights[i] * square[base - 1 + i];
+      }
+      slice += taper * value * std::polar(dR, -2 * k * R);
+    }
+    total += (beyond <= 0 ? 1 : 0.5 + 0.5 * std::cos(pi * beyond / behind)) * dz * slice;
+  }
+  return -k * k * total;
+}
+
+void second_harmonics() {
+  heading("Weak second harmonic on the axis against the full wave equation (over the peak)");
+  struct Case {
+    const char* name;
+    CwProblem problem;
+    std::vector<double> depths;
+    double accepted;
+  };
+  std::vector<Case> cases = {
+      {"piston, ka 20, 0.2-0.5 z_R", checks::linear_piston(20, {}), {0.2, 0.3, 0.5}, 0.03},
+      {"piston, ka 20, 0.8-2 z_R", checks::linear_piston(20, {}), {0.8, 1.2, 2}, 0.01},
+      {"shell, 12 degrees, 0.5-1.3 R", checks::linear_shell(12, 6, {}), {0.5, 0.7, 1, 1.3}, 0.015},
+      {"shell, 20 degrees, 0.5-1.3 R",
+       checks::linear_shell(20, 6, {}),
+       {0.5, 0.6, 0.8, 1, 1.3},
+       0.03}};
+  for (Case& c : cases) {
+    CwProblem& problem = c.problem;
+    const auto points = checks::at_depths(checks::beam_of(problem).length(), c.depths);
+    problem.points = points;
+    problem.fluid.beta = 3.5;
+    problem.weight = 1e-4;
+    problem.parameters.harmonics = 3;
+    problem.wanted = {2};
+    const double p0 = problem.fluid.density * problem.fluid.sound_speed * 1e-4;
+    const double scale =
+        p0 * p0 * problem.fluid.beta /
+        (problem.fluid.density * problem.fluid.sound_speed * problem.fluid.sound_speed);
+    const auto with_depth = kzk::march_cw(problem).pressure;
+    problem.true_depth = false;
+    const auto without = kzk::march_cw(problem).pressure;
+    // Over the largest value that this beam's second harmonic takes.
+    double error = 0, plain_error = 0;
+    double peak = std::abs(second_harmonic(
+        {problem.aperture.radius, problem.aperture.curvature}, checks::wavenumber(problem),
+        checks::beam_of(problem).length() * (problem.aperture.curvature > 0 ? 1 : 0.8)));
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      const Complex exact = second_harmonic({problem.aperture.radius, problem.aperture.curvature},
+                                            checks::wavenumber(problem), points[i].z);
+      error = std::max(error, std::abs(with_depth[i] / scale - exact));
+      plain_error = std::max(plain_error, std::abs(without[i] / scale - exact));
+    }
+    row(c.name, error / peak, c.accepted);
+    note(std::string(c.name) + ", without the reading depth", plain_error / peak);
+  }
+}
+
+double apart(const std::vector<float>& a, const std::vector<float>& b) {
+  double most = 0, difference = 0;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    most = std::max(most, std::fabs(static_cast<double>(b[i])));
+    difference = std::max(difference, std::fabs(static_cast<double>(a[i]) - b[i]));
+  }
+  return difference / most;
+}
+
+void windows_and_parameters() {
+  heading("Windows, sampled drives, parameters (difference over the peak)");
+  const double f0 = 1e6;
+  const auto tone = [=](double t) {
+    return t > 0 && t < 3 / f0
+               ? 0.5 * (1 - std::cos(2 * pi * f0 * t / 3)) * std::sin(2 * pi * f0 * t)
+               : 0.0;
+  };
+  std::vector<Point> points = {{0, 0.03}, {0.01, 0.03}, {0, 0.2}, {0.03, 0.1}};
+  std::vector<double> times;
+  for (int i = 0; i < 2000; ++i) times.push_back(15e-6 + i * 0.1e-6);
+  kzk::TransientProblem base;
+  static_cast<kzk::Problem&>(base) = checks::unfocused(points);
+  base.true_depth = true;
+  base.parameters.samples_per_period = 60;
+  base.amplitude = 0.2;
+  base.drive = {tone, f0, 3 / f0, 0, 0};
+  base.times = times;
+  const auto reference = kzk::march_transient(base).pressure;
+
+  kzk::TransientProblem changed = base;
+  changed.drive.duration = INFINITY;
+  row("window closed by the edge-delay rule, against none",
+      apart(reference, kzk::march_transient(changed).pressure), 2e-3);
+  changed = base;
+  changed.parameters.guard_periods = 0.5;
+  row("guard of half a period", apart(kzk::march_transient(changed).pressure, reference), 5e-3);
+  changed.parameters.guard_periods = 100;
+  row("guard of 100 periods", apart(kzk::march_transient(changed).pressure, reference), 5e-3);
+  for (const double per_period : {20.0, 200.0}) {
+    changed = base;
+    changed.parameters.samples_per_period = static_cast<float>(per_period);
+    row(with("%g samples a period against 60", per_period),
+        apart(kzk::march_transient(changed).pressure, reference), per_period == 20 ? 0.1 : 0.01);
+  }
+  changed = base;
+  changed.drive.frequency = 1.3e6;
+  row("reference frequency 1.3 MHz instead of 1",
+      apart(kzk::march_transient(changed).pressure, reference), 0.01);
+  for (const double per_period : {20.0, 80.0}) {
+    changed = base;
+    const double ts = 1 / (per_period * f0);
+    changed.drive.sampling_interval = ts;
+    changed.drive.at = [=](double t) {  // straight lines between the samples
+      const double i = std::floor(t / ts);
+      const double share = t / ts - i;
+      return (1 - share) * tone(i * ts) + share * tone((i + 1) * ts);
+    };
+    note(with("drive sampled %g times a period, straight lines between", per_period),
+         apart(kzk::march_transient(changed).pressure, reference));
+  }
+
+  const auto axis = checks::at_depths(0.1, checks::range(0.4, 2, 41));
+  const CwProblem piston = checks::linear_piston(20, axis);
+  struct Change {
+    const char* name;
+    float kzk::Parameters::*member;
+    float value;
+    double accepted;
+  };
+  for (const Change& c : {Change{"step factor 0.05", &kzk::Parameters::step_factor, 0.05f, 0.002},
+                          {"step factor 4", &kzk::Parameters::step_factor, 4, 0.02},
+                          {"radial step 0.0005", &kzk::Parameters::radial_step, 0.0005f, 0.002},
+                          {"radial step 0.1", &kzk::Parameters::radial_step, 0.1f, 0.02},
+                          {"domain radius 1.5", &kzk::Parameters::domain_radius, 1.5f, 1.0},
+                          {"domain radius 4", &kzk::Parameters::domain_radius, 4, 0.05},
+                          {"domain radius 100", &kzk::Parameters::domain_radius, 100, 0.002}}) {
+    CwProblem other = piston;
+    other.parameters.*c.member = c.value;
+    row(std::string(c.name) + ", piston axis from 0.4 to 2 z_R", checks::axis_error(other),
+        c.accepted);
+  }
+}
+
+/// Replaces what stands between the two marks of the document by the table.
+bool write_into(const char* path) {
+  const std::string begin = "<!-- validation: begin -->\n", end = "\n<!-- validation: end -->";
+  std::ifstream in(path);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const auto from = text.find(begin), to = text.find(end);
+  if (from == std::string::npos || to == std::string::npos) {
+    std::fprintf(stderr, "%s: the marks of the validation table are missing\n", path);
+    return false;
+  }
+  text.replace(from + begin.size(), to - from - begin.size(), table);
+  in.close();
+  std::ofstream(path) << text;
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  linear_beams();
+  waves();
+  convergence();
+  bursts();
+  pulses();
+  second_harmonics();
+  windows_and_parameters();
+  if (argc > 1 && !write_into(argv[1])) return 1;
+  return all_accepted ? 0 : 1;
+}

@@ -1,0 +1,416 @@
+#include "tests/nonlinear/kzk_checks.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "tests/nonlinear/reference_fields.h"
+#include "transducers/kernels/kzk_burgers_step.h"
+#include "transducers/kernels/kzk_nonlinear_step.h"
+#include "transducers/kernels/kzk_wave_beam.h"
+
+namespace kestrel::checks {
+
+using kzk::Point;
+
+namespace {
+
+constexpr double pi = reference::pi;
+constexpr double density = 1000;
+constexpr double sound_speed = 1500;
+
+reference::Source source_of(const kzk::Problem& problem) {
+  return {problem.aperture.radius, problem.aperture.curvature};
+}
+
+double source_pressure(const kzk::CwProblem& problem) {
+  return problem.fluid.density * problem.fluid.sound_speed * std::abs(problem.weight);
+}
+
+/// Harmonics 1 .. harmonics of one node after a plane wave's way to `sigma`, sin at the source.
+std::vector<double> marched_plane_wave(double sigma, int harmonics, double goldberg,
+                                       const Fault& fault) {
+  std::vector<double> planes(2 * harmonics), work(10 * (harmonics + 2));
+  planes[1] = -1;  // sin = Re(-j exp(j w tau))
+  if (goldberg > 0)
+    for (int n = 1; n <= harmonics; ++n) work[n] = n * n / goldberg;
+  const int steps = static_cast<int>(std::ceil(sigma / 0.02));
+  for (int i = 0; i < steps; ++i)
+    if (kzk::nonlinear_step(sigma / steps, planes.data(), harmonics, 1, work.data(),
+                            fault.nonlinearity))
+      return {};
+  std::vector<double> amplitudes;
+  for (int n = 1; n <= harmonics; ++n) amplitudes.push_back(-planes[2 * n - 1]);
+  return amplitudes;
+}
+
+}  // namespace
+
+kzk::CwProblem linear_piston(double ka, const std::vector<Point>& points) {
+  kzk::CwProblem problem;
+  problem.aperture = {0.01, 0};
+  problem.fluid = {ka / 0.01 * sound_speed / (2 * pi), sound_speed, density, 0, 0};
+  problem.weight = 1;
+  problem.points = points;
+  return problem;
+}
+
+kzk::CwProblem linear_shell(double half_angle, double gain, const std::vector<Point>& points) {
+  kzk::CwProblem problem;
+  const double curvature = 0.06;
+  const double angle = half_angle * pi / 180;
+  problem.aperture = {curvature * std::sin(angle), curvature};
+  const double rim_depth = curvature * (1 - std::cos(angle));
+  const double k = gain / rim_depth;  // G = k a_e^2 / (2 R) = k h
+  problem.fluid = {k * sound_speed / (2 * pi), sound_speed, density, 0, 0};
+  problem.weight = 1;
+  problem.points = points;
+  return problem;
+}
+
+kzk::CwProblem unfocused(const std::vector<Point>& points) {
+  kzk::CwProblem problem;
+  problem.aperture = {0.01, 0};
+  problem.fluid = {1e6, sound_speed, density, 3.5, 0.0022};
+  problem.weight = 0.3e6 / (density * sound_speed);
+  problem.points = points;
+  problem.true_depth = false;
+  return problem;
+}
+
+kzk::CwProblem focused(const std::vector<Point>& points) {
+  kzk::CwProblem problem;
+  problem.aperture = {0.015, 0.06};
+  problem.fluid = {2e6, sound_speed, density, 3.5, 0.3};
+  problem.weight = 0.15e6 / (density * sound_speed);
+  problem.points = points;
+  problem.true_depth = false;
+  return problem;
+}
+
+double wavenumber(const kzk::Problem& problem) {
+  return 2 * pi * problem.fluid.f0 / problem.fluid.sound_speed;
+}
+
+kzk::Beam beam_of(const kzk::Problem& problem) {
+  return problem.aperture.curvature > 0
+             ? kzk::Beam::shell(problem.aperture.radius, problem.aperture.curvature,
+                                wavenumber(problem))
+             : kzk::Beam::piston(problem.aperture.radius, wavenumber(problem));
+}
+
+std::vector<Point> at_depths(double length, const std::vector<double>& fractions, double r) {
+  std::vector<Point> points;
+  for (const double fraction : fractions) points.push_back({r, fraction * length});
+  return points;
+}
+
+std::vector<double> range(double from, double to, int count) {
+  std::vector<double> values;
+  for (int i = 0; i < count; ++i) values.push_back(from + (to - from) * i / (count - 1));
+  return values;
+}
+
+std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, const Fault& fault) {
+  std::vector<std::string> warnings;
+  const kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
+  const double c = plan.sound_speed;
+  const double omega = plan.wavenumber * c;
+  const double p0 = source_pressure(problem);
+  const kzk::Equation equation{fault.diffraction * 0.25 / plan.beam.gain(),
+                               plan.alpha * plan.beam.length(),
+                               fault.nonlinearity * plan.beam.length() * plan.beta * omega * p0 /
+                                   (plan.density * c * c * c)};
+  const int carried = equation.nonlinearity == 0         ? 1
+                      : problem.parameters.harmonics > 0 ? problem.parameters.harmonics
+                                                         : kzk::default_harmonics;
+  kzk::HarmonicBeam beam(equation, plan.grid, carried,
+                         {fault.order, true, plan.smoothing_half_steps()});
+  kzk::Workers workers(1);
+  beam.start(fault.focusing * plan.beam.focusing());
+  std::vector<Complex> values(wanted * problem.points.size());
+  double sigma = 0;
+  std::size_t next = 1;
+  for (const kzk::Reader& reader : plan.readers) {
+    while (sigma < reader.sigma) {
+      while (plan.planes[next] <= sigma + 1e-12) ++next;
+      const double to = std::min(plan.planes[next], reader.sigma);
+      if (!beam.advance(to - sigma, workers)) return {};
+      sigma = to;
+    }
+    const Point& point = problem.points[reader.point];
+    const kzk::RadialStencil radial(reader.radius, plan.grid);
+    for (int m = 1; m <= wanted && m <= carried; ++m) {
+      Complex sum = 0;
+      for (int i = 0; i < 4; ++i)
+        sum += radial.weight[i] * Complex(beam.harmonic(m)[2 * radial.node[i]],
+                                          beam.harmonic(m)[2 * radial.node[i] + 1]);
+      const double factor = fault.inverted_factor ? 1 / reader.factor : reader.factor;
+      values[(m - 1) * problem.points.size() + reader.point] =
+          p0 * factor * sum *
+          std::polar(1.0, m * (std::arg(problem.weight) - plan.wavenumber * point.z));
+    }
+  }
+  return values;
+}
+
+double axis_error(const kzk::CwProblem& problem, const Fault& fault, bool landed) {
+  const auto values = landed ? landed_march(problem, 1, fault) : kzk::march_cw(problem).pressure;
+  const double p0 = source_pressure(problem);
+  const auto source = source_of(problem);
+  double error = 0, most = source.curvature > 0 ? 0 : 2;
+  for (std::size_t i = 0; i < problem.points.size(); ++i) {
+    const Complex exact = reference::on_axis(source, wavenumber(problem), problem.points[i].z) *
+                          std::polar(1.0, std::arg(problem.weight));
+    error = std::max(error, std::abs(values.at(i) / p0 - exact));
+    most = std::max(most, std::abs(exact));
+  }
+  return error / most;
+}
+
+double field_error(const kzk::CwProblem& problem) {
+  const auto values = kzk::march_cw(problem).pressure;
+  const double p0 = source_pressure(problem);
+  const auto source = source_of(problem);
+  double error = 0, most = source.curvature > 0 ? 0 : 2;
+  for (std::size_t i = 0; i < problem.points.size(); ++i) {
+    const Complex exact =
+        reference::rayleigh(source, wavenumber(problem), problem.points[i].r, problem.points[i].z);
+    error = std::max(error, std::abs(values.at(i) / p0 - exact));
+    most = std::max(most, std::abs(exact));
+  }
+  return error / most;
+}
+
+double plane_wave_error(double sigma, int harmonics, const Fault& fault) {
+  const auto marched = marched_plane_wave(sigma, harmonics, 0, fault);
+  double error = 0;
+  for (int n = 1; n <= 5; ++n)
+    error = std::max(error, std::fabs(marched.at(n - 1) - reference::plane_harmonic(n, sigma)));
+  return error;
+}
+
+double thermoviscous_error(double sigma, double goldberg, int harmonics, const Fault& fault) {
+  const auto marched = marched_plane_wave(sigma, harmonics, goldberg, fault);
+  double error = 0;
+  for (int n = 1; n <= 5; ++n)
+    error = std::max(error, std::fabs(marched.at(n - 1) -
+                                      reference::thermoviscous_harmonic(n, sigma, goldberg)));
+  return error;
+}
+
+double wave_step_error(double sigma, int per_period, const Fault& fault) {
+  constexpr int columns = 16;
+  const int periods = 5;
+  const long samples = periods * per_period;
+  std::vector<float> wave(samples * columns), scratch(kzk::burgers_scratch(columns));
+  for (long i = 0; i < samples; ++i)
+    for (int l = 0; l < columns; ++l)
+      wave[i * columns + l] = static_cast<float>(std::sin(2 * pi * i / per_period));
+  const int steps = static_cast<int>(std::ceil(sigma / 0.01));
+  for (int i = 0; i < steps; ++i)
+    if (kzk::burgers_step<columns>(sigma / steps, fault.nonlinearity, 2 * pi / per_period,
+                                   wave.data(), samples, scratch.data()))
+      return INFINITY;
+  double error = 0;
+  for (int n = 1; n <= 3; ++n) {
+    double sum = 0;
+    for (int i = 0; i < per_period; ++i)
+      sum += wave[(2 * per_period + i) * columns + 7] * std::sin(2 * pi * n * i / per_period);
+    error = std::max(error, std::fabs(2 * sum / per_period - reference::plane_harmonic(n, sigma)));
+  }
+  return error;
+}
+
+double gaussian_error(const Fault& fault) {
+  const double weak = 1e-3;
+  const kzk::RadialGrid grid{50, 501};
+  kzk::HarmonicBeam beam({0.25 * fault.diffraction, 0, weak * fault.nonlinearity}, grid, 3,
+                         {fault.order, false, 0});
+  for (int j = 0; j < grid.nodes; ++j) {
+    const double xi = j * grid.step();
+    beam.harmonic(1)[2 * j] = std::exp(-xi * xi);
+  }
+  kzk::Workers workers(1);
+  double error = 0, most = 0;
+  const int steps = 100;
+  for (int i = 1; i <= steps; ++i) {
+    if (!beam.advance(1.0 / steps, workers)) return INFINITY;
+    for (int j = 0; j <= 3 * grid.per_radius; ++j) {
+      const Complex exact =
+          reference::gaussian_second_harmonic(j * grid.step(), static_cast<double>(i) / steps);
+      const Complex marched(beam.harmonic(2)[2 * j], beam.harmonic(2)[2 * j + 1]);
+      error = std::max(error, std::abs(marched / (0.5 * weak) - exact));
+      most = std::max(most, std::abs(exact));
+    }
+  }
+  return error / most;
+}
+
+std::vector<double> harmonic_amplitudes(kzk::CwProblem problem) {
+  problem.wanted = {1, 2, 3, 4, 5};
+  const auto result = kzk::march_cw(problem);
+  std::vector<double> amplitudes;
+  for (const Complex& value : result.pressure)
+    amplitudes.push_back(std::abs(value) / source_pressure(problem));
+  return amplitudes;
+}
+
+std::vector<double> burst_errors(const kzk::CwProblem& problem, double samples_per_period,
+                                 int cw_harmonics, const Fault& fault) {
+  kzk::CwProblem continuous = problem;
+  continuous.parameters.harmonics = cw_harmonics;
+  continuous.wanted = {1, 2, 3};
+  const auto cw = kzk::march_cw(continuous);
+
+  // The burst must last until the wave from the rim has joined that from the centre.
+  const double f0 = problem.fluid.f0;
+  const Point point = problem.points.front();
+  const auto beam = beam_of(problem);
+  const double depth = problem.true_depth ? beam.reading(point).depth : point.z;
+  const double rim = problem.aperture.radius * problem.aperture.radius / (2 * depth) /
+                     problem.fluid.sound_speed * f0;
+  const double settled = std::ceil(rim) + 4;
+  kzk::TransientProblem pulse;
+  static_cast<kzk::Problem&>(pulse) = problem;
+  pulse.fluid.beta *= fault.nonlinearity;
+  pulse.parameters.samples_per_period = static_cast<float>(samples_per_period);
+  pulse.amplitude = std::abs(problem.weight);
+  const double duration = (settled + 5) / f0;
+  const auto ramp = [](double x) { return x <= 0 ? 0 : x >= 1 ? 1 : 0.5 - 0.5 * std::cos(pi * x); };
+  pulse.drive.at = [=](double t) {
+    return ramp(t * f0 / 2) * ramp((duration - t) * f0 / 2) * std::cos(2 * pi * f0 * t);
+  };
+  pulse.drive.frequency = f0;
+  pulse.drive.duration = duration;
+  const int samples = 400;
+  std::vector<double> times;
+  const double from = (settled - (beam.focused() ? std::floor(beam.gain() / (2 * pi)) : 0)) / f0 +
+                      point.z / problem.fluid.sound_speed;
+  for (int i = 0; i < samples; ++i) times.push_back(from + i / (f0 * samples));
+  pulse.times = times;
+  const auto traces = kzk::march_transient(pulse);
+  std::vector<double> errors;
+  for (int n = 1; n <= 3; ++n) {
+    Complex sum = 0;
+    for (int i = 0; i < samples; ++i)
+      sum += static_cast<double>(traces.pressure.at(i)) *
+             std::polar(2.0 / samples, -2 * pi * n * f0 * times[i]);
+    const Complex expected = cw.pressure.at(n - 1);
+    errors.push_back(std::abs(sum - expected) / std::abs(expected));
+  }
+  return errors;
+}
+
+namespace {
+
+struct Pulse {
+  double frequency;
+  PulseShape shape;
+  double duration() const { return (shape == PulseShape::raised_cosine ? 3 : 2.5) / frequency; }
+  double at(double t) const {
+    if (!(t > 0 && t < duration())) return 0;
+    if (shape == PulseShape::abrupt) return std::sin(2 * pi * frequency * t);
+    return 0.5 * (1 - std::cos(2 * pi * t / duration())) * std::sin(2 * pi * frequency * t);
+  }
+  /// Of the raised cosine, which has one everywhere.
+  double slope(double t) const {
+    if (!(t > 0 && t < duration())) return 0;
+    const double w = 2 * pi * frequency, v = 2 * pi / duration();
+    return 0.5 * (1 - std::cos(v * t)) * w * std::cos(w * t) +
+           0.5 * v * std::sin(v * t) * std::sin(w * t);
+  }
+};
+
+double exact_pulse(const kzk::CwProblem& problem, const Pulse& pulse, const Point& point,
+                   double t) {
+  const auto source = source_of(problem);
+  const double c = problem.fluid.sound_speed;
+  if (point.r > 0)
+    return reference::rayleigh_pulse(source, c, point.r, point.z, t,
+                                     [&](double at) { return pulse.slope(at); }) /
+           c;
+  const double z = point.z;
+  if (source.curvature == 0)
+    return pulse.at(t - z / c) - pulse.at(t - std::hypot(z, source.radius) / c);
+  const double rim = std::sqrt(z * z + 2 * source.rim_depth() * (source.curvature - z));
+  return (pulse.at(t - z / c) - pulse.at(t - rim / c)) / (1 - z / source.curvature);
+}
+
+}  // namespace
+
+PulseError pulse_error(const kzk::CwProblem& problem, PulseShape shape) {
+  const Pulse pulse{problem.fluid.f0, shape};
+  kzk::TransientProblem task;
+  static_cast<kzk::Problem&>(task) = problem;
+  task.amplitude = 1;
+  task.drive = {[&](double t) { return pulse.at(t); }, pulse.frequency, pulse.duration(), 0, 0};
+  const double c = problem.fluid.sound_speed;
+  PulseError worst{0, 0};
+  std::vector<double> times;
+  const auto beam = beam_of(problem);
+  for (const Point& point : problem.points) {
+    const double early = beam.focusing() / (2 * pi) / pulse.frequency;
+    const double rim = std::hypot(point.z, problem.aperture.radius + point.r) / c;
+    for (double t = point.z / c - early; t < rim + 2 * pulse.duration();
+         t += 0.05 / pulse.frequency)
+      times.push_back(t);
+  }
+  task.times = times;
+  const auto result = kzk::march_transient(task);
+  for (std::size_t i = 0; i < problem.points.size(); ++i) {
+    double peak = 0, error = 0, squares = 0, power = 0;
+    for (std::size_t j = 0; j < times.size(); ++j) {
+      const double exact = exact_pulse(problem, pulse, problem.points[i], times[j]);
+      const double off =
+          result.pressure.at(i * times.size() + j) / (problem.fluid.density * c) - exact;
+      peak = std::max(peak, std::fabs(exact));
+      error = std::max(error, std::fabs(off));
+      squares += off * off;
+      power += exact * exact;
+    }
+    worst.largest = std::max(worst.largest, error / peak);
+    worst.rms = std::max(worst.rms, std::sqrt(squares / times.size()) / peak);
+  }
+  return worst;
+}
+
+double landed_pulse_error(const kzk::CwProblem& problem, const Fault& fault) {
+  const Pulse pulse{problem.fluid.f0, PulseShape::raised_cosine};
+  std::vector<std::string> warnings;
+  const kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
+  const double dtheta = 2 * pi / 100;
+  const double omega = 2 * pi * pulse.frequency;
+  const double focusing = plan.beam.focusing();
+  const double start = -focusing - 6 * pi;
+  const long samples = static_cast<long>((focusing + omega * pulse.duration() + 40 * pi) / dtheta);
+  kzk::WaveBeam beam({fault.diffraction * 0.25 / plan.beam.gain(), 0, 0}, plan.grid, samples,
+                     dtheta, {true, plan.smoothing_half_steps()});
+  for (int j = 0; j <= plan.grid.per_radius; ++j) {
+    const double xi = j * plan.grid.step();
+    for (long i = 0; i < samples; ++i) {
+      const double theta = start + i * dtheta + fault.focusing * focusing * xi * xi;
+      beam.waves()[beam.wave_of(j) + i * kzk::WaveBeam::block] =
+          static_cast<float>(kzk::rim_fraction(j, plan.grid.per_radius) * pulse.at(theta / omega));
+    }
+  }
+  kzk::Workers workers(1);
+  const kzk::Reader& reader = plan.readers.front();
+  double sigma = 0;
+  for (std::size_t next = 1; sigma < reader.sigma; ++next) {
+    const double to = std::min(plan.planes[next], reader.sigma);
+    if (!beam.advance(to - sigma, workers)) return INFINITY;
+    sigma = to;
+  }
+  const Point point = problem.points.front();
+  double peak = 0, error = 0;
+  for (long i = 0; i < samples; ++i) {
+    const double t = (start + i * dtheta) / omega + point.z / problem.fluid.sound_speed;
+    const double exact = exact_pulse(problem, pulse, point, t);
+    peak = std::max(peak, std::fabs(exact));
+    const double factor = fault.inverted_factor ? 1 / reader.factor : reader.factor;
+    error = std::max(error, std::fabs(factor * beam.waves()[i * kzk::WaveBeam::block] - exact));
+  }
+  return error / peak;
+}
+
+}  // namespace kestrel::checks

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <complex>
+#include <vector>
+
+#include "transducers/kernels/kzk_cw_march.h"
+#include "transducers/kernels/kzk_harmonic_beam.h"
+#include "transducers/kernels/kzk_transient_march.h"
+
+/// The checks that the tests and the validation table (docs/validate_kzk.cpp) share. Each returns
+/// what was measured; who calls it knows what is acceptable.
+
+namespace kestrel::checks {
+
+using Complex = std::complex<double>;
+
+/// Deliberate errors. They enter through the coefficients that the march's parts take anyway.
+struct Fault {
+  double nonlinearity = 1;
+  double diffraction = 1;
+  double focusing = 1;
+  bool inverted_factor = false;  ///< of the reading depth
+  kzk::RadialOrder order = kzk::RadialOrder::fourth;
+};
+
+/// A lossless, linear problem: unit velocity, density 1000, 1500 m/s.
+kzk::CwProblem linear_piston(double ka, const std::vector<kzk::Point>& points);
+kzk::CwProblem linear_shell(double half_angle_degrees, double gain,
+                            const std::vector<kzk::Point>& points);
+/// The piston and the shell of the nonlinear checks: 1 MHz, 10 mm, 0.3 MPa, water; and 2 MHz, 15
+/// mm, 60 mm, 0.15 MPa, 0.3 dB/(cm MHz).
+kzk::CwProblem unfocused(const std::vector<kzk::Point>& points);
+kzk::CwProblem focused(const std::vector<kzk::Point>& points);
+
+double wavenumber(const kzk::Problem& problem);
+/// The shell's chord and gain, the piston's Rayleigh distance, as the march uses them.
+kzk::Beam beam_of(const kzk::Problem& problem);
+/// Points at `fractions` of the beam's length, at distance r from the axis.
+std::vector<kzk::Point> at_depths(double length, const std::vector<double>& fractions,
+                                  double r = 0);
+std::vector<double> range(double from, double to, int count);
+
+/// The march of `problem`, built from the parts of the product but driven from here: planes land on
+/// the points exactly, one point after the other (which must be sorted by reading depth), and
+/// faults can be put in. Harmonics 1 .. wanted; harmonic h at point i lies at (h - 1) * points + i.
+std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted,
+                                  const Fault& fault = {});
+
+/// Largest |pressure - exact| over 2 p0 (piston) or over the largest exact value (shell) on the
+/// axis.
+double axis_error(const kzk::CwProblem& problem, const Fault& fault = {}, bool landed = false);
+/// The same against the Rayleigh integral at the problem's own points, over the largest value among
+/// them (piston: over 2 p0 as well).
+double field_error(const kzk::CwProblem& problem);
+
+/// Largest deviation of harmonics 1-5 of a plane wave from the exact solution, at `sigma`.
+double plane_wave_error(double sigma, int harmonics, const Fault& fault = {});
+double thermoviscous_error(double sigma, double goldberg, int harmonics, const Fault& fault = {});
+double wave_step_error(double sigma, int samples_per_period, const Fault& fault = {});
+/// Of the Gaussian beam's second harmonic, over its largest value, up to one Rayleigh distance.
+double gaussian_error(const Fault& fault = {});
+
+/// Amplitudes over p0 of harmonics 1-5 at one point.
+std::vector<double> harmonic_amplitudes(kzk::CwProblem problem);
+
+/// |burst - continuous| / |continuous| of harmonics 1-3 at the one point of `problem`: a long tone
+/// burst, marched as a pulse, against the continuous wave.
+std::vector<double> burst_errors(const kzk::CwProblem& problem, double samples_per_period,
+                                 int cw_harmonics, const Fault& fault = {});
+
+/// A three-cycle raised-cosine pulse, or 2.5 abrupt cycles with a mean, through the linear march,
+/// against the exact solution on the axis and the Rayleigh integral elsewhere, over the exact peak.
+enum class PulseShape { raised_cosine, abrupt };
+struct PulseError {
+  double largest;
+  double rms;
+};
+PulseError pulse_error(const kzk::CwProblem& problem, PulseShape shape);
+
+/// The same pulse on the axis of the linear march at one point, driven from here so that faults can
+/// be put in; largest error over the exact peak.
+double landed_pulse_error(const kzk::CwProblem& problem, const Fault& fault = {});
+
+}  // namespace kestrel::checks

@@ -1,0 +1,541 @@
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "numerics/instruction_set.h"
+#include "tests/nonlinear/kzk_checks.h"
+#include "transducers/kernels/kzk_nonlinear_step.h"
+#include "transducers/kernels/kzk_wave_diffraction.h"
+
+/// What a march does with its input: every kind of bad input, and what must not change a result.
+
+namespace kestrel {
+namespace {
+
+using checks::Complex;
+using kzk::Code;
+using kzk::CwProblem;
+using kzk::Point;
+using kzk::TransientProblem;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+const std::vector<Point> some_points = {{0, 0.05}, {0.002, 0.03}, {0.004, 0.06}};
+
+/// A shell of low gain: a march of a few hundred milliseconds.
+CwProblem small_shell() {
+  CwProblem problem;
+  problem.aperture = {0.012, 0.06};
+  problem.fluid = {1e6, 1500, 1000, 3.5, 0.5};
+  problem.weight = 0.2;
+  problem.points = some_points;
+  problem.parameters.harmonics = 10;
+  return problem;
+}
+
+TransientProblem small_pulse() {
+  TransientProblem problem;
+  static_cast<kzk::Problem&>(problem) = small_shell();
+  problem.parameters.samples_per_period = 30;
+  problem.parameters.radial_step = 0.04f;
+  problem.amplitude = 0.2;
+  problem.drive.at = [](double t) {
+    return t > 0 && t < 3e-6 ? std::sin(6.283185307179586e6 * t) : 0.0;
+  };
+  problem.drive.frequency = 1e6;
+  problem.drive.duration = 3e-6;
+  static const std::vector<double> times = [] {
+    std::vector<double> list;
+    for (int i = 0; i < 400; ++i) list.push_back(15e-6 + i * 1e-7);
+    return list;
+  }();
+  problem.times = times;
+  return problem;
+}
+
+bool silent(const std::vector<Complex>& field) {
+  return std::all_of(field.begin(), field.end(), [](Complex p) { return p == 0.0; });
+}
+bool silent(const std::vector<float>& field) {
+  return std::all_of(field.begin(), field.end(), [](float p) { return p == 0.0f; });
+}
+
+double difference(const std::vector<Complex>& a, const std::vector<Complex>& b) {
+  double most = 0, apart = 0;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    apart = std::max(apart, std::abs(a[i] - b.at(i)));
+    most = std::max(most, std::abs(b[i]));
+  }
+  return apart / most;
+}
+double difference(const std::vector<float>& a, const std::vector<float>& b) {
+  return difference(std::vector<Complex>(a.begin(), a.end()),
+                    std::vector<Complex>(b.begin(), b.end()));
+}
+
+enum class Field { none, same, some };
+
+struct BadInput {
+  std::string name;
+  std::function<void(kzk::Problem&)> spoil;
+  Code code;
+  Field field;                ///< none; the same as without the spoiling; or some other one
+  std::string warning_about;  ///< empty: no warning at all
+};
+
+const std::vector<BadInput>& bad_inputs() {
+  using kzk::Problem;
+  static const std::vector<BadInput> list = {
+      {"nothing", [](Problem&) {}, Code::done, Field::same, ""},
+      {"no sound speed", [](Problem& p) { p.fluid.sound_speed = 0; }, Code::done, Field::same,
+       "Sound speed not set; using default of 1500 m/s"},
+      {"sound speed NaN", [](Problem& p) { p.fluid.sound_speed = nan; }, Code::done, Field::same,
+       "Sound speed not set"},
+      {"density zero", [](Problem& p) { p.fluid.density = 0; }, Code::done, Field::none, ""},
+      {"density NaN", [](Problem& p) { p.fluid.density = nan; }, Code::failed, Field::none, ""},
+      {"beta zero", [](Problem& p) { p.fluid.beta = 0; }, Code::done, Field::some, ""},
+      {"beta negative", [](Problem& p) { p.fluid.beta = -1; }, Code::done, Field::some,
+       "Nonlinearity parameter is negative"},
+      {"beta NaN", [](Problem& p) { p.fluid.beta = nan; }, Code::done, Field::some,
+       "Nonlinearity parameter is negative or not a number"},
+      {"beta infinite", [](Problem& p) { p.fluid.beta = infinity; }, Code::failed, Field::none, ""},
+      {"attenuation negative", [](Problem& p) { p.fluid.attenuation = -0.5; }, Code::done,
+       Field::some, "Attenuation is negative"},
+      {"attenuation NaN", [](Problem& p) { p.fluid.attenuation = nan; }, Code::done, Field::some,
+       "Attenuation is negative or not a number"},
+      {"radius zero", [](Problem& p) { p.aperture.radius = 0; }, Code::failed, Field::none, ""},
+      {"radius negative", [](Problem& p) { p.aperture.radius = -0.01; }, Code::failed, Field::none,
+       ""},
+      {"radius NaN", [](Problem& p) { p.aperture.radius = nan; }, Code::failed, Field::none, ""},
+      {"radius beyond curvature", [](Problem& p) { p.aperture.radius = 0.0601; }, Code::failed,
+       Field::none, ""},
+      {"curvature NaN", [](Problem& p) { p.aperture.curvature = nan; }, Code::failed, Field::none,
+       ""},
+      {"curvature negative", [](Problem& p) { p.aperture.curvature = -0.06; }, Code::failed,
+       Field::none, ""},
+      {"step factor too large", [](Problem& p) { p.parameters.step_factor = 5; }, Code::done,
+       Field::same, "axial step factor must lie between 0.05 and 4"},
+      {"step factor negative", [](Problem& p) { p.parameters.step_factor = -5; }, Code::done,
+       Field::same, ""},
+      {"step factor NaN", [](Problem& p) { p.parameters.step_factor = std::nanf(""); }, Code::done,
+       Field::same, ""},
+      {"domain too small", [](Problem& p) { p.parameters.domain_radius = 1; }, Code::done,
+       Field::same, "domain radius, in source radii, must lie between 1.5 and 100"},
+      {"no points", [](Problem& p) { p.points = {}; }, Code::done, Field::none, ""},
+      {"source of little more than a wavelength", [](Problem& p) { p.fluid.f0 = 1.5e5; },
+       Code::done, Field::some, "ka below 10"},
+      {"points so far that the grid cannot be held",
+       [](Problem& p) {
+         static const std::vector<Point> far = {{0, 1e7}};
+         p.points = far;
+       },
+       Code::out_of_memory, Field::none, ""},
+  };
+  return list;
+}
+
+template <class Result>
+void expect(const BadInput& bad, const Result& result, const decltype(Result::pressure)& normal) {
+  EXPECT_EQ(result.code, bad.code) << result.reason;
+  EXPECT_EQ(result.reason.empty(), bad.code == Code::done);
+  if (bad.field == Field::none)
+    EXPECT_TRUE(silent(result.pressure));
+  else
+    EXPECT_FALSE(silent(result.pressure));
+  if (bad.field == Field::same) {
+    EXPECT_EQ(result.pressure, normal);
+  }
+  if (bad.warning_about.empty()) {
+    EXPECT_TRUE(result.warnings.empty()) << result.warnings.front();
+  } else {
+    ASSERT_FALSE(result.warnings.empty());
+    EXPECT_NE(result.warnings.front().find(bad.warning_about), std::string::npos)
+        << result.warnings.front();
+  }
+}
+
+TEST(KzkBadInput, ContinuousWave) {
+  const auto normal = kzk::march_cw(small_shell()).pressure;
+  for (const BadInput& bad : bad_inputs()) {
+    SCOPED_TRACE(bad.name);
+    CwProblem problem = small_shell();
+    bad.spoil(problem);
+    const auto result = kzk::march_cw(problem);
+    expect(bad, result, normal);
+    const kzk::Cost cost = kzk::estimate_cw(problem);
+    EXPECT_EQ(cost.planes, result.cost.planes);
+  }
+}
+
+TEST(KzkBadInput, Transient) {
+  const auto normal = kzk::march_transient(small_pulse()).pressure;
+  for (const BadInput& bad : bad_inputs()) {
+    SCOPED_TRACE(bad.name);
+    // The reference frequency is the drive's; the medium's is not looked at.
+    if (bad.name == "source of little more than a wavelength") continue;
+    TransientProblem problem = small_pulse();
+    bad.spoil(problem);
+    expect(bad, kzk::march_transient(problem), normal);
+  }
+}
+
+TEST(KzkBadInput, WeightsAndHarmonics) {
+  struct Case {
+    std::string name;
+    std::function<void(CwProblem&)> spoil;
+    Code code;
+    Field field;
+    std::string warning_about;
+  };
+  const std::vector<Case> cases = {
+      {"frequency unset", [](CwProblem& p) { p.fluid.f0 = 0; }, Code::done, Field::some,
+       "f0 not set; using default of 1 MHz to calculate wavelength."},
+      {"below the gate", [](CwProblem& p) { p.weight = 1e-10; }, Code::done, Field::none, ""},
+      {"weight NaN", [](CwProblem& p) { p.weight = nan; }, Code::failed, Field::none, ""},
+      {"absurd drive", [](CwProblem& p) { p.weight = 1e9; }, Code::failed, Field::none, ""},
+      {"too many harmonics", [](CwProblem& p) { p.parameters.harmonics = 161; }, Code::done,
+       Field::some, "number of harmonics must lie between 1 and 160"},
+      {"harmonic beyond those carried", [](CwProblem& p) { p.parameters.harmonic = 11; },
+       Code::done, Field::same, "harmonic delivered must lie between 1 and 10"},
+      {"asked for a harmonic not carried",
+       [](CwProblem& p) {
+         p.wanted = {1, 11};
+       },
+       Code::failed, Field::none, ""},
+      {"second harmonic of a linear beam",
+       [](CwProblem& p) {
+         p.fluid.beta = 0;
+         p.parameters.harmonic = 2;
+       },
+       Code::done, Field::none, ""},
+      {"shock beyond the harmonics",
+       [](CwProblem& p) {
+         p.weight = 3;
+         p.fluid.attenuation = 0;
+       },
+       Code::done, Field::some, "raise the number of harmonics"},
+  };
+  const auto normal = kzk::march_cw(small_shell()).pressure;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    CwProblem problem = small_shell();
+    c.spoil(problem);
+    expect({c.name, {}, c.code, c.field, c.warning_about}, kzk::march_cw(problem), normal);
+  }
+}
+
+TEST(KzkBadInput, Drives) {
+  struct Case {
+    std::string name;
+    std::function<void(TransientProblem&)> spoil;
+    Code code;
+    Field field;
+    std::string warning_about;
+  };
+  const std::vector<Case> cases = {
+      {"no excitation", [](TransientProblem& p) { p.drive.at = nullptr; }, Code::failed,
+       Field::none, ""},
+      {"no times", [](TransientProblem& p) { p.times = {}; }, Code::failed, Field::none, ""},
+      {"below the gate", [](TransientProblem& p) { p.amplitude = -1e-10; }, Code::done, Field::none,
+       ""},
+      {"amplitude NaN", [](TransientProblem& p) { p.amplitude = nan; }, Code::failed, Field::none,
+       ""},
+      {"delay NaN", [](TransientProblem& p) { p.drive.delay = nan; }, Code::failed, Field::none,
+       ""},
+      {"excitation NaN", [](TransientProblem& p) { p.drive.at = [](double) { return nan; }; },
+       Code::failed, Field::none, ""},
+      {"silent excitation", [](TransientProblem& p) { p.drive.at = [](double) { return 0.0; }; },
+       Code::done, Field::none, ""},
+      {"absurd drive", [](TransientProblem& p) { p.amplitude = 1e9; }, Code::failed, Field::none,
+       ""},
+      {"no frequency anywhere",
+       [](TransientProblem& p) {
+         p.drive.frequency = 0;
+         p.fluid.f0 = 0;
+         p.fluid.attenuation = 0;
+       },
+       Code::done, Field::some, "f0 not set; using default of 1 MHz"},
+      {"too few samples", [](TransientProblem& p) { p.parameters.samples_per_period = 10; },
+       Code::done, Field::some, "time samples per period must lie between 20 and 2000"},
+      {"times before the wave",
+       [](TransientProblem& p) {
+         static const std::vector<double> early = {0, 1e-6};
+         p.times = early;
+       },
+       Code::done, Field::none, ""},
+      {"times for ever, of a drive that ends",
+       [](TransientProblem& p) {
+         static const std::vector<double> late = {40e-6, 1e9, nan, 41e-6};
+         p.times = late;
+       },
+       Code::done, Field::some, ""},
+      {"times for ever, of a drive that does not",
+       [](TransientProblem& p) {
+         static const std::vector<double> late = {40e-6, 1e9};
+         p.times = late;
+         p.drive.duration = infinity;
+       },
+       Code::out_of_memory, Field::none, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TransientProblem problem = small_pulse();
+    c.spoil(problem);
+    expect({c.name, {}, c.code, c.field, c.warning_about}, kzk::march_transient(problem), {});
+  }
+}
+
+TEST(KzkMarch, PointsOutsideAreSkippedAndTheOthersUnchanged) {
+  CwProblem problem = small_shell();
+  const auto plain = kzk::march_cw(problem).pressure;
+  // Behind the apex, NaN, outside the sphere beside the bowl, beyond the marched domain.
+  std::vector<Point> mixed = {{0, -1e-9},     {nan, 0.03},    {0.02, 0.0005},
+                              some_points[0], some_points[1], some_points[2]};
+  problem.points = mixed;
+  const auto result = kzk::march_cw(problem);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(result.pressure[i], 0.0) << i;
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(result.pressure[3 + i], plain[i]) << i;
+
+  problem.parameters.domain_radius = 2;
+  mixed = {{0.03, 0.05}, {0.001, 0.05}};
+  problem.points = mixed;
+  const auto outside = kzk::march_cw(problem);
+  EXPECT_EQ(outside.pressure[0], 0.0);
+  EXPECT_NE(outside.pressure[1], 0.0);
+  EXPECT_EQ(outside.warnings.size(), 1u);
+}
+
+TEST(KzkMarch, LinearLimits) {
+  CwProblem without = small_shell();
+  without.fluid.beta = 0;
+  CwProblem single = small_shell();
+  single.parameters.harmonics = 1;
+  EXPECT_EQ(kzk::march_cw(without).pressure, kzk::march_cw(single).pressure);
+  CwProblem faint = small_shell();
+  faint.weight = 1e-6;
+  auto scaled = kzk::march_cw(faint).pressure;
+  for (Complex& value : scaled) value *= 0.2 / 1e-6;
+  EXPECT_LT(difference(scaled, kzk::march_cw(without).pressure), 1e-10);
+}
+
+TEST(KzkMarch, SeveralHarmonicsAreTheSingleOnes) {
+  CwProblem problem = small_shell();
+  problem.wanted = {3, 1};
+  const auto both = kzk::march_cw(problem);
+  ASSERT_EQ(both.harmonics, (std::vector<int>{3, 1}));
+  problem.wanted = {};
+  for (const int m : {3, 1}) {
+    problem.parameters.harmonic = m;
+    const auto one = kzk::march_cw(problem).pressure;
+    for (std::size_t i = 0; i < one.size(); ++i)
+      EXPECT_EQ(both.pressure[(m == 3 ? 0 : one.size()) + i], one[i]);
+  }
+}
+
+TEST(KzkMarch, PhaseTurnsEachHarmonicByItsNumber) {
+  CwProblem problem = small_shell();
+  problem.wanted = {1, 2};
+  const auto straight = kzk::march_cw(problem).pressure;
+  problem.weight = std::polar(0.2, 0.7);
+  const auto turned = kzk::march_cw(problem).pressure;
+  for (std::size_t i = 0; i < turned.size(); ++i) {
+    const double order = i < some_points.size() ? 1 : 2;
+    EXPECT_LT(std::abs(turned[i] / straight[i] - std::polar(1.0, 0.7 * order)), 1e-12);
+  }
+}
+
+TEST(KzkMarch, ThreadsDoNotChangeABit) {
+  CwProblem wave = small_shell();
+  TransientProblem pulse = small_pulse();
+  const auto one = kzk::march_cw(wave).pressure;
+  const auto one_pulse = kzk::march_transient(pulse).pressure;
+  for (const int threads : {2, 3}) {
+    wave.threads = pulse.threads = threads;
+    EXPECT_EQ(kzk::march_cw(wave).pressure, one);
+    EXPECT_EQ(kzk::march_transient(pulse).pressure, one_pulse);
+  }
+}
+
+TEST(KzkMarch, InstructionSetsAgree) {
+  const CwProblem wave = small_shell();
+  const TransientProblem pulse = small_pulse();
+  std::vector<Complex> plain;
+  std::vector<float> plain_pulse;
+  for (const auto set : {InstructionSet::scalar, InstructionSet::baseline, InstructionSet::avx2,
+                         InstructionSet::avx512}) {
+    const ScopedInstructionSet scoped(set);
+    if (!scoped.chosen()) continue;
+    SCOPED_TRACE(name(set));
+    const auto field = kzk::march_cw(wave).pressure;
+    const auto traces = kzk::march_transient(pulse).pressure;
+    EXPECT_EQ(last_used_instruction_set(), set);
+    if (plain.empty()) {
+      plain = field;
+      plain_pulse = traces;
+    }
+    // Sub-steps are chosen for eight nodes together in the wide paths, for each in the plain one.
+    EXPECT_LT(difference(field, plain), 1e-6);
+    EXPECT_LT(difference(traces, plain_pulse), 1e-5);
+  }
+}
+
+TEST(KzkMarch, PointsAgreeWithPlanesLandedOnThem) {
+  std::vector<Point> points = checks::at_depths(0.2, checks::range(0.15, 1.5, 40));
+  CwProblem piston = checks::linear_piston(40, points);
+  EXPECT_LT(difference(kzk::march_cw(piston).pressure, checks::landed_march(piston, 1)), 0.004);
+  points = checks::at_depths(0.06, checks::range(0.4, 1.5, 40), 0.001);
+  CwProblem shell = checks::linear_shell(14, 10, points);
+  EXPECT_LT(difference(kzk::march_cw(shell).pressure, checks::landed_march(shell, 1)), 0.001);
+}
+
+TEST(KzkMarch, ProgressRisesAndCancels) {
+  CwProblem wave = small_shell();
+  std::vector<double> seen;
+  wave.progress = [&](double done) {
+    seen.push_back(done);
+    return true;
+  };
+  kzk::march_cw(wave);
+  EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+  EXPECT_EQ(seen.back(), 1.0);
+  wave.progress = [](double done) { return done < 0.3; };
+  const auto stopped = kzk::march_cw(wave);
+  EXPECT_EQ(stopped.code, Code::cancelled);
+  EXPECT_TRUE(silent(stopped.pressure));
+  TransientProblem pulse = small_pulse();
+  pulse.progress = wave.progress;
+  EXPECT_EQ(kzk::march_transient(pulse).code, Code::cancelled);
+}
+
+TEST(KzkMarch, DelayAndOrderOfTimesOnlyShiftTheTrace) {
+  TransientProblem pulse = small_pulse();
+  const auto plain = kzk::march_transient(pulse).pressure;
+  std::vector<double> later(pulse.times.rbegin(), pulse.times.rend());
+  for (double& t : later) t += 7.3e-6;
+  pulse.drive.delay = 7.3e-6;
+  pulse.times = later;
+  const auto shifted = kzk::march_transient(pulse).pressure;
+  const std::size_t n = later.size();
+  std::vector<float> undone;
+  for (std::size_t i = 0; i < plain.size(); ++i)
+    undone.push_back(shifted[i / n * n + (n - 1 - i % n)]);
+  EXPECT_LT(difference(undone, plain), 1e-5);
+}
+
+TEST(KzkMarch, TheWindowsEndDoesNotReachBack) {
+  TransientProblem pulse = small_pulse();
+  pulse.amplitude = 1;
+  const auto all = kzk::march_transient(pulse).pressure;
+  const std::size_t n = pulse.times.size();
+  // Cut in the middle of the pulse, where it is loud.
+  const std::size_t cut = 260;
+  pulse.times = pulse.times.first(cut);
+  const auto head = kzk::march_transient(pulse).pressure;
+  std::vector<float> expected;
+  for (std::size_t p = 0; p < some_points.size(); ++p)
+    expected.insert(expected.end(), all.begin() + p * n, all.begin() + p * n + cut);
+  EXPECT_FALSE(silent(head));
+  EXPECT_LT(difference(head, expected), 1e-3);
+}
+
+TEST(KzkMarch, SignOfTheAmplitudeMatters) {
+  // A strong wave steepens: its negative is another wave, not the wave negated.
+  TransientProblem pulse = small_pulse();
+  const auto plain = kzk::march_transient(pulse).pressure;
+  pulse.amplitude = -pulse.amplitude;
+  auto negative = kzk::march_transient(pulse).pressure;
+  pulse.drive.at = [at = pulse.drive.at](double t) { return -at(t); };
+  EXPECT_EQ(kzk::march_transient(pulse).pressure, plain);
+  for (float& value : negative) value = -value;
+  EXPECT_GT(difference(negative, plain), 0.01);
+}
+
+TEST(KzkHelpers, HarmonicStepSolvesItsOwnBands) {
+  const int nodes = 23;
+  const double step = 0.05;
+  std::vector<double> lhs(6 * nodes), rhs(6 * nodes), u(2 * nodes), w(2 * nodes), v(2 * nodes);
+  for (int i = 0; i < 2 * nodes; ++i) u[i] = std::sin(1.0 + i * i);
+  const std::vector<double> before = u;
+  kzk::diffraction_bands(0.01, 0.5, lhs.data(), rhs.data(), nodes, step, 2 * 5.0);
+  kzk::solve_harmonic(u.data(), nodes, lhs.data(), rhs.data(), w.data(), v.data());
+  const auto product = [&](const std::vector<double>& bands, const std::vector<double>& x, int j) {
+    Complex sum = 0;
+    for (int band = 0; band < 3; ++band) {
+      const int k = j + band - 1;
+      if (k < 0 || k >= nodes) continue;
+      sum += Complex(bands[6 * j + 2 * band], bands[6 * j + 2 * band + 1]) *
+             Complex(x[2 * k], x[2 * k + 1]);
+    }
+    return sum;
+  };
+  for (int j = 0; j < nodes; ++j)
+    EXPECT_LT(std::abs(product(lhs, u, j) - product(rhs, before, j)), 1e-12) << j;
+}
+
+TEST(KzkHelpers, ColumnSolverSolvesAndReusesItsFactors) {
+  const int nodes = 19;
+  const float s = 1, t = 0.3f;
+  std::vector<float> lo(nodes), di(nodes), up(nodes), x(nodes), gam(nodes), inv(2 * nodes);
+  for (int j = 0; j < nodes; ++j) {
+    const kzk::RadialRow row = kzk::radial_row(j);
+    lo[j] = static_cast<float>(row.sub);
+    di[j] = static_cast<float>(row.diag);
+    up[j] = static_cast<float>(row.super);
+  }
+  for (const int use : {0, 1}) {
+    std::vector<float> rhs(nodes);
+    for (int j = 0; j < nodes; ++j) rhs[j] = static_cast<float>(std::cos(j + 3.0 * use));
+    kzk::solve_column(use == 0 ? s : 0.0f, t, lo.data(), di.data(), up.data(), rhs.data(), x.data(),
+                      gam.data(), inv.data(), nodes);
+    for (int j = 0; j < nodes; ++j) {
+      const double share = s * kzk::radial_row(j).compact - t;
+      double sum = x[j] + share * di[j] * x[j];
+      if (j > 0) sum += share * lo[j] * x[j - 1];
+      if (j + 1 < nodes) sum += share * up[j] * x[j + 1];
+      EXPECT_NEAR(sum, rhs[j], 1e-5) << j;
+    }
+  }
+}
+
+TEST(KzkHelpers, RunsSideBySideAreThePlainElimination) {
+  // Node counts around multiples of the lanes, and a step so long that the runs feel each other.
+  for (const int nodes : {2, 15, 16, 17, 31, 100}) {
+    const kzk::RadialGrid grid{10, nodes};
+    const long samples = 40;
+    for (const double kappa : {0.1, 30.0}) {
+      kzk::WaveDiffraction<1> plain(grid);
+      kzk::WaveDiffraction<16> wide(grid);
+      std::vector<float> a(plain.size() * samples), b(wide.size() * samples);
+      const auto at = [&](const auto& diffraction, int lanes, int j, long i) {
+        const int place = diffraction.place(j);
+        return (place / lanes * samples + i) * lanes + place % lanes;
+      };
+      for (int j = 0; j < nodes; ++j)
+        for (long i = 0; i < samples; ++i)
+          a[at(plain, 1, j, i)] = b[at(wide, 16, j, i)] =
+              static_cast<float>(std::sin(0.3 * i) * std::exp(-0.01 * j * j));
+      const std::vector<float> layer(wide.size(), 1.0f);
+      for (const double theta : {1.0, 0.5}) {
+        plain.prepare(kappa, theta, 0.3);
+        wide.prepare(kappa, theta, 0.3);
+        plain.advance(0.3, layer.data(), a.data(), samples, samples);
+        wide.advance(0.3, layer.data(), b.data(), samples, samples);
+      }
+      float most = 0, apart = 0;
+      for (int j = 0; j < nodes; ++j)
+        for (long i = 0; i < samples; ++i) {
+          most = std::max(most, std::fabs(a[at(plain, 1, j, i)]));
+          apart = std::max(apart, std::fabs(a[at(plain, 1, j, i)] - b[at(wide, 16, j, i)]));
+        }
+      EXPECT_LT(apart, 2e-5 * most) << nodes << " nodes, kappa " << kappa;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kestrel

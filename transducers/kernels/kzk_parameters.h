@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kestrel::kzk {
+
+/// What a user may ask of a march. Every quantity is dimensionless; 0, a negative value or NaN
+/// means "choose for me", and a value outside its range is replaced by the default with a warning.
+/// The members are in the order in which `NumericalIntegration` holds them.
+struct Parameters {
+  float step_factor = 0;         ///< axial step against the default law: 0.05-4
+  float radial_step = 0;         ///< in effective source radii: 0.0005-0.1
+  float domain_radius = 0;       ///< in effective source radii: 1.5-100
+  float samples_per_period = 0;  ///< of the reference frequency, pulses only: 20-2000
+  float guard_periods = 0;       ///< before and after the signal, pulses only: 0.5-100
+  int harmonics = 0;             ///< carried, continuous wave only: 1-160
+  int harmonic = 0;              ///< delivered, continuous wave only: 1-harmonics
+};
+
+inline constexpr int default_harmonics = 30;
+inline constexpr int most_harmonics = 160;
+inline constexpr double default_samples_per_period = 100;
+inline constexpr double default_guard_periods = 3;
+
+/// `value` when it lies in [low, high]; otherwise `fallback`, with a warning when `value` is a
+/// positive number, which somebody must have meant. The limits are compared in the precision of the
+/// value, so that a limit itself is in range.
+template <class Value>
+double parameter_or(Value value, Value low, Value high, double fallback, const char* what,
+                    std::vector<std::string>& warnings) {
+  if (!(value > 0)) return fallback;
+  if (value >= low && value <= high) return value;
+  const auto text = [](double number) {
+    std::string digits = std::to_string(number);
+    digits.erase(digits.find_last_not_of('0') + 1);
+    if (digits.back() == '.') digits.pop_back();
+    return digits;
+  };
+  warnings.push_back(std::string("KZK parameter out of range: ") + what + " must lie between " +
+                     text(low) + " and " + text(high) + "; using the default.");
+  return fallback;
+}
+
+}  // namespace kestrel::kzk

@@ -1,0 +1,102 @@
+#include "transducers/detail/kzk_methods.h"
+
+#include <cmath>
+#include <new>
+#include <vector>
+
+#include "excitation/excitation_function.h"
+#include "host/host.h"
+#include "transducers/detail/wave_constants.h"
+#include "transducers/kernels/kzk_cw_march.h"
+#include "transducers/kernels/kzk_transient_march.h"
+
+namespace kestrel::detail {
+
+namespace {
+
+/// The grid in the element's own cylindrical coordinates.
+std::vector<kzk::Point> local_points(Transducer& element) {
+  const CoordinateGrid& grid = *element.global_coordinate_grid();
+  element.InitializeRotationMatrix();
+  std::vector<kzk::Point> points(static_cast<std::size_t>(grid.npoints()));
+  grid.for_each_point([&](int i, const CartesianCoordinate& point) {
+    const CartesianCoordinate p = element.rotateTranslate(point);
+    points[static_cast<std::size_t>(i)] = {std::sqrt(p.x * p.x + p.y * p.y), p.z};
+  });
+  return points;
+}
+
+void fill_problem(kzk::Problem& problem, const Transducer& element, const kzk::Aperture& aperture,
+                  const std::vector<kzk::Point>& points) {
+  const Medium& medium = *element.medium();
+  problem.aperture = aperture;
+  problem.fluid = {medium._f0, medium._soundspeed, medium._rho_density, medium._beta,
+                   medium._dBcmMHz};
+  const NumericalIntegration& rule = *element.integral();
+  problem.parameters = {rule.kzk_parameter(0), rule.kzk_parameter(1), rule.kzk_parameter(2),
+                        rule.kzk_parameter(3), rule.kzk_parameter(4), rule.kzk_count(0),
+                        rule.kzk_count(1)};
+  problem.points = points;
+}
+
+/// Issues the march's warnings and answers its code.
+int report(const kzk::Report& report) {
+  for (const std::string& warning : report.warnings) host::warn(warning.c_str());
+  return static_cast<int>(report.code);
+}
+
+}  // namespace
+
+int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
+  if (is_negligible(element.get_amplitude())) return kSuccess;
+  try {
+    const std::vector<kzk::Point> points = local_points(element);
+    kzk::CwProblem problem;
+    fill_problem(problem, element, aperture, points);
+    problem.weight = element.get_complex_weight();
+    const kzk::CwResult result = kzk::march_cw(problem);
+    const int code = report(result);
+    if (code != kSuccess) return code;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      element.superpose_complex_pressure(static_cast<int>(i), result.pressure[i]);
+    }
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  }
+  return kSuccess;
+}
+
+int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture) {
+  const ExcitationFunction* excitation = element._excitation_function;
+  const TimeSamples* axis = element.time_vector();
+  if (excitation == nullptr || axis == nullptr || element.transient_pressure() == nullptr) {
+    return kMisuse;
+  }
+  if (is_negligible(element.get_amplitude())) return kSuccess;
+  try {
+    const std::vector<kzk::Point> points = local_points(element);
+    const std::vector<double> times =
+        table_of(axis->nt(), [&](int i) { return axis->time_index_value(i); });
+    kzk::TransientProblem problem;
+    fill_problem(problem, element, aperture, points);
+    problem.amplitude = element.get_amplitude();
+    problem.drive.at = [excitation](double t) { return excitation->at(t); };
+    problem.drive.frequency = excitation->get_f0();
+    if (excitation->get_pulse_width() > 0) problem.drive.duration = excitation->get_pulse_width();
+    problem.drive.sampling_interval = excitation->sampling_interval();
+    problem.drive.delay = element.get_time_delay();
+    problem.times = times;
+    const kzk::TransientResult result = kzk::march_transient(problem);
+    const int code = report(result);
+    if (code != kSuccess) return code;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      element.superpose_transient_pressure(static_cast<int>(i),
+                                           result.pressure.data() + i * times.size());
+    }
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  }
+  return kSuccess;
+}
+
+}  // namespace kestrel::detail
