@@ -53,9 +53,13 @@ class Console {
   bool operator()(double fraction) {
     if (host::interrupted()) return false;
     const double now = seconds();
-    if (_prints && now >= _next && fraction > 0) {
-      host::print("kestrel.cw_field: %3.0f %%, %.0f s left\n", 100 * fraction,
-                  std::ceil(now * (1 - fraction) / fraction));
+    if (_prints && now >= _next) {
+      if (fraction > 0) {
+        host::print("kestrel.cw_field: %3.0f %%, %.0f s left\n", 100 * fraction,
+                    std::ceil(now * (1 - fraction) / fraction));
+      } else {
+        host::print("kestrel.cw_field:   0 %%, %.0f s so far\n", now);
+      }
       _next = now + kPeriod;
     }
     return true;
