@@ -16,14 +16,17 @@ thread_local long fail_after = -1;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   ++allocations;
-  if (fail_after >= 0 && fail_after-- == 0) throw std::bad_alloc();
-  if (void* block = std::malloc(size ? size : 1)) return block;
+  if (fail_after >= 0 && fail_after-- == 0) return nullptr;
+  return std::malloc(size ? size : 1);
+}
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  if (void* block = operator new(size, std::nothrow)) return block;
   throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace kestrel::test {
 namespace {
@@ -322,7 +325,9 @@ TEST(TransientMethods, AnswerWhenMemoryRunsOut) {
         fail_after = n;
         result = bench.call(method);
         fail_after = -1;
-        if (result != kSuccess) ASSERT_EQ(result, kOutOfMemory) << n;
+        if (result != kSuccess) {
+          ASSERT_EQ(result, kOutOfMemory) << n;
+        }
       }
       bench.fill(4);
     }
