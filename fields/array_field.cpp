@@ -21,24 +21,6 @@ namespace kestrel::fields {
 
 namespace {
 
-/// Every shape of the array must have the method; the first that lacks it is named.
-void check_methods(const std::vector<Element>& elements, const Method& method,
-                   const Medium& medium) {
-  std::vector<std::size_t> seen;
-  for (std::size_t i = 0; i < elements.size(); ++i) {
-    const Geometry& geometry = elements[i].geometry;
-    if (std::find(seen.begin(), seen.end(), geometry.index()) != seen.end()) continue;
-    seen.push_back(geometry.index());
-    if (has_method(geometry, method, medium)) continue;
-    std::vector<Method> available;
-    for (const Method& other : continuous_wave_methods()) {
-      if (has_method(geometry, other, medium)) available.push_back(other);
-    }
-    host::fail("element %zu: the shape '%s' has no method '%s'; it has %s.", i + 1,
-               shape_name(geometry), method.name, list_names(available).c_str());
-  }
-}
-
 /// What makes elements share a field: geometry, orientation, apodization.
 using Likeness = std::array<double, 8>;
 
@@ -240,7 +222,7 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   const Method& method = *settings.method;
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   check_settings(settings);
-  check_methods(elements, method, medium);
+  check_methods(elements, method, continuous_wave_methods(), medium);
 
   const GridPoints points(grid);
   std::fill_n(result, points.size(), std::complex<double>{});

@@ -22,16 +22,37 @@ constexpr Method kContinuousWave[] = {
     {"kzk_cw", &Transducer::kzk_cw, more_nodes, false, false, true},
 };
 
+constexpr Method kTransient[] = {
+    {"fnm_transient", &Transducer::fnm_transient, more_nodes, false, false, false},
+    {"fnm_transient_behind_source", &Transducer::fnm_transient_behind_source, more_nodes, false,
+     false, false},
+    {"fnm_tsd", &Transducer::fnm_tsd, more_nodes, false, false, false},
+    {"fnm_tsd_low_precision", &Transducer::fnm_tsd_low_precision, more_nodes, false, false, false},
+    {"fnm_tsd_sse", &Transducer::fnm_tsd_sse, more_nodes, false, false, false},
+    {"fnm_tsd_behind_source", &Transducer::fnm_tsd_behind_source, more_nodes, false, false, false},
+    {"fnm_fdtsd", &Transducer::fnm_fdtsd, more_nodes, false, false, false},
+    {"rayleigh_transient", &Transducer::rayleigh_transient, more_nodes, false, false, false},
+    {"impulse_response", &Transducer::impulse_response, more_nodes, false, false, false},
+};
+
+const Method* find(std::span<const Method> methods, std::string_view name) {
+  for (const Method& method : methods) {
+    if (name == method.name) return &method;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 std::span<const Method> continuous_wave_methods() { return kContinuousWave; }
 
 const Method* find_continuous_wave_method(std::string_view name) {
-  for (const Method& method : kContinuousWave) {
-    if (name == method.name) return &method;
-  }
-  return nullptr;
+  return find(kContinuousWave, name);
 }
+
+std::span<const Method> transient_methods() { return kTransient; }
+
+const Method* find_transient_method(std::string_view name) { return find(kTransient, name); }
 
 std::string list_names(std::span<const Method> methods) {
   std::string list;

@@ -38,6 +38,10 @@ std::span<const Method> continuous_wave_methods();
 /// The continuous-wave method of that name; null when there is none.
 const Method* find_continuous_wave_method(std::string_view name);
 
+/// The transient methods, likewise.
+std::span<const Method> transient_methods();
+const Method* find_transient_method(std::string_view name);
+
 /// "'farfield_cw', 'fnm_cw', ...".
 std::string list_names(std::span<const Method> methods);
 

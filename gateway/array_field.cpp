@@ -5,14 +5,11 @@
 /// `options` is a structure with the fields method (text), threads (0: all), reuse, tolerance (empty:
 /// use ndiv), memory (bytes), progress, instruction_set (text).
 
-#include <chrono>
-#include <climits>
 #include <cmath>
-#include <string>
 #include <vector>
 
 #include "fields/array_field.h"
-#include "gateway/element_reader.h"
+#include "gateway/field_entry.h"
 #include "host/complex_array.h"
 #include "host/entry.h"
 #include "host/host.h"
@@ -24,80 +21,13 @@ namespace kestrel::gateway {
 
 namespace {
 
+constexpr char kEntry[] = "kestrel.cw_field";
+
 enum Argument { kArray, kGrid, kMedium, kNdiv, kFrequency, kOptions, kArguments };
-
-std::vector<fields::Element> read_elements(const mxArray* array) {
-  if (mxIsEmpty(array) && !mxIsStruct(array)) return {};
-  if (!mxIsStruct(array)) {
-    host::fail("the array must be a structure array of elements, as kestrel.rectangle returns.");
-  }
-  const std::size_t count = mxGetNumberOfElements(array);
-  if (count > static_cast<std::size_t>(INT_MAX)) host::fail("the array has %zu elements.", count);
-  std::vector<fields::Element> elements;
-  elements.reserve(count);
-  for (const char* field : {"shape", "center", "euler"}) {
-    if (count > 0 && !has_field(array, field)) host::fail("the array lacks the field '%s'.", field);
-  }
-  for (int i = 0; i < static_cast<int>(count); ++i) {
-    refuse_complex_weight(array, i);
-    elements.push_back(read_element(array, i));
-  }
-  return elements;
-}
-
-/// Says now and then how far long work is, and asks whether the user wants it to end.
-class Console {
- public:
-  explicit Console(bool prints) : _prints(prints) {}
-
-  bool operator()(double fraction) {
-    if (host::interrupted()) return false;
-    const double now = seconds();
-    if (_prints && now >= _next) {
-      if (fraction > 0) {
-        host::print("kestrel.cw_field: %3.0f %%, %.0f s left\n", 100 * fraction,
-                    std::ceil(now * (1 - fraction) / fraction));
-      } else {
-        host::print("kestrel.cw_field:   0 %%, %.0f s so far\n", now);
-      }
-      _next = now + kPeriod;
-    }
-    return true;
-  }
-
- private:
-  static constexpr double kPeriod = 4;
-
-  double seconds() const {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
-  }
-
-  std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
-  double _next = kPeriod;
-  bool _prints;
-};
-
-std::string text_option(const mxArray* options, const char* field) {
-  char text[64] = "";
-  const mxArray* value = field_value(options, field);
-  if (value == nullptr || !mxIsChar(value) || mxGetString(value, text, sizeof text) != 0) {
-    host::fail("the option '%s' must be text.", field);
-  }
-  return text;
-}
-
-double number_option(const mxArray* options, const char* field) {
-  return read_scalar(field_value(options, field), "options", field);
-}
 
 fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
   fields::Settings settings;
-  const std::string name = text_option(options, "method");
-  settings.method = fields::find_continuous_wave_method(name);
-  if (settings.method == nullptr) {
-    host::fail("unknown method '%s'; the methods are %s.", name.c_str(),
-               fields::list_names(fields::continuous_wave_methods()).c_str());
-  }
+  settings.method = read_method(options, fields::continuous_wave_methods());
   const std::string set = text_option(options, "instruction_set");
   if (set != "auto") {
     for (const auto known : {InstructionSet::scalar, InstructionSet::baseline, InstructionSet::avx2,
@@ -117,11 +47,7 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
     settings.tolerance = read_scalar(tolerance, "options", "tolerance");
   } else {
     if (mxIsEmpty(ndiv)) host::fail("ndiv may be empty only when the option 'tolerance' is given.");
-    const double nodes = read_scalar(ndiv, "argument", "ndiv");
-    if (!(nodes >= 1 && nodes <= INT_MAX && nodes == std::floor(nodes))) {
-      host::fail("ndiv must be a whole number of at least 1, but it is %g.", nodes);
-    }
-    settings.nodes = static_cast<int>(nodes);
+    settings.nodes = read_nodes(ndiv);
   }
   return settings;
 }
@@ -150,23 +76,6 @@ mxArray* describe(const fields::Report& report, const fields::Settings& settings
   return info;
 }
 
-void warn_of_values_that_are_not_finite(const std::complex<double>* pressure,
-                                        const CoordinateGrid& grid) {
-  int count = 0, first = 0;
-  for (int i = grid.npoints() - 1; i >= 0; --i) {
-    if (std::isfinite(pressure[i].real()) && std::isfinite(pressure[i].imag())) continue;
-    ++count;
-    first = i;
-  }
-  if (count == 0) return;
-  const CartesianCoordinate p = grid.spatial_index_value(first);
-  char text[256];
-  std::snprintf(text, sizeof text,
-                "kestrel.cw_field: %d of %d pressures are NaN or Inf, the first at point %d, "
-                "(%g, %g, %g) m.", count, grid.npoints(), first + 1, p.x, p.y, p.z);
-  host::warn(text);
-}
-
 void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   if (nrhs != kArguments || nlhs > 2) {
     host::fail("expected [p, info] = array_field(array, grid, medium, ndiv, f0, options).");
@@ -177,7 +86,7 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   Medium medium(&prhs[kMedium]);
   medium._f0 = read_scalar(prhs[kFrequency], "argument", "f0");
   fields::Settings settings = read_settings(prhs[kOptions], prhs[kNdiv]);
-  Console console(number_option(prhs[kOptions], "progress") != 0);
+  Console console(kEntry, number_option(prhs[kOptions], "progress") != 0);
   settings.progress = [&](double fraction) { return console(fraction); };
   settings.estimate_error = nlhs > 1;
 
@@ -188,20 +97,12 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
                      : host::create_complex_result(static_cast<std::size_t>(grid.npoints()));
   auto* pressure = reinterpret_cast<std::complex<double>*>(mxGetComplexDoubles(result));
   const fields::Report report = fields::compute_field(elements, grid, medium, settings, pressure);
-  warn_of_values_that_are_not_finite(pressure, grid);
+  warn_of_values_that_are_not_finite(
+      kEntry, static_cast<std::size_t>(grid.npoints()), grid, [&](std::size_t i) {
+        return std::isfinite(pressure[i].real()) && std::isfinite(pressure[i].imag());
+      });
   plhs[0] = result;
   if (nlhs > 1) plhs[1] = describe(report, settings);
-}
-
-/// Errors begin with the name by which users know the entry.
-void compute_named(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
-  std::string text;
-  try {
-    return compute(nlhs, plhs, nrhs, prhs);
-  } catch (const Error& error) {
-    text = error.what();
-  }
-  throw Error("kestrel.cw_field: " + text);
 }
 
 }  // namespace
@@ -209,8 +110,12 @@ void compute_named(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
 }  // namespace kestrel::gateway
 
 extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
-  kestrel::host::run_entry([&] { kestrel::gateway::compute_named(nlhs, plhs, nrhs, prhs); },
-                           "kestrel:field");
+  using namespace kestrel;
+  host::run_entry(
+      [&] {
+        gateway::run_named(gateway::kEntry, [&] { gateway::compute(nlhs, plhs, nrhs, prhs); });
+      },
+      "kestrel:field");
 }
 
 #if !defined(KESTREL_HOST_DEFINES_API_VERSION)

@@ -19,11 +19,13 @@
 %   kestrel.bowl_array      - Discs on a spherical bowl, all facing its centre.
 %   kestrel.join            - Joins arrays of any shapes to one.
 %   kestrel.focus           - Sets the phases of an array for a focus, or several.
+%   kestrel.focus_delays    - Sets the delays of an array so that its pulses meet at a point.
 %   kestrel.steer           - Sets the phases of an array for a plane wave in a direction.
 %   kestrel.apodize         - Weights the amplitudes of an array over its aperture.
 %
 % Fields
 %   kestrel.cw_field        - Continuous-wave pressure field of an array of elements.
+%   kestrel.transient_field - Transient pressure field of an array of elements: pulses.
 %   fnm_cw_single           - The compiled entry, for one element.
 %   kestrel.intensity       - Intensity of a field, as of a plane wave.
 %   kestrel.beam_metrics    - Peak, widths and side lobes of a field on a regular grid.

@@ -66,8 +66,8 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
     options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
   end
   options.memory = kestrel.detail.check_scalar(caller, 'memory', options.memory, 'positive');
-  options.reuse = check_switch(caller, 'reuse', options.reuse);
-  options.progress = check_switch(caller, 'progress', options.progress);
+  options.reuse = kestrel.detail.check_switch(caller, 'reuse', options.reuse);
+  options.progress = kestrel.detail.check_switch(caller, 'progress', options.progress);
   if ~isempty(options.tolerance)
     options.tolerance = kestrel.detail.check_scalar(caller, 'tolerance', options.tolerance, ...
                                                     'positive');
@@ -95,12 +95,4 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
     text = strrep(failure.message, 'array_field: kestrel.', 'kestrel.');
     error(failure.identifier, '%s', text);
   end
-end
-
-function value = check_switch(caller, name, value)
-  if ~(isscalar(value) && (islogical(value) || isnumeric(value)) && ...
-       (value == 0 || value == 1))
-    error('kestrel:option', '%s: %s must be true or false.', caller, name);
-  end
-  value = logical(value);
 end

@@ -3,8 +3,8 @@ function array = join(varargin)
 %   ARRAY = kestrel.join(ARRAY1, ARRAY2, ...) is the 1-by-n structure array of all
 %   elements of ARRAY1, then those of ARRAY2, and so on. Elements from this toolbox
 %   join with [ARRAY1, ARRAY2] too; this function also joins structures that lack
-%   each other's fields: amplitude is then 1, phase and apodization_index are 0, and
-%   any other missing field is empty.
+%   each other's fields: amplitude is then 1, phase, time_delay and apodization_index
+%   are 0, and any other missing field is empty.
 %
 %   Errors: an argument that is no array of elements (the argument, the element and
 %   the field are named), no argument at all.
@@ -25,7 +25,8 @@ function array = join(varargin)
     given = fieldnames(varargin{i});
     names = [names; given(~ismember(given, names))];
   end
-  defaults = struct('amplitude', 1, 'phase', 0, 'apodization_index', 0);
+  defaults = struct('amplitude', 1, 'phase', 0, 'time_delay', 0, ...
+                    'apodization_index', 0);
   order = cell2struct(cell(numel(names), 1), names, 1);
   parts = cell(1, nargin);
   for i = 1:nargin

@@ -34,7 +34,7 @@ function check_array(caller, array)
   end
   check_field(caller, array, 1:numel(array), 'center', 3);
   check_field(caller, array, 1:numel(array), 'euler', 3);
-  weights = {'amplitude', 'phase'};
+  weights = {'amplitude', 'phase', 'time_delay'};
   for i = find(isfield(array, weights))
     check_field(caller, array, 1:numel(array), weights{i}, 1);
   end

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "fields/element.h"
+#include "fields/method.h"
+#include "fields/node_rule.h"
+#include "fields/points.h"
+#include "fields/tile_runner.h"
+#include "inputs/coordinate_grid.h"
+#include "inputs/medium.h"
+#include "inputs/numerical_integration.h"
+
+namespace kestrel::fields {
+
+/// Every element at every point, by one method.
+struct DirectJob {
+  std::span<const Element> elements;
+  const PointSource& points;
+  const Medium& medium;
+  const Method& method;
+  const NodeRule& rule;
+  std::size_t tile = 0;  ///< points per tile; 0: as tile_size says
+};
+
+/// The least and greatest number of nodes that a job used.
+struct NodeRange {
+  std::atomic<int> least{0}, greatest{0};
+  void include(int nodes);
+};
+
+/// One thread's own copy of everything that a method touches: on each tile it calls the method for
+/// the elements in their order. What they add to is the derived worker's.
+class ElementWorker : public TileWorker {
+ public:
+  void run(std::size_t tile) final;
+
+ protected:
+  ElementWorker(const DirectJob& job, std::size_t tile_size, NodeRange& used);
+
+  /// Before the elements of a tile: its `count` points hear nothing yet.
+  virtual void clear(std::size_t count) = 0;
+  /// After them: the tile's sums belong to the points from `first` on.
+  virtual void collect(std::size_t first, std::size_t count) = 0;
+
+  /// One by element, with medium, points and rule.
+  std::span<const std::unique_ptr<Transducer>> transducers() const { return _transducers; }
+  std::size_t largest_tile() const { return _tile_size; }
+
+ private:
+  NumericalIntegration& rule_of(int nodes);
+
+  const DirectJob& _job;
+  NodeRange& _used;
+  Medium _medium;
+  std::size_t _tile_size;
+  CoordinateGrid _grid;
+  std::map<int, NumericalIntegration> _rules;
+  std::vector<double> _columns;
+  std::vector<std::unique_ptr<Transducer>> _transducers;
+};
+
+/// Whether elements of this geometry have the method.
+bool has_method(const Geometry& geometry, const Method& method, const Medium& medium);
+
+/// Fails when a shape of the array lacks the method, naming the first such element and those of
+/// `methods` that its shape has.
+void check_methods(std::span<const Element> elements, const Method& method,
+                   std::span<const Method> methods, const Medium& medium);
+
+}  // namespace kestrel::fields

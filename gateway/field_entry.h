@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "fields/element.h"
+#include "fields/method.h"
+#include "host/mex_api.h"
+#include "inputs/coordinate_grid.h"
+
+/// What the compiled halves of the whole-array functions share.
+
+namespace kestrel::gateway {
+
+/// All elements of a structure array, which may be empty.
+std::vector<fields::Element> read_elements(const mxArray* array);
+
+/// Fields of the structure `options`.
+std::string text_option(const mxArray* options, const char* field);
+double number_option(const mxArray* options, const char* field);
+
+/// The method of that name among `methods`; fails with a list of them.
+const fields::Method* read_method(const mxArray* options, std::span<const fields::Method> methods);
+
+/// A number of quadrature nodes, at least 1.
+int read_nodes(const mxArray* ndiv);
+
+/// Says now and then how far long work is, and asks whether the user wants it to end.
+class Console {
+ public:
+  /// `entry`: the name by which users know the function.
+  Console(const char* entry, bool prints) : _entry(entry), _prints(prints) {}
+
+  bool operator()(double fraction);
+
+ private:
+  static constexpr double kPeriod = 4;
+
+  double seconds() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
+  }
+
+  const char* _entry;
+  std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
+  double _next = kPeriod;
+  bool _prints;
+};
+
+/// Warns when of `total` values some are not finite; `finite(i)` asks for value i, which belongs to
+/// the grid point i modulo the number of points.
+void warn_of_values_that_are_not_finite(const char* entry, std::size_t total,
+                                        const CoordinateGrid& grid,
+                                        const std::function<bool(std::size_t)>& finite);
+
+/// Runs an entry's body; its errors begin with the name by which users know the entry.
+void run_named(const char* entry, const std::function<void()>& body);
+
+}  // namespace kestrel::gateway

@@ -1,0 +1,97 @@
+function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation, varargin)
+%TRANSIENT_FIELD  Transient pressure field of an array of elements: pulses.
+%   P = kestrel.transient_field(ARRAY, GRID, MEDIUM, TIME, NDIV, EXCITATION) is the
+%   pressure at the points of GRID over the times of TIME, the sum over all elements of
+%   ARRAY, of any mix of shapes, each in its own place with its own amplitude and delay.
+%      ARRAY       elements, from kestrel.linear_array, kestrel.rectangle and others.
+%                  The field 'time_delay', seconds, by which an element starts later, may
+%                  be missing (no delay): see kestrel.focus_delays. Phases do not count
+%      GRID        observation points, from set_coordinate_grid
+%      MEDIUM      from kestrel.medium; its attenuation does not count
+%      TIME        time axis, from set_time_samples
+%      NDIV        number of quadrature nodes per integral
+%      EXCITATION  velocity of the faces over time, from set_excitation_function: one
+%                  for all elements or one for each
+%      P           nx-by-ny-by-nz-by-nt for a regular grid, m-by-nt for a list of m
+%                  points, in pascals when excitations are in m/s
+%
+%   [P, INFO] = kestrel.transient_field(...) also returns what was done: the method, the
+%   time in seconds, the nodes, the threads, the instruction set, and the working memory
+%   in bytes.
+%
+%   ... = kestrel.transient_field(..., NAME, VALUE, ...) with the options
+%      'method'    one of
+%                  'fnm_tsd'                      fast nearfield method with time-space
+%                                                 decomposition, the default
+%                  'fnm_transient'                the same without decomposition: the same
+%                                                 numbers, many times slower
+%                  'fnm_tsd_low_precision', 'fnm_tsd_sse'   in single precision
+%                  'fnm_fdtsd'                    for sampled excitations
+%                  'fnm_transient_behind_source', 'fnm_tsd_behind_source'   the points
+%                                                 behind a shell
+%                  'rayleigh_transient'           Rayleigh integral, NDIV by NDIV
+%                  'impulse_response'             of the velocity potential, m/s: P does
+%                                                 not depend on NDIV and EXCITATION
+%                  Not every shape has every method
+%      'threads'   number of threads; 0, the default, is one per processor core. The
+%                  result does not depend on it
+%      'progress'  false: say nothing, however long it takes
+%
+%   Points behind an element's face receive nothing from it, but by the methods for them.
+%   An empty ARRAY gives zeros. Ctrl-C ends the calculation. Values that are NaN or Inf
+%   are warned of.
+%
+%   Errors: an argument that is not what it should be (the element and the field are
+%   named); a number of excitations that is neither one nor that of the elements; an
+%   unknown option or method; a shape that lacks the method.
+%
+%   Example:
+%      medium = kestrel.medium('lossless');
+%      array = kestrel.linear_array(32, 0.5e-3, 10e-3, 0.6e-3);
+%      array = kestrel.focus_delays(array, [0 0 30e-3], medium);
+%      grid = set_coordinate_grid([0.5e-3 0 0.5e-3], -12e-3, 12e-3, 0, 0, 5e-3, 45e-3);
+%      time = set_time_samples(0.1e-6, 0, 36e-6);
+%      pulse = set_excitation_function(2, 1, 1e6, 3e-6, 0);
+%      p = kestrel.transient_field(array, grid, medium, time, 16, pulse);
+%      kestrel.show_field(p(:, :, :, 201), grid, 'scale', 'linear');
+%
+%   See also set_time_samples, set_excitation_function, kestrel.focus_delays,
+%   kestrel.cw_field.
+  caller = 'kestrel.transient_field';
+  if nargin < 6
+    error('kestrel:argument', ...
+          ['%s: expected (array, grid, medium, time, ndiv, excitation, name, value, ...), ' ...
+           'but there were %d arguments.'], caller, nargin);
+  end
+  options = struct('method', 'fnm_tsd', 'threads', 0, 'progress', true);
+  options = kestrel.detail.parse_options(caller, options, varargin);
+  if ~ischar(options.method)
+    error('kestrel:option', '%s: method must be a text.', caller);
+  end
+  if ~isequal(options.threads, 0)
+    options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
+  end
+  options.progress = kestrel.detail.check_switch(caller, 'progress', options.progress);
+
+  % Elements, times and excitations are checked where they are read, in the compiled part.
+  kestrel.detail.check_grid(caller, grid);
+  kestrel.detail.check_medium(caller, medium);
+  if ~isstruct(time)
+    error('kestrel:argument', ...
+          '%s: the time must be one structure, as set_time_samples returns.', caller);
+  end
+  ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
+
+  try
+    if nargout < 2
+      p = kestrel.detail.transient_field(array, grid, medium, time, ndiv, excitation, options);
+    else
+      [p, info] = kestrel.detail.transient_field(array, grid, medium, time, ndiv, ...
+                                                 excitation, options);
+    end
+  catch failure
+    % Octave puts the name of the compiled function in front of its text.
+    text = strrep(failure.message, 'transient_field: kestrel.', 'kestrel.');
+    error(failure.identifier, '%s', text);
+  end
+end
