@@ -93,16 +93,14 @@ BENCHMARK(BM_Direct)
     ->ArgNames({"lossy", "threads"})
     ->ArgsProduct({{0, 1}, {1, 2}})
     ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime();
+    ->MeasureProcessCPUTime();
 
 void BM_DirectAligned(benchmark::State& state) { run_array(state, 0, false, false, 1); }
 BENCHMARK(BM_DirectAligned)
     ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime()
-    ->UseRealTime();
+    ->MeasureProcessCPUTime();
 
 void BM_Reuse(benchmark::State& state) { run_array(state, 0, false, true, 1); }
-BENCHMARK(BM_Reuse)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
+BENCHMARK(BM_Reuse)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 
 }  // namespace
