@@ -2,7 +2,6 @@
 // `pair` is the processor time for one element at one point.
 
 #include <benchmark/benchmark.h>
-
 #include <cmath>
 #include <complex>
 #include <vector>
@@ -96,9 +95,7 @@ BENCHMARK(BM_Direct)
     ->MeasureProcessCPUTime();
 
 void BM_DirectAligned(benchmark::State& state) { run_array(state, 0, false, false, 1); }
-BENCHMARK(BM_DirectAligned)
-    ->Unit(benchmark::kMillisecond)
-    ->MeasureProcessCPUTime();
+BENCHMARK(BM_DirectAligned)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 
 void BM_Reuse(benchmark::State& state) { run_array(state, 0, false, true, 1); }
 BENCHMARK(BM_Reuse)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();

@@ -26,8 +26,14 @@ using Likeness = std::array<double, 8>;
 
 Likeness likeness(const Element& e) {
   const auto with = [&](std::array<double, 3> size) -> Likeness {
-    return {static_cast<double>(e.geometry.index()), size[0], size[1], size[2],
-            e.euler.x, e.euler.y, e.euler.z, static_cast<double>(e.apodization_index)};
+    return {static_cast<double>(e.geometry.index()),
+            size[0],
+            size[1],
+            size[2],
+            e.euler.x,
+            e.euler.y,
+            e.euler.z,
+            static_cast<double>(e.apodization_index)};
   };
   struct Sizes {
     std::array<double, 3> operator()(const Rectangle& g) const { return {g.width, g.height, 0}; }
@@ -99,11 +105,10 @@ std::vector<GridPart> cut(const CoordinateGrid& grid, int parts) {
 
 /// How the group shares its field in the memory allowed; none when it cannot or it does not pay.
 std::optional<ReusedGroup> plan_reuse(const std::vector<Element>& elements, const Method& method,
-                                      const CoordinateGrid& grid, double per_point,
-                                      double memory) {
+                                      const CoordinateGrid& grid, double per_point, double memory) {
   constexpr int kMostParts = 1024;
-  const double direct = static_cast<double>(grid.npoints()) *
-                        static_cast<double>(elements.size()) * per_point;
+  const double direct =
+      static_cast<double>(grid.npoints()) * static_cast<double>(elements.size()) * per_point;
   for (int parts = 1; parts <= kMostParts; parts *= 4) {
     ReusedGroup group;
     bool fits = true;
@@ -167,8 +172,8 @@ Work plan_work(const std::vector<Element>& elements, const CoordinateGrid& grid,
 }
 
 /// The tolerance of each element, relative to rho c |amplitude|, for that of the whole field: as if
-/// the errors of all elements added up. The field's peak is not known yet; that of a small sample is
-/// a lower bound.
+/// the errors of all elements added up. The field's peak is not known yet; that of a small sample
+/// is a lower bound.
 double element_tolerance(TileRunner& runner, const std::vector<Element>& elements,
                          const PointSource& points, const Medium& medium,
                          const Settings& settings) {
@@ -207,17 +212,16 @@ void check_settings(const Settings& settings) {
 std::size_t error_samples(const std::vector<Element>& elements, double cost) {
   constexpr double kShare = 0.03, kLeastCost = 2e6;  // nanoseconds
   constexpr double kPerElement = 400;
-  const double affordable = std::max(kShare * cost, kLeastCost) /
-                            (kPerElement * static_cast<double>(std::max<std::size_t>(
-                                               elements.size(), 1)));
+  const double affordable =
+      std::max(kShare * cost, kLeastCost) /
+      (kPerElement * static_cast<double>(std::max<std::size_t>(elements.size(), 1)));
   return static_cast<std::size_t>(std::clamp(affordable, 16.0, 1000.0));
 }
 
 }  // namespace
 
 Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
-                     const Medium& medium, const Settings& settings,
-                     std::complex<double>* result) {
+                     const Medium& medium, const Settings& settings, std::complex<double>* result) {
   const auto start = std::chrono::steady_clock::now();
   const Method& method = *settings.method;
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
@@ -275,8 +279,7 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   }
 
   runner.messages().replay();
-  report.seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return report;
 }
 

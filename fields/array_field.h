@@ -27,8 +27,8 @@ struct Settings {
   /// Bytes of working memory, besides the result, that reuse may take.
   double memory = 512e6;
   bool estimate_error = true;
-  /// For the length of the calculation; the best one when not given. Chosen for the whole process, so
-  /// not for two calculations at once.
+  /// For the length of the calculation; the best one when not given. Chosen for the whole process,
+  /// so not for two calculations at once.
   std::optional<InstructionSet> instruction_set;
   /// See TileRunner::Progress.
   TileRunner::Progress progress = {};
@@ -60,7 +60,6 @@ struct Report {
 /// that a shape lacks, and with Cancelled when progress says so; then `result` is unspecified.
 /// Texts of the methods come once each, on the calling thread, which must be the host's.
 Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
-                     const Medium& medium, const Settings& settings,
-                     std::complex<double>* result);
+                     const Medium& medium, const Settings& settings, std::complex<double>* result);
 
 }  // namespace kestrel::fields

@@ -53,8 +53,10 @@ struct Checker {
     finite("inner_radius", inner);
     positive("outer_radius", outer);
     if (inner < 0 || inner >= outer) {
-      host::fail("element %zu: inner_radius must be at least 0 and below outer_radius = %g, but it "
-                 "is %g.", number, outer, inner);
+      host::fail(
+          "element %zu: inner_radius must be at least 0 and below outer_radius = %g, but it "
+          "is %g.",
+          number, outer, inner);
     }
   }
   void curvature(const char* field, double curvature, const char* rim, double radius) const {
@@ -127,8 +129,10 @@ void check_element(const Element& element, std::size_t number) {
   check.finite("phase", element.phase);
   check.finite("time_delay", element.time_delay);
   if (element.apodization_index < 0 || element.apodization_index > 4) {
-    host::fail("element %zu: apodization_index must be 0 (none), 1 (cosine), 2 (raised cosine), "
-               "3 (quadratic) or 4 (quartic), but it is %d.", number, element.apodization_index);
+    host::fail(
+        "element %zu: apodization_index must be 0 (none), 1 (cosine), 2 (raised cosine), "
+        "3 (quadratic) or 4 (quartic), but it is %d.",
+        number, element.apodization_index);
   }
 }
 

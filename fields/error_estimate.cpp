@@ -45,7 +45,8 @@ std::vector<std::size_t> choose_points(const DirectJob& job, std::size_t samples
 
 /// p_fnm = (1 - j alpha/k) p_Rayleigh.
 std::complex<double> loss_factor(const Medium& medium) {
-  const double alpha = medium._dBcmMHz * 100 * (medium._f0 / 1e6) / (20 * std::log10(std::numbers::e));
+  const double alpha =
+      medium._dBcmMHz * 100 * (medium._f0 / 1e6) / (20 * std::log10(std::numbers::e));
   const double k = 2 * std::numbers::pi * medium._f0 / medium._soundspeed;
   return {1.0, k > 0 ? -alpha / k : 0.0};
 }
@@ -67,10 +68,11 @@ double estimate_error(TileRunner& runner, const DirectJob& job, int nodes, std::
   const std::complex<double> factor =
       job.method.yardstick == Yardstick::nearfield_unlossy ? loss_factor(job.medium) : 1.0;
 
-  const std::vector<std::complex<double>> reference = compute_points(
-      runner, {job.elements, job.points, job.medium, method,
-               itself ? static_cast<const NodeRule&>(more) : converged},
-      chosen);
+  const std::vector<std::complex<double>> reference =
+      compute_points(runner,
+                     {job.elements, job.points, job.medium, method,
+                      itself ? static_cast<const NodeRule&>(more) : converged},
+                     chosen);
   double largest = 0;
   for (std::size_t i = 0; i < chosen.size(); ++i) {
     largest = std::max(largest, std::abs(field[chosen[i]] - reference[i] / factor));

@@ -31,9 +31,7 @@ int few(int n) {
 /// A range of values of one coordinate in the element's frame.
 struct Range {
   double least, greatest;
-  double least_magnitude() const {
-    return least > 0 ? least : greatest < 0 ? -greatest : 0;
-  }
+  double least_magnitude() const { return least > 0 ? least : greatest < 0 ? -greatest : 0; }
   double greatest_magnitude() const { return std::max(std::abs(least), std::abs(greatest)); }
   /// Distance of the range from a value.
   double distance(double value) const {
@@ -72,7 +70,7 @@ double ellipse_through(std::complex<double> w) {
 struct Integral {
   double ellipse;  ///< through the branch point
   double kappa;
-  double length;   ///< metres
+  double length;         ///< metres
   bool on_rim = false;   ///< over the angle of a rim, else along a straight edge
   bool at_pole = false;  ///< the singularity is a pole: no bound but the ellipse
 };
@@ -80,7 +78,7 @@ struct Integral {
 /// The ellipses among which the rule looks for the best one.
 struct Ellipse {
   double log_r;
-  double growth;      ///< semi-minor axis (r - 1/r)/2: how far a path that is linear in the edge grows
+  double growth;  ///< semi-minor axis (r - 1/r)/2: how far a path that is linear in the edge grows
   double rim_growth;  ///< the same for one that goes with the cosine of an angle over (0, pi)
   explicit Ellipse(double l)
       : log_r(l), growth(std::sinh(l)), rim_growth(std::sinh(kPi / 2 * growth) / (kPi / 2)) {}
@@ -108,8 +106,8 @@ struct Rule {
       if (ellipse.log_r > largest) break;
       best = std::min(best, enough_on(ellipse));
     }
-    const double at_the_edge = std::sqrt(kEdgeGain * wavenumber * integral.length / tolerance) +
-                               integral.kappa;
+    const double at_the_edge =
+        std::sqrt(kEdgeGain * wavenumber * integral.length / tolerance) + integral.kappa;
     const int most = integral.at_pole ? kMostAtPole : kMost;
     const double enough = integral.at_pole ? best : std::min(best, at_the_edge);
     return few(static_cast<int>(std::ceil(std::clamp<double>(enough, kLeast, most))));
@@ -125,7 +123,8 @@ struct Rule {
       // Over the whole edge, from outside of its extent.
       const double nearest = std::max(a, along.least_magnitude());
       const double slope = (farthest + a) / std::hypot(d, farthest + a);
-      n = std::max(n, nodes({ellipse_through({nearest / a, d / a}), wavenumber * a * slope, 2 * a}));
+      n = std::max(n,
+                   nodes({ellipse_through({nearest / a, d / a}), wavenumber * a * slope, 2 * a}));
     }
     if (along.least_magnitude() < a) {
       // Split at the point's projection.
@@ -136,7 +135,8 @@ struct Rule {
     return n;
   }
 
-  /// Largest dR/dpsi along a rim of radius a, seen from `height` above its plane and r off its axis.
+  /// Largest dR/dpsi along a rim of radius a, seen from `height` above its plane and r off its
+  /// axis.
   static double steepest(double a, double r, double height) {
     const double sum = height * height + r * r + a * a, product = 2 * a * r;
     return std::sqrt((sum - std::sqrt(std::max(0.0, sum * sum - product * product))) / 2);
@@ -155,7 +155,8 @@ struct Rule {
     // cos(psi) = 1 + d^2 / (2 a r) at the branch point, psi imaginary.
     const double r_near = std::max(std::clamp(a, radius.least, radius.greatest), 1e-300);
     const double psi = std::acosh(1 + std::min(1e12, d * d / (2 * a * r_near)));
-    return nodes({ellipse_through({-1.0, psi / (kPi / 2)}), wavenumber * slope * kPi / 2, kPi * a, true});
+    return nodes(
+        {ellipse_through({-1.0, psi / (kPi / 2)}), wavenumber * slope * kPi / 2, kPi * a, true});
   }
 };
 

@@ -27,14 +27,14 @@ class FixedNodes : public NodeRule {
 /// rho c |amplitude| at every point of the tile.
 ///
 /// Every integral of that method runs along an edge or a rim, and its integrand is analytic but for
-/// the branch points where the path R from the point to the edge, continued to complex places on the
-/// edge, vanishes. Gauss's rule with n nodes errs by no more than C M r^(-2n) for any ellipse about
-/// the interval, of sum of semi-axes r, on which the integrand stays below M (Davis and Rabinowitz,
-/// "Methods of Numerical Integration", section 4.6). Along the imaginary axis the wave grows with the
-/// rate k dR/du, so M = e^{kappa (r - 1/r)/2}, kappa being half the interval times the largest rate;
-/// on a rim, where R goes with the cosine of an angle, sinh takes
-/// the place of the linear growth. And r must stay inside the nearest branch point. The number of nodes is the least that the best
-/// ellipse allows:
+/// the branch points where the path R from the point to the edge, continued to complex places on
+/// the edge, vanishes. Gauss's rule with n nodes errs by no more than C M r^(-2n) for any ellipse
+/// about the interval, of sum of semi-axes r, on which the integrand stays below M (Davis and
+/// Rabinowitz, "Methods of Numerical Integration", section 4.6). Along the imaginary axis the wave
+/// grows with the rate k dR/du, so M = e^{kappa (r - 1/r)/2}, kappa being half the interval times
+/// the largest rate; on a rim, where R goes with the cosine of an angle, sinh takes the place of
+/// the linear growth. And r must stay inside the nearest branch point. The number of nodes is the
+/// least that the best ellipse allows:
 ///
 ///     2 n ln r >= ln(C / tolerance) + kappa (r - 1/r)/2
 ///

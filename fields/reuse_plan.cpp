@@ -99,8 +99,8 @@ std::optional<AxisLattice> find_lattice(const double* values, int count, double 
   AxisLattice lattice;
   lattice.start.resize(centers.size());
   // A few roundings of the largest number that enters a difference.
-  lattice.tolerance = 8 * kEpsilon * std::max(largest_magnitude({values, n}),
-                                              largest_magnitude(centers));
+  lattice.tolerance =
+      8 * kEpsilon * std::max(largest_magnitude({values, n}), largest_magnitude(centers));
   if (count == 1) step = 1;  // no neighbours: equal centres share, others do not
   if (lattice.tolerance > 1e-3 * step) return std::nullopt;
 
@@ -143,14 +143,14 @@ std::optional<AxisLattice> find_lattice(const double* values, int count, double 
     for (const Window& window : windows) {
       covered = std::max(covered, window.first);  // a gap is not filled
       const auto known = static_cast<std::size_t>(covered - window.first);
-      lattice.start[window.element] =
-          static_cast<std::uint32_t>(lattice.position.size() - known);
+      lattice.start[window.element] = static_cast<std::uint32_t>(lattice.position.size() - known);
       for (std::size_t i = known; i < n; ++i) {
         lattice.position.push_back(values[i] - centers[window.element]);
       }
       covered = window.first + static_cast<std::int64_t>(n);
     }
-    if (lattice.position.size() > std::numeric_limits<std::uint32_t>::max() / 2) return std::nullopt;
+    if (lattice.position.size() > std::numeric_limits<std::uint32_t>::max() / 2)
+      return std::nullopt;
   }
   return lattice;
 }
@@ -220,16 +220,16 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
   }
   if (plan._axisymmetric) {
     const std::vector<double>&x = plan.folded_values(plan._role[0]),
-    &y = plan.folded_values(plan._role[1]);
+          &y = plan.folded_values(plan._role[1]);
     if (static_cast<double>(x.size()) * static_cast<double>(y.size()) > 5e7) return std::nullopt;
     std::vector<double> radii;
     radii.reserve(x.size() * y.size());
     for (const double b : y) {
       for (const double a : x) radii.push_back(std::sqrt(a * a + b * b));
     }
-    const double tolerance = std::max(plan._lattice[0].tolerance,
-                                      std::max(plan._lattice[1].tolerance,
-                                               plan._lattice[2].tolerance));
+    const double tolerance =
+        std::max(plan._lattice[0].tolerance,
+                 std::max(plan._lattice[1].tolerance, plan._lattice[2].tolerance));
     plan._radius = merge_equal(radii, tolerance);
   }
   if (plan.is_fragile(group, method, part, turn->exact)) return std::nullopt;
@@ -259,8 +259,8 @@ bool ReusePlan::is_fragile(std::span<const Element> group, const Method& method,
     }
   }
   if (jumps.sphere > 0) {
-    const double curvature = jumps.sphere, behind = *std::max_element(jumps.planes.begin(),
-                                                                      jumps.planes.end());
+    const double curvature = jumps.sphere,
+                 behind = *std::max_element(jumps.planes.begin(), jumps.planes.end());
     for (const double z : folded_values(_role[2])) {
       if (z > behind + margin) continue;
       const double zeta = z - curvature;
@@ -316,8 +316,8 @@ std::size_t ReusePlan::result_index(std::size_t row) const {
 
 double ReusePlan::memory() const {
   const double complex = 2 * sizeof(double);
-  double bytes = complex * (static_cast<double>(table_size()) +
-                            static_cast<double>(distinct_points()));
+  double bytes =
+      complex * (static_cast<double>(table_size()) + static_cast<double>(distinct_points()));
   for (const AxisLattice& lattice : _lattice) {
     bytes += 12.0 * static_cast<double>(lattice.position.size()) +
              4.0 * static_cast<double>(lattice.start.size());

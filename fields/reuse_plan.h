@@ -79,8 +79,8 @@ class ReusePlan {
   /// The distinct point whose field stands at a place of the table.
   std::size_t distinct_of(std::size_t run, std::size_t b, std::size_t c) const;
 
-  /// The grid's rows along the run axis: their length and number, the part's row r, and where in the
-  /// table the row of element e begins.
+  /// The grid's rows along the run axis: their length and number, the part's row r, and where in
+  /// the table the row of element e begins.
   std::size_t row_length() const { return static_cast<std::size_t>(_count[0]); }
   std::size_t rows() const { return static_cast<std::size_t>(_count[1]) * _count[2]; }
   std::size_t result_index(std::size_t row) const;
@@ -113,7 +113,7 @@ class ReusePlan {
   std::array<double, 3> _sign{};
 
   bool _axisymmetric = false;
-  Distinct _radius;  ///< over (folded x, folded y), x fastest
+  Distinct _radius;                      ///< over (folded x, folded y), x fastest
   std::array<std::size_t, 3> _stride{};  ///< of the whole grid's result, by role
   std::size_t _offset = 0;
 

@@ -131,8 +131,8 @@ void TileRunner::run(std::size_t count, const std::function<void(std::size_t til
     explicit Worker(const std::function<void(std::size_t)>& w) : work(w) {}
     void run(std::size_t tile) override { work(tile); }
   };
-  run(count, std::function<std::unique_ptr<TileWorker>()>(
-                 [&] { return std::make_unique<Worker>(work); }));
+  run(count,
+      std::function<std::unique_ptr<TileWorker>()>([&] { return std::make_unique<Worker>(work); }));
 }
 
 }  // namespace kestrel::fields

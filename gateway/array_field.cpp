@@ -2,13 +2,14 @@
 ///
 ///     [p, info] = array_field (array, grid, medium, ndiv, f0, options)
 ///
-/// `options` is a structure with the fields method (text), threads (0: all), reuse, tolerance (empty:
-/// use ndiv), memory (bytes), progress, instruction_set (text).
+/// `options` is a structure with the fields method (text), threads (0: all), reuse, tolerance
+/// (empty: use ndiv), memory (bytes), progress, instruction_set (text).
+
+#include "fields/array_field.h"
 
 #include <cmath>
 #include <vector>
 
-#include "fields/array_field.h"
 #include "gateway/field_entry.h"
 #include "host/complex_array.h"
 #include "host/entry.h"
@@ -35,8 +36,10 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
       if (set == kestrel::name(known)) settings.instruction_set = known;
     }
     if (!settings.instruction_set) {
-      host::fail("unknown instruction set '%s'; there are 'auto', 'scalar', 'baseline', 'avx2', "
-                 "'avx512'.", set.c_str());
+      host::fail(
+          "unknown instruction set '%s'; there are 'auto', 'scalar', 'baseline', 'avx2', "
+          "'avx512'.",
+          set.c_str());
     }
   }
   settings.threads = static_cast<int>(number_option(options, "threads"));
@@ -53,8 +56,9 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
 }
 
 mxArray* describe(const fields::Report& report, const fields::Settings& settings) {
-  const char* fields[] = {"method",  "time",    "nodes",           "way",    "reused_elements",
-                          "threads", "instruction_set", "memory", "error_estimate"};
+  const char* fields[] = {"method",          "time",    "nodes",           "way",
+                          "reused_elements", "threads", "instruction_set", "memory",
+                          "error_estimate"};
   mxArray* info = mxCreateStructMatrix(1, 1, static_cast<int>(std::size(fields)), fields);
   const auto set = [&](const char* field, mxArray* value) { mxSetField(info, 0, field, value); };
   const auto number = [](double value) { return mxCreateDoubleScalar(value); };
@@ -90,11 +94,11 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   settings.progress = [&](double fraction) { return console(fraction); };
   settings.estimate_error = nlhs > 1;
 
-  mxArray* result =
-      grid.regular() ? host::create_complex_result(static_cast<std::size_t>(grid.nx()),
-                                                   static_cast<std::size_t>(grid.ny()),
-                                                   static_cast<std::size_t>(grid.nz()))
-                     : host::create_complex_result(static_cast<std::size_t>(grid.npoints()));
+  mxArray* result = grid.regular()
+                        ? host::create_complex_result(static_cast<std::size_t>(grid.nx()),
+                                                      static_cast<std::size_t>(grid.ny()),
+                                                      static_cast<std::size_t>(grid.nz()))
+                        : host::create_complex_result(static_cast<std::size_t>(grid.npoints()));
   auto* pressure = reinterpret_cast<std::complex<double>*>(mxGetComplexDoubles(result));
   const fields::Report report = fields::compute_field(elements, grid, medium, settings, pressure);
   warn_of_values_that_are_not_finite(

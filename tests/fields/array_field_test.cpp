@@ -1,8 +1,7 @@
 #include "fields/array_field.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
+#include <gtest/gtest.h>
 #include <stdexcept>
 
 #include "arrays.h"
@@ -27,11 +26,10 @@ TEST(ArrayField, MixedArrayIsTheSumOfSingleCalls) {
 
 TEST(ArrayField, EveryMethodRunsItsOwnSlot) {
   const auto grid = regular_grid({9, 5, 7}, {-3e-3, -2e-3, 1e-3}, {0.7e-3, 1e-3, 2e-3});
-  const std::vector<Element> all = {element(Rectangle{2e-3, 4e-3}, {1e-3, 0, 0}, kTurned, 2, 1),
-                                    element(Circle{2e-3}, {0, 1e-3, 0}, {}, 1, -1),
-                                    element(Ring{1e-3, 2e-3}),
-                                    element(Shell{3e-3, 1e-2}, {}, kTurned),
-                                    element(ShellRing{1e-3, 3e-3, 1e-2}, {}, {}, 0.5)};
+  const std::vector<Element> all = {
+      element(Rectangle{2e-3, 4e-3}, {1e-3, 0, 0}, kTurned, 2, 1),
+      element(Circle{2e-3}, {0, 1e-3, 0}, {}, 1, -1), element(Ring{1e-3, 2e-3}),
+      element(Shell{3e-3, 1e-2}, {}, kTurned), element(ShellRing{1e-3, 3e-3, 1e-2}, {}, {}, 0.5)};
   for (const Method& method : continuous_wave_methods()) {
     std::vector<Element> array;
     for (Element e : all) {
@@ -122,15 +120,17 @@ TEST(ArrayField, RefusesWhatCannotBeAndNamesIt) {
       {apodized, "element 2: apodization_index"},
   };
   for (const auto& c : cases) {
-    const Outcome outcome =
-        outcome_of([&] { compute({good, c.bad, good}, *grid, water(), with_nodes(4)); });
+    const Outcome outcome = outcome_of([&] {
+      compute({good, c.bad, good}, *grid, water(), with_nodes(4));
+    });
     EXPECT_NE(outcome.error.value_or("").find(c.text), std::string::npos)
         << c.text << " / " << outcome.error.value_or("no error");
   }
   Settings settings = with_nodes(4);
   settings.method = find_continuous_wave_method("farfield_cw");
-  const Outcome lacking =
-      outcome_of([&] { compute({good, element(Circle{1e-3})}, *grid, water(), settings); });
+  const Outcome lacking = outcome_of([&] {
+    compute({good, element(Circle{1e-3})}, *grid, water(), settings);
+  });
   EXPECT_NE(lacking.error.value_or("").find("element 2: the shape 'circ' has no method "
                                             "'farfield_cw'; it has 'fnm_cw'"),
             std::string::npos)

@@ -53,8 +53,8 @@ inline std::vector<Element> lattice(Geometry geometry, int nx, int ny, double pi
   std::vector<Element> array;
   for (int iy = 0; iy < ny; ++iy) {
     for (int ix = 0; ix < nx; ++ix) {
-      array.push_back(element(geometry, {(ix - (nx - 1) / 2.0) * pitch_x,
-                                         (iy - (ny - 1) / 2.0) * pitch_y, 0},
+      array.push_back(element(geometry,
+                              {(ix - (nx - 1) / 2.0) * pitch_x, (iy - (ny - 1) / 2.0) * pitch_y, 0},
                               euler, 1 + 0.1 * ix, 0.7 * ix - 0.3 * iy));
     }
   }
@@ -71,8 +71,8 @@ inline std::vector<Element> mixed_array(int copies = 1, unsigned seed = 1) {
   for (int i = 0; i < copies; ++i) {
     for (const Geometry& shape : shapes) {
       array.push_back(element(shape, {place(random), place(random), place(random)},
-                              {angle(random), angle(random), angle(random)},
-                              1 + angle(random), phase(random)));
+                              {angle(random), angle(random), angle(random)}, 1 + angle(random),
+                              phase(random)));
     }
   }
   return array;

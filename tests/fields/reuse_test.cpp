@@ -1,11 +1,9 @@
-#include "fields/reuse_plan.h"
-
 #include <gtest/gtest.h>
-
 #include <numbers>
 
 #include "arrays.h"
 #include "fields/direct_field.h"
+#include "fields/reuse_plan.h"
 
 namespace kestrel::fields {
 namespace {
@@ -13,8 +11,8 @@ namespace {
 constexpr double kHalfTurn = std::numbers::pi, kQuarterTurn = std::numbers::pi / 2;
 
 /// Grid and array share a lattice; the field by reuse is the direct one up to rounding: positions
-/// are merged within 8 epsilon of the largest coordinate, which the wavenumber turns into 1e-13 of an
-/// element's field, and sums of many elements are taken in another order.
+/// are merged within 8 epsilon of the largest coordinate, which the wavenumber turns into 1e-13 of
+/// an element's field, and sums of many elements are taken in another order.
 constexpr double kRounding = 1e-12;
 
 struct Case {
@@ -40,37 +38,77 @@ const Rectangle kBar{0.5e-3, 4e-3}, kTile{0.6e-3, 0.6e-3};
 
 std::vector<Case> lattice_cases() {
   return {
-      {"pitch of two steps", lattice(kBar, 16, 1, 0.6e-3, 0), {61, 1, 50}, {-9e-3, 0, 1e-3},
+      {"pitch of two steps",
+       lattice(kBar, 16, 1, 0.6e-3, 0),
+       {61, 1, 50},
+       {-9e-3, 0, 1e-3},
        {0.3e-3, 0, 0.7e-3}},
-      {"edges on grid points", lattice(kTile, 8, 8, 0.6e-3, 0.6e-3), {33, 29, 9},
-       {-4.8e-3, -4.2e-3, 0}, {0.3e-3, 0.3e-3, 1.7e-3}},
-      {"pitch of 2/3 and 5/4 steps", lattice(kTile, 9, 7, 0.8e-3, 1.5e-3), {31, 22, 8},
-       {-17e-3, -13e-3, 2e-3}, {1.2e-3, 1.2e-3, 5e-3}},
-      {"off centre by a third of a step", moved(lattice(kBar, 12, 2, 1e-3, 5e-3), 1e-3 / 3, 0, 0),
-       {40, 9, 7}, {-20e-3, 0, 1e-3}, {1e-3, 1e-3, 4e-3}},
+      {"edges on grid points",
+       lattice(kTile, 8, 8, 0.6e-3, 0.6e-3),
+       {33, 29, 9},
+       {-4.8e-3, -4.2e-3, 0},
+       {0.3e-3, 0.3e-3, 1.7e-3}},
+      {"pitch of 2/3 and 5/4 steps",
+       lattice(kTile, 9, 7, 0.8e-3, 1.5e-3),
+       {31, 22, 8},
+       {-17e-3, -13e-3, 2e-3},
+       {1.2e-3, 1.2e-3, 5e-3}},
+      {"off centre by a third of a step",
+       moved(lattice(kBar, 12, 2, 1e-3, 5e-3), 1e-3 / 3, 0, 0),
+       {40, 9, 7},
+       {-20e-3, 0, 1e-3},
+       {1e-3, 1e-3, 4e-3}},
       {"centres at several depths",
        joined(lattice(kBar, 8, 1, 1e-3, 0), moved(lattice(kBar, 8, 1, 1e-3, 0), 0, 0, -4e-3)),
-       {40, 5, 15}, {-20e-3, 0, 1e-3}, {1e-3, 1e-3, 2e-3}},
-      {"rows along y", lattice(kBar, 8, 4, 1e-3, 5e-3), {1, 60, 40}, {0.5e-3, -15e-3, 1e-3},
+       {40, 5, 15},
+       {-20e-3, 0, 1e-3},
+       {1e-3, 1e-3, 2e-3}},
+      {"rows along y",
+       lattice(kBar, 8, 4, 1e-3, 5e-3),
+       {1, 60, 40},
+       {0.5e-3, -15e-3, 1e-3},
        {0, 0.5e-3, 1e-3}},
       {"rows along z", lattice(kBar, 9, 5, 1e-3, 5e-3), {1, 1, 400}, {0, 0, 1e-3}, {0, 0, 1e-4}},
-      {"facing down, turned by a quarter", lattice(kBar, 8, 1, 1e-3, 0, {kHalfTurn, 0, kQuarterTurn}),
-       {40, 9, 10}, {-20e-3, -4e-3, -10.5e-3}, {1e-3, 1e-3, 1e-3}},
-      {"facing along x", lattice(kBar, 1, 8, 0, 1e-3, {kQuarterTurn, 0, 0}), {20, 30, 9},
-       {0.5e-3, -15e-3, -4e-3}, {1e-3, 1e-3, 1e-3}},
-      {"discs", lattice(Circle{0.4e-3}, 6, 6, 1e-3, 1e-3), {31, 31, 7}, {-7.5e-3, -7.5e-3, 0},
+      {"facing down, turned by a quarter",
+       lattice(kBar, 8, 1, 1e-3, 0, {kHalfTurn, 0, kQuarterTurn}),
+       {40, 9, 10},
+       {-20e-3, -4e-3, -10.5e-3},
+       {1e-3, 1e-3, 1e-3}},
+      {"facing along x",
+       lattice(kBar, 1, 8, 0, 1e-3, {kQuarterTurn, 0, 0}),
+       {20, 30, 9},
+       {0.5e-3, -15e-3, -4e-3},
+       {1e-3, 1e-3, 1e-3}},
+      {"discs",
+       lattice(Circle{0.4e-3}, 6, 6, 1e-3, 1e-3),
+       {31, 31, 7},
+       {-7.5e-3, -7.5e-3, 0},
        {0.5e-3, 0.5e-3, 3e-3}},
-      {"rings, other steps in x and y", lattice(Ring{0.2e-3, 0.4e-3}, 6, 4, 1e-3, 1.2e-3),
-       {31, 21, 7}, {-7.5e-3, -6e-3, 1e-3}, {0.5e-3, 0.6e-3, 3e-3}},
-      {"shells and a focus on the grid", lattice(Shell{0.9e-3, 3e-3}, 5, 5, 2e-3, 2e-3),
-       {25, 25, 9}, {-6e-3, -6e-3, -1e-3}, {0.5e-3, 0.5e-3, 0.5e-3}},
-      {"shell rings along y", lattice(ShellRing{0.3e-3, 0.9e-3, 4e-3}, 1, 6, 0, 2e-3),
-       {9, 41, 6}, {-2e-3, -10e-3, 0.2e-3}, {0.5e-3, 0.5e-3, 1e-3}},
+      {"rings, other steps in x and y",
+       lattice(Ring{0.2e-3, 0.4e-3}, 6, 4, 1e-3, 1.2e-3),
+       {31, 21, 7},
+       {-7.5e-3, -6e-3, 1e-3},
+       {0.5e-3, 0.6e-3, 3e-3}},
+      {"shells and a focus on the grid",
+       lattice(Shell{0.9e-3, 3e-3}, 5, 5, 2e-3, 2e-3),
+       {25, 25, 9},
+       {-6e-3, -6e-3, -1e-3},
+       {0.5e-3, 0.5e-3, 0.5e-3}},
+      {"shell rings along y",
+       lattice(ShellRing{0.3e-3, 0.9e-3, 4e-3}, 1, 6, 0, 2e-3),
+       {9, 41, 6},
+       {-2e-3, -10e-3, 0.2e-3},
+       {0.5e-3, 0.5e-3, 1e-3}},
       {"two sizes, one of them alone on its lattice",
-       joined(lattice(kBar, 12, 1, 1e-3, 0), lattice(kTile, 6, 1, 2e-3, 0)), {41, 7, 9},
-       {-20e-3, 0, 1e-3}, {1e-3, 1e-3, 4e-3}},
-      {"an element by itself, mirrored", {element(kBar, {0, 0, 0}, {}, 1.3, 0.4)}, {41, 41, 9},
-       {-10e-3, -10e-3, 1e-3}, {0.5e-3, 0.5e-3, 4e-3}},
+       joined(lattice(kBar, 12, 1, 1e-3, 0), lattice(kTile, 6, 1, 2e-3, 0)),
+       {41, 7, 9},
+       {-20e-3, 0, 1e-3},
+       {1e-3, 1e-3, 4e-3}},
+      {"an element by itself, mirrored",
+       {element(kBar, {0, 0, 0}, {}, 1.3, 0.4)},
+       {41, 41, 9},
+       {-10e-3, -10e-3, 1e-3},
+       {0.5e-3, 0.5e-3, 4e-3}},
   };
 }
 
@@ -95,7 +133,8 @@ TEST(Reuse, WorksForEveryMethodThatAllowsIt) {
     if (!method.reusable) continue;
     std::vector<Element> array;
     for (const Geometry& shape : {Geometry(kBar), Geometry(Circle{0.9e-3})}) {
-      if (has_method(shape, method, water())) array = joined(array, lattice(shape, 6, 3, 2e-3, 2e-3));
+      if (has_method(shape, method, water()))
+        array = joined(array, lattice(shape, 6, 3, 2e-3, 2e-3));
     }
     for (Element& e : array) e.apodization_index = 3;
     Settings settings = with_nodes(6);
@@ -136,7 +175,8 @@ TEST(Reuse, IsLeftWhereItWouldNotBeExact) {
   std::vector<Element> scattered = bars;
   for (std::size_t i = 0; i < scattered.size(); ++i) {
     const double x = static_cast<double>(i * i);
-    scattered[i].center = {1e-4 * std::sqrt(2 + x), 1e-4 * std::sqrt(3 + x), 1e-4 * std::sqrt(5 + x)};
+    scattered[i].center = {1e-4 * std::sqrt(2 + x), 1e-4 * std::sqrt(3 + x),
+                           1e-4 * std::sqrt(5 + x)};
   }
   EXPECT_EQ(reused(scattered, *above), 0U);
 }
@@ -161,11 +201,17 @@ TEST(Lattice, EveryElementFindsItsDifferences) {
   const struct {
     double pitch;
     std::size_t most;  // positions, for 20 elements
-  } cases[] = {{6e-4, 57 + 38}, {3e-4, 57 + 19}, {4.5e-4, 2 * 57 + 2 * 27}, {1e-4, 3 * (57 + 7)},
-               {0, 57}, {1, 20 * 57}, {3e-4 * std::numbers::sqrt2, 20 * 57}};
+  } cases[] = {{6e-4, 57 + 38},
+               {3e-4, 57 + 19},
+               {4.5e-4, 2 * 57 + 2 * 27},
+               {1e-4, 3 * (57 + 7)},
+               {0, 57},
+               {1, 20 * 57},
+               {3e-4 * std::numbers::sqrt2, 20 * 57}};
   for (const auto& c : cases) {
     std::vector<double> centers(20);
-    for (std::size_t e = 0; e < 20; ++e) centers[e] = (static_cast<double>(e * 7 % 20) - 9.5) * c.pitch;
+    for (std::size_t e = 0; e < 20; ++e)
+      centers[e] = (static_cast<double>(e * 7 % 20) - 9.5) * c.pitch;
     const auto found = find_lattice(values.data(), 57, 3e-4, centers);
     ASSERT_TRUE(found);
     EXPECT_LE(found->position.size(), c.most) << c.pitch;

@@ -1,7 +1,6 @@
 // The number of nodes for a tolerance, and the estimate of the error.
 
 #include <gtest/gtest.h>
-
 #include <numbers>
 
 #include "arrays.h"
@@ -14,8 +13,9 @@ namespace {
 
 constexpr double kWavelength = 1.5e-3;
 
-/// An element at the origin and a point in front of it, both drawn at random: sizes from a fifth of a
-/// wavelength to fifteen, points from a hundredth of a wavelength off the face or an edge to a hundred.
+/// An element at the origin and a point in front of it, both drawn at random: sizes from a fifth of
+/// a wavelength to fifteen, points from a hundredth of a wavelength off the face or an edge to a
+/// hundred.
 struct Probe {
   Element source;
   CartesianCoordinate point;
@@ -75,8 +75,8 @@ double worst_of(double tolerance, int elements, double used) {
     const Box box{probe.point, probe.point};
     const int nodes = std::max(1, static_cast<int>(used * rule.nodes(probe.source, box)));
     const Field field = sum_of_single_calls({probe.source}, grid, medium, nodes);
-    const Field reference = sum_of_single_calls({probe.source}, grid, medium,
-                                                converged.nodes(probe.source, box) + 10);
+    const Field reference =
+        sum_of_single_calls({probe.source}, grid, medium, converged.nodes(probe.source, box) + 10);
     worst = std::max(worst, std::abs(field[0] - reference[0]) / (tolerance * 1.5e6));
   }
   return worst;
@@ -132,8 +132,9 @@ TEST(Tolerance, IsKeptByAThousandElementsTogetherAndTheEstimateIsTrue) {
   NodeRange used;
   TileRunner runner(2, {});
   runner.begin_stage(1);
-  add_direct_field(runner, {scene.array, points, medium, *find_continuous_wave_method("fnm_cw"), rule,
-                            10}, reference.data(), used);
+  add_direct_field(runner,
+                   {scene.array, points, medium, *find_continuous_wave_method("fnm_cw"), rule, 10},
+                   reference.data(), used);
   Settings settings = with_nodes(0);
   settings.estimate_error = true;
   for (const double tolerance : {1e-2, 1e-4, 1e-6}) {
@@ -176,16 +177,22 @@ TEST(Tolerance, RefusesWhatItCannotKeep) {
   for (const double tolerance : {0.0, 1e-11, 1.0, std::nan("")}) {
     settings.tolerance = tolerance;
     EXPECT_NE(outcome_of([&] { compute(mixed_array(), *grid, water(), settings); })
-                  .error.value_or("").find("the tolerance must be"), std::string::npos);
+                  .error.value_or("")
+                  .find("the tolerance must be"),
+              std::string::npos);
   }
   settings.tolerance = 1e-3;
   settings.method = find_continuous_wave_method("fnm_cw_single");
-  EXPECT_NE(outcome_of([&] { compute({element(Rectangle{1e-3, 1e-3})}, *grid, water(), settings); })
-                .error.value_or("").find("for 'fnm_cw_single' give their number"),
+  EXPECT_NE(outcome_of([&] {
+              compute({element(Rectangle{1e-3, 1e-3})}, *grid, water(), settings);
+            })
+                .error.value_or("")
+                .find("for 'fnm_cw_single' give their number"),
             std::string::npos);
 }
 
-/// What each kind of method is compared with: the estimate of a good setting is small, with loss too.
+/// What each kind of method is compared with: the estimate of a good setting is small, with loss
+/// too.
 TEST(ErrorEstimate, KnowsWhatEachMethodApproximates) {
   const auto grid = regular_grid({11, 5, 9}, {-5e-3, -2e-3, 4e-3}, {1e-3, 1e-3, 4e-3});
   const struct {

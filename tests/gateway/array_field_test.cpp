@@ -1,8 +1,7 @@
 // The compiled entry behind kestrel.cw_field, as the interpreter calls it.
 
-#include <gtest/gtest.h>
-
 #include <complex>
+#include <gtest/gtest.h>
 
 #include "host/standalone/standalone_host.h"
 
@@ -28,12 +27,12 @@ StructArray grid(int nx = 3, int nz = 2) {
 
 StructArray water() {
   StructArray medium;
-  for (const char* field : {"specificheat", "specificheatofblood", "bloodperfusion", "powerlawexponent",
-                            "thermalconductivity", "nonlinearityparameter"}) {
+  for (const char* field : {"specificheat", "specificheatofblood", "bloodperfusion",
+                            "powerlawexponent", "thermalconductivity", "nonlinearityparameter"}) {
     medium.set(field, 0.0);
   }
-  return std::move(medium.set("density", 1000.0).set("soundspeed", 1500.0)
-                       .set("attenuationdBcmMHz", 0.0));
+  return std::move(
+      medium.set("density", 1000.0).set("soundspeed", 1500.0).set("attenuationdBcmMHz", 0.0));
 }
 
 StructArray options() {
@@ -117,7 +116,8 @@ TEST(ArrayFieldEntry, NamesWhatIsWrong) {
   StructArray half = rectangles(1, 3);
   half.set("amplitude", 1.0, 0);
   refused("element 2: amplitude must be one real, finite number", half);
-  for (std::size_t i = 0; i < 3; ++i) half.set("amplitude", 1.0, i).set("apodization_index", 2.5, i);
+  for (std::size_t i = 0; i < 3; ++i)
+    half.set("amplitude", 1.0, i).set("apodization_index", 2.5, i);
   refused("element 1: apodization_index must be 0", half);
 }
 
@@ -129,14 +129,14 @@ TEST(ArrayFieldEntry, WarnsOfValuesThatAreNotFinite) {
       call(mexFunction, 1, {rectangles(1, 1), grid(), medium, nodes, frequency, options()});
   ASSERT_EQ(result.warnings.size(), 1U);
   EXPECT_NE(result.warnings[0].find("6 of 6 pressures are NaN or Inf, the first at point 1, (0, 0, "
-                                    "0.001) m"), std::string::npos)
+                                    "0.001) m"),
+            std::string::npos)
       << result.warnings[0];
 }
 
 TEST(ArrayFieldEntry, AnInterruptEndsIt) {
-  const RegisteredFunction interrupt("pause(0);", [](int, mxArray**, int, const mxArray**) {
-    mexErrMsgTxt("interrupt");
-  });
+  const RegisteredFunction interrupt(
+      "pause(0);", [](int, mxArray**, int, const mxArray**) { mexErrMsgTxt("interrupt"); });
   // Work for a minute, were it not ended.
   const CallResult result = compute(rectangles(20, 20), grid(300, 300), options(), 500);
   EXPECT_EQ(result.error, "kestrel.cw_field: The calculation was cancelled.");
