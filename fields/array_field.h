@@ -29,7 +29,7 @@ struct Settings {
   bool estimate_error = true;
   /// For the length of the calculation; the best one when not given. Chosen for the whole process,
   /// so not for two calculations at once.
-  std::optional<InstructionSet> instruction_set;
+  std::optional<InstructionSet> instruction_set = {};
   /// See TileRunner::Progress.
   TileRunner::Progress progress = {};
 };
