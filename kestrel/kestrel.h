@@ -8,6 +8,7 @@
 #include "excitation/t_cubed_pulse.h"
 #include "excitation/tone_burst.h"
 #include "fields/array_field.h"
+#include "fields/transient_field.h"
 #include "host/error.h"
 #include "host/host.h"
 #include "host/standalone/standalone_host.h"
