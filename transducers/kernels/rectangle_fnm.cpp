@@ -38,14 +38,14 @@ class RectangleTile {
     if (along == Projection::outside) {
       // On the middle plane both edges are equally far: one integral, added twice.
       const bool twins = across == Projection::centred;
+      const int source[2] = {0, twins ? 0 : 1};
       for (std::size_t j = 0; j < node.size(); ++j) {
         edge_term(offset, static_cast<Real>(node[j]), _distance[direction.whole[0]], weight[j], 0);
         if (!twins) {
           edge_term(offset, static_cast<Real>(node[j]), _distance[direction.whole[1]], weight[j],
                     1);
         }
-        add(0);
-        add(twins ? 0 : 1);
+        add<2>(source);
       }
       return;
     }
@@ -67,8 +67,8 @@ class RectangleTile {
           split_term(_distance[direction.split[m].along], t_squared,
                      _distance[direction.split[m].across], _element.unit_weight[j], m);
         }
-        add(source[m]);
       }
+      add<4>(source);
     }
   }
 
@@ -114,11 +114,18 @@ class RectangleTile {
     _term_im[m][i] = Precision::contribution(im - _direct_im[i], factor, divisor, weight);
   }
 
-  KESTREL_INLINE void add(int m) {
+  /// Adds a node's terms in their order; `source` says where each was stored.
+  template <int terms>
+  KESTREL_INLINE void add(const int* source) {
     KESTREL_LANES
     for (int i = 0; i < _count; ++i) {
-      _tile.re[i] += _term_re[m][i];
-      _tile.im[i] += _term_im[m][i];
+      double re = _tile.re[i], im = _tile.im[i];
+      for (int m = 0; m < terms; ++m) {
+        re += _term_re[source[m]][i];
+        im += _term_im[source[m]][i];
+      }
+      _tile.re[i] = re;
+      _tile.im[i] = im;
     }
   }
 
