@@ -14,9 +14,9 @@ namespace kestrel {
 ///
 ///     f(t - tau) = sum over k of spatial_k(tau) * temporal_k(t),
 ///
-/// by which the terms of all delays of a field can be summed before the time axis is walked. Spatial
-/// terms are one value per term; temporal terms are term-major, out[k * nt + i] for term k and
-/// sample i.
+/// by which the terms of all delays of a field can be summed before the time axis is walked.
+/// Spatial terms are one value per term; temporal terms are term-major, out[k * nt + i] for term k
+/// and sample i.
 ///
 /// This class is the signal given by samples, held as the one-sided lines of its discrete Fourier
 /// transform; `ToneBurst`, `HanningPulse` and `TCubedPulse` are analytic. All times in seconds.

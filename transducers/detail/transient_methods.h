@@ -34,8 +34,8 @@ class TransientField {
  public:
   virtual ~TransientField() = default;
 
-  /// Adds the pressure at every grid point for the first `samples` samples of the element's axis, in
-  /// number at most what the tables were made for.
+  /// Adds the pressure at every grid point for the first `samples` samples of the element's axis,
+  /// in number at most what the tables were made for.
   virtual void superpose(Transducer& element, const DelaySource& source, int samples) = 0;
 };
 
@@ -94,8 +94,8 @@ struct SignedImpulse {
   double sign = 1;
 };
 
-/// Adds amplitude times the spatial impulse response at every point that is heard: one walk over the
-/// points for each face, in turn.
+/// Adds amplitude times the spatial impulse response at every point that is heard: one walk over
+/// the points for each face, in turn.
 template <class Impulse>
 int superpose_impulse_response(Transducer& element,
                                std::initializer_list<SignedImpulse<Impulse>> faces) {

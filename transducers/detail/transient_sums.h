@@ -2,10 +2,14 @@
 
 /// The ways of summing a list of delays. Each has
 ///
-///     using Scalar                                        of its trace
-///     int begin(const RisingTimes&, const Transducer&)    once per call; returns the number of
-///     passes void start_pass(int pass)                           before each walk over the points
-///     void add(const DelayList&, Scalar* trace)           one point
+/// - `Scalar`, of its trace;
+/// - a constructor (excitation, source, samples), which has all tables for such inputs;
+/// - `int begin(const RisingTimes&, const Transducer&)`, once per call: the number of passes;
+/// - `void start_pass(int pass)`, before each walk over the points;
+/// - `void add(const DelayList&, Scalar* trace)`, for one point.
+///
+/// What is summed is the excitation that the element has when `begin` is called; only the number of
+/// its terms must be that of the excitation for which the tables were made.
 
 #include <algorithm>
 #include <cmath>

@@ -10,9 +10,9 @@ namespace kestrel {
 ///
 ///     p(t) = sum over n of weight[n] * v(t - delay[n]).
 ///
-/// It is the fast nearfield expression with the phase e^{-jkR} replaced by the delay R/c: one entry per
-/// node of the edge integrals, and one for the direct path. No derivative of the signal is involved.
-/// Every edge entry stands against the direct path, so the weights add up to zero.
+/// It is the fast nearfield expression with the phase e^{-jkR} replaced by the delay R/c: one entry
+/// per node of the edge integrals, and one for the direct path. No derivative of the signal is
+/// involved. Every edge entry stands against the direct path, so the weights add up to zero.
 ///
 /// The entries form runs; within a run delays do not fall.
 class DelayList {
