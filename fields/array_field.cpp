@@ -218,29 +218,87 @@ std::size_t error_samples(const std::vector<Element>& elements, double cost) {
   return static_cast<std::size_t>(std::clamp(affordable, 16.0, 1000.0));
 }
 
+/// The settings' instruction set, if there is one, for the life of a scope.
+class ChosenInstructionSet {
+ public:
+  explicit ChosenInstructionSet(const Settings& settings) {
+    if (!settings.instruction_set) return;
+    _scope.emplace(*settings.instruction_set);
+    if (!_scope->chosen()) {
+      host::fail("this processor has no instruction set '%s'.", name(*settings.instruction_set));
+    }
+  }
+
+ private:
+  std::optional<ScopedInstructionSet> _scope;
+};
+
+class Clock {
+ public:
+  double seconds() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
+  }
+
+ private:
+  std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
+};
+
+Report begin_report(const TileRunner& runner) {
+  Report report;
+  report.threads = runner.threads();
+  report.instruction_set = instruction_set();
+  report.error_estimate = std::numeric_limits<double>::quiet_NaN();
+  return report;
+}
+
 }  // namespace
+
+Report compute_harmonics(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                         const Medium& medium, std::span<const int> harmonics,
+                         const Settings& settings, std::complex<double>* result) {
+  const Clock clock;
+  for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
+  if (settings.tolerance) {
+    host::fail("'kzk_cw' takes no tolerance: its steps decide how accurate it is.");
+  }
+  const int carried = kzk::carried_harmonics(settings.kzk);
+  for (const int harmonic : harmonics) {
+    if (harmonic < 1 || harmonic > carried) {
+      host::fail("harmonic %d was asked for, but the march carries the harmonics 1 to %d.",
+                 harmonic, carried);
+    }
+  }
+  check_methods(elements, *find_continuous_wave_method("kzk_cw"), continuous_wave_methods(),
+                medium);
+  std::fill_n(result,
+              static_cast<std::size_t>(grid.npoints()) * std::max<std::size_t>(harmonics.size(), 1),
+              std::complex<double>{});
+  const ChosenInstructionSet chosen_set(settings);
+  TileRunner runner(settings.threads, settings.progress);
+  Report report = begin_report(runner);
+  const MarchJob job{elements, grid, medium, settings.kzk, settings.expected};
+  report.march = add_harmonics(runner, job, harmonics, result);
+  report.direct_elements = elements.size();
+  report.memory = report.march.bytes;
+  runner.messages().replay();
+  report.seconds = clock.seconds();
+  return report;
+}
 
 Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
                      const Medium& medium, const Settings& settings, std::complex<double>* result) {
-  const auto start = std::chrono::steady_clock::now();
+  const Clock clock;
   const Method& method = *settings.method;
+  if (method.marched) return compute_harmonics(elements, grid, medium, {}, settings, result);
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   check_settings(settings);
   check_methods(elements, method, continuous_wave_methods(), medium);
 
   const GridPoints points(grid);
   std::fill_n(result, points.size(), std::complex<double>{});
-  std::optional<ScopedInstructionSet> chosen_set;
-  if (settings.instruction_set) {
-    chosen_set.emplace(*settings.instruction_set);
-    if (!chosen_set->chosen()) {
-      host::fail("this processor has no instruction set '%s'.", name(*settings.instruction_set));
-    }
-  }
+  const ChosenInstructionSet chosen_set(settings);
   TileRunner runner(settings.threads, settings.progress);
-  Report report;
-  report.threads = runner.threads();
-  report.instruction_set = instruction_set();
+  Report report = begin_report(runner);
 
   std::unique_ptr<NodeRule> rule;
   if (settings.tolerance) {
@@ -270,7 +328,6 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   }
   report.least_nodes = used.least;
   report.greatest_nodes = used.greatest;
-  report.error_estimate = std::numeric_limits<double>::quiet_NaN();
   if (settings.estimate_error) {
     runner.begin_stage(0);
     report.error_estimate =
@@ -279,7 +336,7 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   }
 
   runner.messages().replay();
-  report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  report.seconds = clock.seconds();
   return report;
 }
 

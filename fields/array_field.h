@@ -4,9 +4,11 @@
 #include <cstddef>
 #include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "fields/element.h"
+#include "fields/march.h"
 #include "fields/method.h"
 #include "fields/tile_runner.h"
 #include "inputs/coordinate_grid.h"
@@ -18,7 +20,7 @@ namespace kestrel::fields {
 /// How a whole array's field is to be computed.
 struct Settings {
   const Method* method = find_continuous_wave_method("fnm_cw");
-  /// Quadrature nodes per integral; ignored when a tolerance is given.
+  /// Quadrature nodes per integral; ignored when a tolerance is given, and by 'kzk_cw'.
   int nodes = 0;
   /// Largest error wanted, relative to the field's peak; the number of nodes follows.
   std::optional<double> tolerance = {};
@@ -32,6 +34,9 @@ struct Settings {
   std::optional<InstructionSet> instruction_set = {};
   /// See TileRunner::Progress.
   TileRunner::Progress progress = {};
+  /// Grid, steps and harmonics of 'kzk_cw', and what to tell before it starts.
+  kzk::Parameters kzk = {};
+  Expectation expected = {};
 };
 
 /// What was done.
@@ -44,8 +49,11 @@ struct Report {
   int threads = 0;
   double memory = 0;  ///< bytes of working memory, besides the result
   /// Estimate of the largest difference between the result and a converged field, relative to the
-  /// result's peak; NaN when it was not asked for or there is nothing to estimate.
+  /// result's peak; NaN when it was not asked for or there is nothing to estimate, and for
+  /// 'kzk_cw'.
   double error_estimate = 0;
+  /// The largest march of 'kzk_cw'.
+  kzk::Cost march = {};
 };
 
 /// Pressure of an array on a grid: result[i] for grid point i is the sum over all elements, each in
@@ -61,5 +69,15 @@ struct Report {
 /// Texts of the methods come once each, on the calling thread, which must be the host's.
 Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
                      const Medium& medium, const Settings& settings, std::complex<double>* result);
+
+/// Harmonics of a nonlinear beam by 'kzk_cw', all from one march of each element: harmonic
+/// harmonics[h] at point i is result[h * points + i]; without harmonics, the one that settings.kzk
+/// names (the fundamental, if none) is result[i]. See fields/march.h for what arrays are here.
+///
+/// Fails as compute_field does, for a harmonic that the march does not carry, and when a march
+/// fails, with its reason.
+Report compute_harmonics(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                         const Medium& medium, std::span<const int> harmonics,
+                         const Settings& settings, std::complex<double>* result);
 
 }  // namespace kestrel::fields

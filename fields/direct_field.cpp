@@ -39,7 +39,6 @@ class DirectWorker : public ElementWorker {
 
 std::size_t tile_size(const DirectJob& job) {
   const std::size_t points = job.points.size();
-  if (job.method.whole_grid) return std::max<std::size_t>(points, 1);
   if (job.tile > 0) return job.tile;
   return std::clamp<std::size_t>(points / 64, 512, 4096);
 }

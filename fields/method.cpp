@@ -7,7 +7,7 @@ namespace {
 using enum Yardstick;
 
 constexpr Method kContinuousWave[] = {
-    // name, slot, yardstick, reusable, takes_tolerance, whole_grid
+    // name, slot, yardstick, reusable, takes_tolerance, marched
     {"farfield_cw", &Transducer::farfield_cw, nearfield_unlossy, true, false, false},
     {"fnm_cw", &Transducer::fnm_cw, nearfield, true, true, false},
     // The apodized methods have no unapodized field to be compared with.
@@ -33,6 +33,7 @@ constexpr Method kTransient[] = {
     {"fnm_fdtsd", &Transducer::fnm_fdtsd, more_nodes, false, false, false},
     {"rayleigh_transient", &Transducer::rayleigh_transient, more_nodes, false, false, false},
     {"impulse_response", &Transducer::impulse_response, more_nodes, false, false, false},
+    {"kzk_transient", &Transducer::kzk_transient, more_nodes, false, false, true},
 };
 
 const Method* find(std::span<const Method> methods, std::string_view name) {

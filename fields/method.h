@@ -28,8 +28,9 @@ struct Method {
   bool reusable;
   /// The number of nodes can follow from a tolerance (see node_rule.h).
   bool takes_tolerance;
-  /// The work per element does not split into points: the whole grid is one tile.
-  bool whole_grid;
+  /// Marched from the face of each element (fields/march.h): without quadrature nodes, and not
+  /// point by point.
+  bool marched;
 };
 
 /// The continuous-wave methods, by their names in the method table.

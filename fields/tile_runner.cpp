@@ -55,9 +55,7 @@ class Job {
     return _changed.wait_for(lock, kPollInterval, [this] { return _running == 0; });
   }
 
-  double fraction() const {
-    return _count == 0 ? 1.0 : static_cast<double>(_done) / static_cast<double>(_count);
-  }
+  double fraction() const { return _count == 0 ? 1.0 : _done / static_cast<double>(_count); }
 
   /// After the end.
   void finish(host::Messages& messages) {
@@ -74,13 +72,15 @@ class Job {
       const host::Detached scope(latest);
       const std::unique_ptr<TileWorker> worker = _make_worker();
       worker->_stop = &_stop;
+      worker->_done = &_done;
       distinct.absorb(latest);
       while (!_stop) {
         const std::size_t tile = _next++;
         if (tile >= _count) break;
         worker->run(tile);
         distinct.absorb(latest);
-        ++_done;
+        worker->report(1);
+        worker->_reported = 0;
       }
     } catch (...) {  // nothing of the host can be thrown here: the thread is detached from it
       failure = std::current_exception();
@@ -95,7 +95,8 @@ class Job {
 
   const std::size_t _count;
   const std::function<std::unique_ptr<TileWorker>()>& _make_worker;
-  std::atomic<std::size_t> _next{0}, _done{0};
+  std::atomic<std::size_t> _next{0};
+  std::atomic<double> _done{0};  // tiles, with fractions
   std::atomic<bool> _stop{false};
   std::mutex _mutex;  // guards what follows
   std::condition_variable _changed;

@@ -18,10 +18,17 @@ class TileWorker {
  protected:
   /// The job is to end and its result will not be read: return soon.
   bool stopped() const { return _stop != nullptr && _stop->load(std::memory_order_relaxed); }
+  /// This fraction of the tile at hand is done: for tiles that take long.
+  void report(double fraction) {
+    if (_done != nullptr) *_done += fraction - _reported;
+    _reported = fraction;
+  }
 
  private:
   friend class Job;
   const std::atomic<bool>* _stop = nullptr;
+  std::atomic<double>* _done = nullptr;
+  double _reported = 0;
 };
 
 /// The progress callback asked to stop.

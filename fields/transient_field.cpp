@@ -65,7 +65,7 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
                                         const TransientSettings& settings, double* result) {
   const auto start = std::chrono::steady_clock::now();
   const Method& method = *settings.method;
-  if (settings.nodes < 1) host::fail("the number of nodes must be at least 1.");
+  if (settings.nodes < 1 && !method.marched) host::fail("the number of nodes must be at least 1.");
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   if (!elements.empty() && excitations.size() != 1 && excitations.size() != elements.size()) {
     host::fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
@@ -76,9 +76,13 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
   const GridPoints points(grid);
   const std::size_t npoints = points.size(), samples = static_cast<std::size_t>(time.nt());
   TileRunner runner(settings.threads, settings.progress);
-  if (elements.empty()) {
-    std::fill_n(result, npoints * samples, 0.0);
-  } else if (npoints > 0 && samples > 0) {
+  TransientReport report;
+  if (elements.empty() || method.marched) std::fill_n(result, npoints * samples, 0.0);
+  if (method.marched) {
+    const MarchJob job{elements, grid, medium, settings.kzk, settings.expected};
+    report.march = add_pulses(runner, job, time, excitations, result);
+    report.memory = report.march.bytes;
+  } else if (!elements.empty() && npoints > 0 && samples > 0) {
     const FixedNodes rule(settings.nodes);
     const DirectJob job{elements, points, medium, method, rule};
     NodeRange used;
@@ -87,16 +91,14 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
     runner.run((npoints + size - 1) / size, [&] {
       return std::make_unique<TransientWorker>(job, time, excitations, result, used);
     });
+    report.memory = runner.threads() *
+                    (sizeof(double) * static_cast<double>(size) * static_cast<double>(samples + 6) +
+                     400.0 * static_cast<double>(elements.size()));
   }
   runner.messages().replay();
 
-  TransientReport report;
   report.threads = runner.threads();
   report.instruction_set = instruction_set();
-  report.memory =
-      runner.threads() * (sizeof(double) * static_cast<double>(tile_size(npoints, samples)) *
-                              static_cast<double>(samples + 6) +
-                          400.0 * static_cast<double>(elements.size()));
   report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return report;
 }

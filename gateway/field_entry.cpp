@@ -1,5 +1,6 @@
 #include "gateway/field_entry.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -43,14 +44,61 @@ double number_option(const mxArray* options, const char* field) {
   return read_scalar(field_value(options, field), "options", field);
 }
 
-const fields::Method* read_method(const mxArray* options,
-                                  std::span<const fields::Method> methods) {
+const fields::Method* read_method(const mxArray* options, std::span<const fields::Method> methods) {
   const std::string name = text_option(options, "method");
   for (const fields::Method& method : methods) {
     if (name == method.name) return &method;
   }
   host::fail("unknown method '%s'; the methods are %s.", name.c_str(),
              fields::list_names(methods).c_str());
+}
+
+kzk::Parameters read_march(const mxArray* options, bool pulse) {
+  struct Field {
+    const char* name;
+    float kzk::Parameters::*number;
+    int kzk::Parameters::*count;
+  };
+  using P = kzk::Parameters;
+  constexpr Field kPulse[] = {{"step", &P::step_factor, nullptr},
+                              {"radial_step", &P::radial_step, nullptr},
+                              {"radius", &P::domain_radius, nullptr},
+                              {"samples", &P::samples_per_period, nullptr},
+                              {"guard", &P::guard_periods, nullptr}};
+  constexpr Field kWave[] = {kPulse[0],
+                             kPulse[1],
+                             kPulse[2],
+                             {"harmonics", nullptr, &P::harmonics},
+                             {"harmonic", nullptr, &P::harmonic}};
+  const std::span<const Field> fields = pulse ? std::span<const Field>(kPulse) : kWave;
+  std::string names;
+  for (const Field& field : fields) names += (names.empty() ? "" : ", ") + std::string(field.name);
+
+  kzk::Parameters march;
+  const mxArray* given = field_value(options, "kzk");
+  if (given == nullptr || (mxIsEmpty(given) && !mxIsStruct(given))) return march;
+  if (!mxIsStruct(given) || mxGetNumberOfElements(given) != 1) {
+    host::fail("the option 'kzk' must be one structure with some of the fields %s.", names.c_str());
+  }
+  for (int i = 0; i < mxGetNumberOfFields(given); ++i) {
+    const char* name = mxGetFieldNameByNumber(given, i);
+    const auto field = std::find_if(fields.begin(), fields.end(), [&](const Field& f) {
+      return std::string_view(f.name) == name;
+    });
+    if (field == fields.end()) {
+      host::fail("the option 'kzk' has a field '%s'; what it may have is %s.", name, names.c_str());
+    }
+    const double value = read_scalar(mxGetFieldByNumber(given, 0, i), "option 'kzk'", name);
+    if (field->number != nullptr) {
+      march.*field->number = static_cast<float>(value);
+    } else if (!std::isnan(value)) {  // which means the default, as 0 does
+      if (value != std::floor(value)) {
+        host::fail("the option 'kzk': %s must be a whole number, but it is %g.", name, value);
+      }
+      march.*field->count = static_cast<int>(std::clamp(value, -1.0, 1e6));
+    }
+  }
+  return march;
 }
 
 int read_nodes(const mxArray* ndiv) {
@@ -74,6 +122,17 @@ bool Console::operator()(double fraction) {
     _next = now + kPeriod;
   }
   return true;
+}
+
+void Console::expect(double seconds) const {
+  constexpr double kLong = 6;
+  if (_prints && seconds > kLong) host::print("%s: this takes about %.0f s\n", _entry, seconds);
+}
+
+std::vector<std::size_t> result_size(const CoordinateGrid& grid) {
+  const auto extent = [](int n) { return static_cast<std::size_t>(n); };
+  if (!grid.regular()) return {extent(grid.npoints())};
+  return {extent(grid.nx()), extent(grid.ny()), extent(grid.nz())};
 }
 
 void warn_of_values_that_are_not_finite(const char* entry, std::size_t total,

@@ -10,6 +10,7 @@
 #include "fields/method.h"
 #include "host/mex_api.h"
 #include "inputs/coordinate_grid.h"
+#include "transducers/kernels/kzk_parameters.h"
 
 /// What the compiled halves of the whole-array functions share.
 
@@ -25,6 +26,11 @@ double number_option(const mxArray* options, const char* field);
 /// The method of that name among `methods`; fails with a list of them.
 const fields::Method* read_method(const mxArray* options, std::span<const fields::Method> methods);
 
+/// The march's parameters, in the field `kzk` of the options: a structure in which every number may
+/// be missing. Of a pulse (`pulse`) they are step, radial_step, radius, samples and guard, of a
+/// continuous wave step, radial_step, radius, harmonics and harmonic. Fails for other fields.
+kzk::Parameters read_march(const mxArray* options, bool pulse);
+
 /// A number of quadrature nodes, at least 1.
 int read_nodes(const mxArray* ndiv);
 
@@ -35,6 +41,9 @@ class Console {
   Console(const char* entry, bool prints) : _entry(entry), _prints(prints) {}
 
   bool operator()(double fraction);
+
+  /// Says how long the work will take, if that is long.
+  void expect(double seconds) const;
 
  private:
   static constexpr double kPeriod = 4;
@@ -48,6 +57,9 @@ class Console {
   double _next = kPeriod;
   bool _prints;
 };
+
+/// The extents of a field on the grid: three of a regular grid, one of a list of points.
+std::vector<std::size_t> result_size(const CoordinateGrid& grid);
 
 /// Warns when of `total` values some are not finite; `finite(i)` asks for value i, which belongs to
 /// the grid point i modulo the number of points.

@@ -2,7 +2,10 @@
 ///
 ///     [p, info] = transient_field (array, grid, medium, time, ndiv, excitation, options)
 ///
-/// `options` is a structure with the fields method (text), threads (0: all), progress.
+/// `options` is a structure with the fields method (text), threads (0: all), progress, kzk
+/// (structure, or empty).
+
+#include "fields/transient_field.h"
 
 #include <cmath>
 #include <iterator>
@@ -11,7 +14,6 @@
 #include <vector>
 
 #include "excitation/excitation_function.h"
-#include "fields/transient_field.h"
 #include "gateway/field_entry.h"
 #include "host/entry.h"
 #include "host/host.h"
@@ -49,15 +51,9 @@ class Excitations {
 /// The grid's shape with time as the last dimension.
 mxArray* create_result(const CoordinateGrid& grid, int samples) {
   std::vector<mwSize> dimensions;
-  const auto add = [&](int extent) { dimensions.push_back(static_cast<mwSize>(extent)); };
-  if (grid.regular()) {
-    add(grid.nx());
-    add(grid.ny());
-    add(grid.nz());
-  } else {
-    add(grid.npoints());
-  }
-  add(samples);
+  for (const std::size_t extent : result_size(grid))
+    dimensions.push_back(static_cast<mwSize>(extent));
+  dimensions.push_back(static_cast<mwSize>(samples));
   const double values = static_cast<double>(grid.npoints()) * samples;
   if (values > static_cast<double>(std::numeric_limits<std::ptrdiff_t>::max()) / sizeof(double)) {
     host::fail("Out of memory: the result has too many points.");
@@ -76,8 +72,11 @@ mxArray* create_result(const CoordinateGrid& grid, int samples) {
 
 mxArray* describe(const fields::TransientReport& report,
                   const fields::TransientSettings& settings) {
-  const char* fields[] = {"method", "time", "nodes", "threads", "instruction_set", "memory"};
-  mxArray* info = mxCreateStructMatrix(1, 1, static_cast<int>(std::size(fields)), fields);
+  const char* fields[] = {"method", "time",   "nodes",        "threads", "instruction_set",
+                          "memory", "planes", "radial_nodes", "samples"};
+  // The last three are of a march.
+  const int count = static_cast<int>(std::size(fields)) - (settings.method->marched ? 0 : 3);
+  mxArray* info = mxCreateStructMatrix(1, 1, count, fields);
   const auto set = [&](const char* field, mxArray* value) { mxSetField(info, 0, field, value); };
   set("method", mxCreateString(settings.method->name));
   set("time", mxCreateDoubleScalar(report.seconds));
@@ -85,13 +84,19 @@ mxArray* describe(const fields::TransientReport& report,
   set("threads", mxCreateDoubleScalar(report.threads));
   set("instruction_set", mxCreateString(name(report.instruction_set)));
   set("memory", mxCreateDoubleScalar(report.memory));
+  if (settings.method->marched) {
+    set("planes", mxCreateDoubleScalar(static_cast<double>(report.march.planes)));
+    set("radial_nodes", mxCreateDoubleScalar(static_cast<double>(report.march.nodes)));
+    set("samples", mxCreateDoubleScalar(static_cast<double>(report.march.unknowns)));
+  }
   return info;
 }
 
 void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   if (nrhs != kArguments || nlhs > 2) {
-    host::fail("expected [p, info] = transient_field(array, grid, medium, time, ndiv, excitation, "
-               "options).");
+    host::fail(
+        "expected [p, info] = transient_field(array, grid, medium, time, ndiv, excitation, "
+        "options).");
   }
   const std::vector<fields::Element> elements = read_elements(prhs[kArray]);
   CoordinateGrid grid;
@@ -104,9 +109,11 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   fields::TransientSettings settings;
   settings.method = read_method(prhs[kOptions], fields::transient_methods());
   settings.threads = static_cast<int>(number_option(prhs[kOptions], "threads"));
-  settings.nodes = read_nodes(prhs[kNdiv]);
+  settings.kzk = read_march(prhs[kOptions], true);
+  if (!settings.method->marched) settings.nodes = read_nodes(prhs[kNdiv]);
   Console console(kEntry, number_option(prhs[kOptions], "progress") != 0);
   settings.progress = [&](double fraction) { return console(fraction); };
+  settings.expected = [&](double seconds) { console.expect(seconds); };
 
   mxArray* result = create_result(grid, time.nt());
   double* pressure = mxGetDoubles(result);

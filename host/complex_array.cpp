@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <span>
 
 namespace kestrel::host {
 namespace {
@@ -24,16 +23,19 @@ std::size_t count_of(std::span<const std::size_t> extents) {
 
 // Not mxCreateNumericArray or mxCreateNumericMatrix with the full size: under interleaved complex
 // Octave 7.3 reserves half of the bytes there, and whoever fills the array writes past its end. An
-// empty complex array that gets its dimensions and its storage afterwards is valid on every host. In
-// Octave even an empty array has a block of its own, which setting the storage would lose.
+// empty complex array that gets its dimensions and its storage afterwards is valid on every host.
+// In Octave even an empty array has a block of its own, which setting the storage would lose.
 mxArray* create(std::span<const std::size_t> extents) {
+  constexpr std::size_t kMost = 4;
+  if (extents.size() > kMost) fail("A result has at most %zu dimensions.", kMost);
   const std::size_t count = count_of(extents);
   mxArray* result = mxCreateDoubleMatrix(0, 0, mxCOMPLEX);
   if (result == nullptr) fail("Out of memory: the result cannot be created.");
 
-  mwSize dimensions[3] = {};
+  mwSize dimensions[kMost] = {1, 1, 1, 1};
   for (std::size_t i = 0; i < extents.size(); ++i) dimensions[i] = static_cast<mwSize>(extents[i]);
-  const int refused = mxSetDimensions(result, dimensions, static_cast<mwSize>(extents.size()));
+  const int refused = mxSetDimensions(
+      result, dimensions, static_cast<mwSize>(std::max<std::size_t>(extents.size(), 2)));
 
   mxComplexDouble* storage = nullptr;
   if (refused == 0 && count > 0) {
@@ -63,15 +65,14 @@ mxArray* part_of(const mxArray* array, const char* function) {
 
 }  // namespace
 
-mxArray* create_complex_result(std::size_t rows) {
-  const std::size_t extents[] = {rows, 1};
-  return create(extents);
-}
+mxArray* create_complex_result(std::size_t rows) { return create({&rows, 1}); }
 
 mxArray* create_complex_result(std::size_t nx, std::size_t ny, std::size_t nz) {
   const std::size_t extents[] = {nx, ny, nz};
   return create(extents);
 }
+
+mxArray* create_complex_result(std::span<const std::size_t> extents) { return create(extents); }
 
 // Not mxGetComplexDoubles: what comes from Octave 7.3's interpreter has its parts in separate
 // storage, even under interleaved complex, and that function then ends the interpreter ("panic:

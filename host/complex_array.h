@@ -2,6 +2,7 @@
 
 #include <complex>
 #include <cstddef>
+#include <span>
 
 #include "host/host.h"
 #include "host/mex_api.h"
@@ -15,6 +16,9 @@ mxArray* create_complex_result(std::size_t rows);
 
 /// The same, `nx`-by-`ny`-by-`nz`. Hosts drop a third dimension of 1.
 mxArray* create_complex_result(std::size_t nx, std::size_t ny, std::size_t nz);
+
+/// The same with one to four extents; one alone is a column's.
+mxArray* create_complex_result(std::span<const std::size_t> extents);
 
 /// The values of a double array that came from the host, an argument or the result of a call, real
 /// or complex, in its linear order. Throws kestrel::Error for any other class.

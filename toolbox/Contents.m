@@ -25,6 +25,7 @@
 %
 % Fields
 %   kestrel.cw_field        - Continuous-wave pressure field of an array of elements.
+%   kestrel.harmonics       - Harmonics of a nonlinear beam of a circle or a shell.
 %   kestrel.transient_field - Transient pressure field of an array of elements: pulses.
 %   fnm_cw_single           - The compiled entry, for one element.
 %   kestrel.intensity       - Intensity of a field, as of a plane wave.

@@ -2,32 +2,17 @@
 
 #include <cmath>
 #include <new>
-#include <vector>
 
 #include "excitation/excitation_function.h"
 #include "host/host.h"
 #include "transducers/detail/wave_constants.h"
-#include "transducers/kernels/kzk_cw_march.h"
-#include "transducers/kernels/kzk_transient_march.h"
 
 namespace kestrel::detail {
 
 namespace {
 
-/// The grid in the element's own cylindrical coordinates.
-std::vector<kzk::Point> local_points(Transducer& element) {
-  const CoordinateGrid& grid = *element.global_coordinate_grid();
-  element.InitializeRotationMatrix();
-  std::vector<kzk::Point> points(static_cast<std::size_t>(grid.npoints()));
-  grid.for_each_point([&](int i, const CartesianCoordinate& point) {
-    const CartesianCoordinate p = element.rotateTranslate(point);
-    points[static_cast<std::size_t>(i)] = {std::sqrt(p.x * p.x + p.y * p.y), p.z};
-  });
-  return points;
-}
-
 void fill_problem(kzk::Problem& problem, const Transducer& element, const kzk::Aperture& aperture,
-                  const std::vector<kzk::Point>& points) {
+                  std::span<const kzk::Point> points) {
   const Medium& medium = *element.medium();
   problem.aperture = aperture;
   problem.fluid = {medium._f0, medium._soundspeed, medium._rho_density, medium._beta,
@@ -47,14 +32,52 @@ int report(const kzk::Report& report) {
 
 }  // namespace
 
+std::vector<kzk::Point> kzk_points(Transducer& element) {
+  const CoordinateGrid& grid = *element.global_coordinate_grid();
+  element.InitializeRotationMatrix();
+  std::vector<kzk::Point> points(static_cast<std::size_t>(grid.npoints()));
+  grid.for_each_point([&](int i, const CartesianCoordinate& point) {
+    const CartesianCoordinate p = element.rotateTranslate(point);
+    points[static_cast<std::size_t>(i)] = {std::sqrt(p.x * p.x + p.y * p.y), p.z};
+  });
+  return points;
+}
+
+std::vector<double> kzk_times(const Transducer& element) {
+  const TimeSamples& axis = *element.time_vector();
+  return table_of(axis.nt(), [&](int i) { return axis.time_index_value(i); });
+}
+
+kzk::CwProblem kzk_cw_problem(const Transducer& element, const kzk::Aperture& aperture,
+                              std::span<const kzk::Point> points) {
+  kzk::CwProblem problem;
+  fill_problem(problem, element, aperture, points);
+  problem.weight = element.get_complex_weight();
+  return problem;
+}
+
+kzk::TransientProblem kzk_transient_problem(const Transducer& element,
+                                            const kzk::Aperture& aperture,
+                                            std::span<const kzk::Point> points,
+                                            std::span<const double> times) {
+  const ExcitationFunction* excitation = element._excitation_function;
+  kzk::TransientProblem problem;
+  fill_problem(problem, element, aperture, points);
+  problem.amplitude = element.get_amplitude();
+  problem.drive.at = [excitation](double t) { return excitation->at(t); };
+  problem.drive.frequency = excitation->get_f0();
+  if (excitation->get_pulse_width() > 0) problem.drive.duration = excitation->get_pulse_width();
+  problem.drive.sampling_interval = excitation->sampling_interval();
+  problem.drive.delay = element.get_time_delay();
+  problem.times = times;
+  return problem;
+}
+
 int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
   if (is_negligible(element.get_amplitude())) return kSuccess;
   try {
-    const std::vector<kzk::Point> points = local_points(element);
-    kzk::CwProblem problem;
-    fill_problem(problem, element, aperture, points);
-    problem.weight = element.get_complex_weight();
-    const kzk::CwResult result = kzk::march_cw(problem);
+    const std::vector<kzk::Point> points = kzk_points(element);
+    const kzk::CwResult result = kzk::march_cw(kzk_cw_problem(element, aperture, points));
     const int code = report(result);
     if (code != kSuccess) return code;
     for (std::size_t i = 0; i < points.size(); ++i) {
@@ -67,26 +90,16 @@ int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
 }
 
 int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture) {
-  const ExcitationFunction* excitation = element._excitation_function;
-  const TimeSamples* axis = element.time_vector();
-  if (excitation == nullptr || axis == nullptr || element.transient_pressure() == nullptr) {
+  if (element._excitation_function == nullptr || element.time_vector() == nullptr ||
+      element.transient_pressure() == nullptr) {
     return kMisuse;
   }
   if (is_negligible(element.get_amplitude())) return kSuccess;
   try {
-    const std::vector<kzk::Point> points = local_points(element);
-    const std::vector<double> times =
-        table_of(axis->nt(), [&](int i) { return axis->time_index_value(i); });
-    kzk::TransientProblem problem;
-    fill_problem(problem, element, aperture, points);
-    problem.amplitude = element.get_amplitude();
-    problem.drive.at = [excitation](double t) { return excitation->at(t); };
-    problem.drive.frequency = excitation->get_f0();
-    if (excitation->get_pulse_width() > 0) problem.drive.duration = excitation->get_pulse_width();
-    problem.drive.sampling_interval = excitation->sampling_interval();
-    problem.drive.delay = element.get_time_delay();
-    problem.times = times;
-    const kzk::TransientResult result = kzk::march_transient(problem);
+    const std::vector<kzk::Point> points = kzk_points(element);
+    const std::vector<double> times = kzk_times(element);
+    const kzk::TransientResult result =
+        kzk::march_transient(kzk_transient_problem(element, aperture, points, times));
     const int code = report(result);
     if (code != kSuccess) return code;
     for (std::size_t i = 0; i < points.size(); ++i) {

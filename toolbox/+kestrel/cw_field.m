@@ -7,7 +7,8 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %              fields 'amplitude', 'phase' and 'apodization_index' may be missing
 %      GRID    observation points, from set_coordinate_grid
 %      MEDIUM  from kestrel.medium
-%      NDIV    number of quadrature nodes per integral, or [] with a tolerance
+%      NDIV    number of quadrature nodes per integral, or [] with a tolerance and for
+%              the method 'kzk_cw'
 %      F0      frequency in hertz
 %      P       nx-by-ny-by-nz for a regular grid, m-by-1 for a list of m points, in
 %              pascals when amplitudes are in m/s. Time runs as exp(+jwt).
@@ -30,6 +31,10 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %      'progress'   false: say nothing, however long it takes
 %      'instruction_set'  'auto', or one of 'scalar', 'baseline', 'avx2', 'avx512' to
 %                   compare them
+%      'kzk'        for the nonlinear beam of the method 'kzk_cw', which circles and
+%                   shells have: a structure with some of the fields step, radial_step,
+%                   radius, harmonics, harmonic (the one delivered); see
+%                   kestrel.harmonics, which gives several at once
 %
 %   Points behind an element's face receive nothing from it. An empty ARRAY gives
 %   zeros. Ctrl-C ends the calculation. Values that are NaN or Inf are warned of.
@@ -45,7 +50,7 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %      [p, info] = kestrel.cw_field(array, grid, medium, [], 1e6, 'tolerance', 1e-4);
 %      kestrel.show_field(p, grid);
 %
-%   See also kestrel.show_field, kestrel.focus, kestrel.medium,
+%   See also kestrel.harmonics, kestrel.show_field, kestrel.focus, kestrel.medium,
 %   set_coordinate_grid.
   caller = 'kestrel.cw_field';
   if nargin < 5
@@ -54,7 +59,7 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
            'but there were %d arguments.'], caller, nargin);
   end
   options = struct('method', 'fnm_cw', 'threads', 0, 'reuse', true, 'tolerance', [], ...
-                   'memory', 512e6, 'progress', true, 'instruction_set', 'auto');
+                   'memory', 512e6, 'progress', true, 'instruction_set', 'auto', 'kzk', []);
   options = kestrel.detail.parse_options(caller, options, varargin);
   if ~ischar(options.method)
     error('kestrel:option', '%s: method must be a text.', caller);
@@ -76,7 +81,9 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
   % The elements are checked where they are read, in the compiled part.
   kestrel.detail.check_grid(caller, grid);
   kestrel.detail.check_medium(caller, medium);
-  if ~isempty(ndiv)
+  if strcmp(options.method, 'kzk_cw')
+    ndiv = [];  % marched, without quadrature
+  elseif ~isempty(ndiv)
     ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
   elseif isempty(options.tolerance)
     error('kestrel:argument', ...
@@ -84,15 +91,8 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
   end
   f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
 
-  try
-    if nargout < 2
-      p = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
-    else
-      [p, info] = kestrel.detail.array_field(array, grid, medium, ndiv, f0, options);
-    end
-  catch failure
-    % Octave puts the name of the compiled function in front of its text.
-    text = strrep(failure.message, 'array_field: kestrel.', 'kestrel.');
-    error(failure.identifier, '%s', text);
-  end
+  result = cell(1, max(nargout, 1));
+  [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.array_field, array, grid, medium, ...
+                                            ndiv, f0, options);
+  [p, info] = deal(result{[1 end]});
 end

@@ -7,9 +7,9 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %                  The field 'time_delay', seconds, by which an element starts later, may
 %                  be missing (no delay): see kestrel.focus_delays. Phases do not count
 %      GRID        observation points, from set_coordinate_grid
-%      MEDIUM      from kestrel.medium; its attenuation does not count
+%      MEDIUM      from kestrel.medium; its attenuation counts in 'kzk_transient' alone
 %      TIME        time axis, from set_time_samples
-%      NDIV        number of quadrature nodes per integral
+%      NDIV        number of quadrature nodes per integral; [] for 'kzk_transient'
 %      EXCITATION  velocity of the faces over time, from set_excitation_function: one
 %                  for all elements or one for each
 %      P           nx-by-ny-by-nz-by-nt for a regular grid, m-by-nt for a list of m
@@ -32,7 +32,13 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %                  'rayleigh_transient'           Rayleigh integral, NDIV by NDIV
 %                  'impulse_response'             of the velocity potential, m/s: P does
 %                                                 not depend on NDIV and EXCITATION
+%                  'kzk_transient'                nonlinear pulses of circles and shells in
+%                                                 a lossy medium, by the parabolic equation
 %                  Not every shape has every method
+%      'kzk'       for 'kzk_transient': a structure with some of the fields step, radial_step
+%                  and radius, as in kestrel.harmonics, samples, the time samples per period
+%                  of the excitation's frequency (100 if not given, 20 to 2000), and guard,
+%                  the periods marched before and after the signal (3; 0.5 to 100)
 %      'threads'   number of threads; 0, the default, is one per processor core. The
 %                  result does not depend on it
 %      'progress'  false: say nothing, however long it takes
@@ -63,7 +69,7 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
           ['%s: expected (array, grid, medium, time, ndiv, excitation, name, value, ...), ' ...
            'but there were %d arguments.'], caller, nargin);
   end
-  options = struct('method', 'fnm_tsd', 'threads', 0, 'progress', true);
+  options = struct('method', 'fnm_tsd', 'threads', 0, 'progress', true, 'kzk', []);
   options = kestrel.detail.parse_options(caller, options, varargin);
   if ~ischar(options.method)
     error('kestrel:option', '%s: method must be a text.', caller);
@@ -80,18 +86,14 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
     error('kestrel:argument', ...
           '%s: the time must be one structure, as set_time_samples returns.', caller);
   end
-  ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
-
-  try
-    if nargout < 2
-      p = kestrel.detail.transient_field(array, grid, medium, time, ndiv, excitation, options);
-    else
-      [p, info] = kestrel.detail.transient_field(array, grid, medium, time, ndiv, ...
-                                                 excitation, options);
-    end
-  catch failure
-    % Octave puts the name of the compiled function in front of its text.
-    text = strrep(failure.message, 'transient_field: kestrel.', 'kestrel.');
-    error(failure.identifier, '%s', text);
+  if strcmp(options.method, 'kzk_transient')
+    ndiv = [];  % marched, without quadrature
+  else
+    ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
   end
+
+  result = cell(1, max(nargout, 1));
+  [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.transient_field, array, grid, ...
+                                            medium, time, ndiv, excitation, options);
+  [p, info] = deal(result{[1 end]});
 end

@@ -1,6 +1,10 @@
 #pragma once
 
-#include "transducers/kernels/kzk_march.h"
+#include <span>
+#include <vector>
+
+#include "transducers/kernels/kzk_cw_march.h"
+#include "transducers/kernels/kzk_transient_march.h"
 #include "transducers/transducer.h"
 
 namespace kestrel::detail {
@@ -12,5 +16,20 @@ namespace kestrel::detail {
 /// the planes as they were. Warnings of the march go to the host.
 int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture);
 int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture);
+
+/// The same in pieces, for whoever wants more of a march than its method can say: several
+/// harmonics, several threads, progress. First the element's grid in its own cylindrical
+/// coordinates.
+std::vector<kzk::Point> kzk_points(Transducer& element);
+/// The samples of its time axis, s.
+std::vector<double> kzk_times(const Transducer& element);
+/// Then the march that its medium, rule, weight and, for a pulse, excitation and delay ask for. The
+/// problem refers to the points and times.
+kzk::CwProblem kzk_cw_problem(const Transducer& element, const kzk::Aperture& aperture,
+                              std::span<const kzk::Point> points);
+kzk::TransientProblem kzk_transient_problem(const Transducer& element,
+                                            const kzk::Aperture& aperture,
+                                            std::span<const kzk::Point> points,
+                                            std::span<const double> times);
 
 }  // namespace kestrel::detail

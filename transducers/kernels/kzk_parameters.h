@@ -23,6 +23,12 @@ inline constexpr int most_harmonics = 160;
 inline constexpr double default_samples_per_period = 100;
 inline constexpr double default_guard_periods = 3;
 
+/// The harmonics that a march carries: those asked for, or the default.
+inline int carried_harmonics(const Parameters& parameters) {
+  const int asked = parameters.harmonics;
+  return asked >= 1 && asked <= most_harmonics ? asked : default_harmonics;
+}
+
 /// `value` when it lies in [low, high]; otherwise `fallback`, with a warning when `value` is a
 /// positive number, which somebody must have meant. The limits are compared in the precision of the
 /// value, so that a limit itself is in range.

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <complex>
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "excitation/excitation_function.h"
+#include "fields/element.h"
+#include "fields/tile_runner.h"
+#include "inputs/coordinate_grid.h"
+#include "inputs/medium.h"
+#include "inputs/time_samples.h"
+#include "transducers/kernels/kzk_march.h"
+
+/// Nonlinear beams of whole arrays. Each element is marched alone, by all threads, and the fields
+/// are added in the order of the elements: how the beams of different elements distort each other
+/// is not modelled. The results are those of the elements' own methods, bit for bit, for any number
+/// of threads.
+
+namespace kestrel::fields {
+
+/// Called on the calling thread with the seconds that marches will take, roughly, before they
+/// start.
+using Expectation = std::function<void(double seconds)>;
+
+struct MarchJob {
+  const std::vector<Element>& elements;
+  const CoordinateGrid& grid;
+  const Medium& medium;
+  const kzk::Parameters& parameters;
+  const Expectation& expected;
+};
+
+/// Adds harmonic harmonics[h] to result[h * points + i], all from one march of each element;
+/// without harmonics, the one that the parameters name to result[i]. Returns the size of the
+/// largest march. Fails naming the element, with nothing but whole elements added, and with
+/// Cancelled.
+kzk::Cost add_harmonics(TileRunner& runner, const MarchJob& job, std::span<const int> harmonics,
+                        std::complex<double>* result);
+
+/// Adds pulses to result[i + k * points], sample k of `time`; likewise. `excitations`: one for all
+/// elements or one for each.
+kzk::Cost add_pulses(TileRunner& runner, const MarchJob& job, const TimeSamples& time,
+                     std::span<const ExcitationFunction* const> excitations, double* result);
+
+}  // namespace kestrel::fields
