@@ -43,16 +43,24 @@ struct Report {
 /// Called with the fraction done, on the caller's thread; returning false cancels the march.
 using Progress = std::function<bool(double)>;
 
+/// What a march carries at every radial node.
+enum class Unknown { harmonic, time_sample };
+
 /// The size of a march, known before it starts.
 struct Cost {
   long planes = 0;    ///< axial steps
   long nodes = 0;     ///< radial nodes
-  long unknowns = 0;  ///< per node: harmonics, or time samples
+  long unknowns = 0;  ///< per node
   double bytes = 0;   ///< storage
+  Unknown unknown = Unknown::harmonic;
   double updates() const {
     return static_cast<double>(planes) * static_cast<double>(nodes) * static_cast<double>(unknowns);
   }
 };
+
+/// Roughly how long a march will take, in seconds: to tell a user before it starts, not to compare.
+/// See the definition for what it was calibrated on.
+double estimated_seconds(const Cost& cost, int threads);
 
 /// No march takes more storage than this.
 inline constexpr double most_bytes = 1024.0 * 1024.0 * 1024.0;

@@ -81,7 +81,8 @@ WavePlan make_wave_plan(const TransientProblem& problem, std::vector<std::string
                WaveBeam::storage(plan.grid, wave.samples) +
                    4.0 * sizeof(float) * wave.samples * (plan.grid.nodes + 16.0) +
                    sizeof(float) * static_cast<double>(problem.points.size()) *
-                       static_cast<double>(problem.times.size())};
+                       static_cast<double>(problem.times.size()),
+               Unknown::time_sample};
   return wave;
 }
 
