@@ -11,6 +11,7 @@
 
 #include "fields/direct_field.h"
 #include "fields/error_estimate.h"
+#include "fields/march.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
 #include "fields/reused_field.h"
@@ -277,9 +278,10 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
   TileRunner runner(settings.threads, settings.progress);
   Report report = begin_report(runner);
   const MarchJob job{elements, grid, medium, settings.kzk, settings.expected};
-  report.march = add_harmonics(runner, job, harmonics, result);
+  const March march = add_harmonics(runner, job, harmonics, result);
+  report.march = march.size;
+  report.memory = march.memory;
   report.direct_elements = elements.size();
-  report.memory = report.march.bytes;
   runner.messages().replay();
   report.seconds = clock.seconds();
   return report;

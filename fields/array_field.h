@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "fields/element.h"
-#include "fields/march.h"
+#include "fields/march_settings.h"
 #include "fields/method.h"
 #include "fields/tile_runner.h"
 #include "inputs/coordinate_grid.h"
@@ -53,7 +53,7 @@ struct Report {
   /// 'kzk_cw'.
   double error_estimate = 0;
   /// The largest march of 'kzk_cw'.
-  kzk::Cost march = {};
+  MarchSize march = {};
 };
 
 /// Pressure of an array on a grid: result[i] for grid point i is the sum over all elements, each in
@@ -72,7 +72,8 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
 
 /// Harmonics of a nonlinear beam by 'kzk_cw', all from one march of each element: harmonic
 /// harmonics[h] at point i is result[h * points + i]; without harmonics, the one that settings.kzk
-/// names (the fundamental, if none) is result[i]. See fields/march.h for what arrays are here.
+/// names (the fundamental, if none) is result[i]. Each element is marched alone and
+/// their fields are added: how the beams of different elements distort each other is not modelled.
 ///
 /// Fails as compute_field does, for a harmonic that the march does not carry, and when a march
 /// fails, with its reason.

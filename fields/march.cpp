@@ -30,7 +30,6 @@ class Marches {
 
   virtual const char* method() const = 0;
   virtual kzk::Cost cost(std::size_t element) = 0;
-  virtual double seconds(const kzk::Cost& cost, int threads) const = 0;
   /// Marches and, when that succeeds, adds.
   virtual kzk::Report run(std::size_t element, int threads, const kzk::Progress& progress) = 0;
 
@@ -68,9 +67,6 @@ class HarmonicMarches : public Marches {
     const Placed placed = place(element);
     return kzk::estimate_cw(problem(placed));
   }
-  double seconds(const kzk::Cost& cost, int threads) const override {
-    return cost.updates() * 1e-8 / threads;
-  }
   kzk::Report run(std::size_t element, int threads, const kzk::Progress& progress) override {
     const Placed placed = place(element);
     kzk::CwProblem marched = problem(placed);
@@ -105,9 +101,6 @@ class PulseMarches : public Marches {
   kzk::Cost cost(std::size_t element) override {
     const Driven driven = drive(element);
     return kzk::estimate_transient(driven.problem);
-  }
-  double seconds(const kzk::Cost& cost, int threads) const override {
-    return cost.updates() * 4e-9 / threads;
   }
   kzk::Report run(std::size_t element, int threads, const kzk::Progress& progress) override {
     Driven driven = drive(element);
@@ -181,14 +174,14 @@ class MarchWorker : public TileWorker {
   int _threads;
 };
 
-kzk::Cost run(TileRunner& runner, const MarchJob& job, Marches& marches) {
+March run(TileRunner& runner, const MarchJob& job, Marches& marches) {
   kzk::Cost largest;
   std::vector<double> seconds;
   double total = 0;
   for (std::size_t e = 0; e < job.elements.size(); ++e) {
     const kzk::Cost cost = marches.cost(e);
     if (cost.updates() >= largest.updates()) largest = cost;
-    seconds.push_back(marches.seconds(cost, runner.threads()));
+    seconds.push_back(kzk::estimated_seconds(cost, runner.threads()));
     total += seconds.back();
   }
   if (job.expected) job.expected(total);
@@ -197,19 +190,19 @@ kzk::Cost run(TileRunner& runner, const MarchJob& job, Marches& marches) {
   }
   runner.begin_stage(1);
   runner.run(1, [&] { return std::make_unique<MarchWorker>(marches, seconds, runner.threads()); });
-  return largest;
+  return {{largest.planes, largest.nodes, largest.unknowns}, largest.bytes};
 }
 
 }  // namespace
 
-kzk::Cost add_harmonics(TileRunner& runner, const MarchJob& job, std::span<const int> harmonics,
-                        std::complex<double>* result) {
+March add_harmonics(TileRunner& runner, const MarchJob& job, std::span<const int> harmonics,
+                    std::complex<double>* result) {
   HarmonicMarches marches(job, harmonics, result);
   return run(runner, job, marches);
 }
 
-kzk::Cost add_pulses(TileRunner& runner, const MarchJob& job, const TimeSamples& time,
-                     std::span<const ExcitationFunction* const> excitations, double* result) {
+March add_pulses(TileRunner& runner, const MarchJob& job, const TimeSamples& time,
+                 std::span<const ExcitationFunction* const> excitations, double* result) {
   PulseMarches marches(job, time, excitations, result);
   return run(runner, job, marches);
 }

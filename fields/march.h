@@ -1,17 +1,16 @@
 #pragma once
 
 #include <complex>
-#include <functional>
 #include <span>
 #include <vector>
 
 #include "excitation/excitation_function.h"
 #include "fields/element.h"
+#include "fields/march_settings.h"
 #include "fields/tile_runner.h"
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/time_samples.h"
-#include "transducers/kernels/kzk_march.h"
 
 /// Nonlinear beams of whole arrays. Each element is marched alone, by all threads, and the fields
 /// are added in the order of the elements: how the beams of different elements distort each other
@@ -19,10 +18,6 @@
 /// of threads.
 
 namespace kestrel::fields {
-
-/// Called on the calling thread with the seconds that marches will take, roughly, before they
-/// start.
-using Expectation = std::function<void(double seconds)>;
 
 struct MarchJob {
   const std::vector<Element>& elements;
@@ -32,16 +27,21 @@ struct MarchJob {
   const Expectation& expected;
 };
 
+struct March {
+  MarchSize size;
+  double memory = 0;  ///< bytes
+};
+
 /// Adds harmonic harmonics[h] to result[h * points + i], all from one march of each element;
-/// without harmonics, the one that the parameters name to result[i]. Returns the size of the
-/// largest march. Fails naming the element, with nothing but whole elements added, and with
+/// without harmonics, the one that the parameters name to result[i]. Returns what the largest march
+/// took. Fails naming the element, with nothing but whole elements added, and with
 /// Cancelled.
-kzk::Cost add_harmonics(TileRunner& runner, const MarchJob& job, std::span<const int> harmonics,
-                        std::complex<double>* result);
+March add_harmonics(TileRunner& runner, const MarchJob& job, std::span<const int> harmonics,
+                    std::complex<double>* result);
 
 /// Adds pulses to result[i + k * points], sample k of `time`; likewise. `excitations`: one for all
 /// elements or one for each.
-kzk::Cost add_pulses(TileRunner& runner, const MarchJob& job, const TimeSamples& time,
-                     std::span<const ExcitationFunction* const> excitations, double* result);
+March add_pulses(TileRunner& runner, const MarchJob& job, const TimeSamples& time,
+                 std::span<const ExcitationFunction* const> excitations, double* result);
 
 }  // namespace kestrel::fields

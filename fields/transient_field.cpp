@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "fields/element_worker.h"
+#include "fields/march.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
 #include "host/host.h"
@@ -80,8 +81,9 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
   if (elements.empty() || method.marched) std::fill_n(result, npoints * samples, 0.0);
   if (method.marched) {
     const MarchJob job{elements, grid, medium, settings.kzk, settings.expected};
-    report.march = add_pulses(runner, job, time, excitations, result);
-    report.memory = report.march.bytes;
+    const March march = add_pulses(runner, job, time, excitations, result);
+    report.march = march.size;
+    report.memory = march.memory;
   } else if (!elements.empty() && npoints > 0 && samples > 0) {
     const FixedNodes rule(settings.nodes);
     const DirectJob job{elements, points, medium, method, rule};

@@ -5,7 +5,7 @@
 
 #include "excitation/excitation_function.h"
 #include "fields/element.h"
-#include "fields/march.h"
+#include "fields/march_settings.h"
 #include "fields/method.h"
 #include "fields/tile_runner.h"
 #include "inputs/coordinate_grid.h"
@@ -36,13 +36,14 @@ struct TransientReport {
   int threads = 0;
   double memory = 0;  ///< bytes of working memory, besides the result and the methods' own tables
   /// The largest march of 'kzk_transient'.
-  kzk::Cost march = {};
+  MarchSize march = {};
 };
 
 /// Transient pressure of an array: result[i + k * grid.npoints()] for grid point i and sample k of
 /// `time` is the sum over all elements, each in its own place with its own amplitude and delay. The
-/// method 'impulse_response' gives the velocity potential's impulse response, m/s, instead. Pulses
-/// of 'kzk_transient', the nonlinear method, are added as in fields/march.h.
+/// method 'impulse_response' gives the velocity potential's impulse response, m/s, instead. By the
+/// nonlinear 'kzk_transient' each element is marched alone: how the beams of different elements
+/// distort each other is not modelled.
 ///
 /// `excitations` drive the elements, one for all or one for each. They and `time` are only read,
 /// and threads share them; each thread has everything else of its own. The result is the same, bit

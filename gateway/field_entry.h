@@ -10,7 +10,7 @@
 #include "fields/method.h"
 #include "host/mex_api.h"
 #include "inputs/coordinate_grid.h"
-#include "transducers/kernels/kzk_parameters.h"
+#include "inputs/kzk_parameters.h"
 
 /// What the compiled halves of the whole-array functions share.
 

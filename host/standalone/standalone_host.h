@@ -72,6 +72,7 @@ class StructArray {
       : _value(mxCreateStructMatrix(rows, columns, 0, nullptr)) {}
 
   operator mxArray*() const { return _value; }
+  mxArray* release() { return _value.release(); }
 
   /// The field for elements where it was never set is null.
   StructArray& add_field(const char* name);

@@ -1,4 +1,4 @@
-// The compiled entry behind kestrel.cw_field, as the interpreter calls it.
+// The compiled entry behind kestrel.cw_field and kestrel.harmonics, as the interpreter calls it.
 
 #include <complex>
 #include <gtest/gtest.h>
@@ -28,9 +28,10 @@ StructArray grid(int nx = 3, int nz = 2) {
 StructArray water() {
   StructArray medium;
   for (const char* field : {"specificheat", "specificheatofblood", "bloodperfusion",
-                            "powerlawexponent", "thermalconductivity", "nonlinearityparameter"}) {
+                            "powerlawexponent", "thermalconductivity"}) {
     medium.set(field, 0.0);
   }
+  medium.set("nonlinearityparameter", 3.5);
   return std::move(
       medium.set("density", 1000.0).set("soundspeed", 1500.0).set("attenuationdBcmMHz", 0.0));
 }
@@ -76,6 +77,82 @@ TEST(ArrayFieldEntry, AnswersInTheShapeOfTheGridAndTellsWhatItDid) {
   const CallResult empty = compute(StructArray(0, 0), grid(), options());
   ASSERT_EQ(empty.error, std::nullopt);
   EXPECT_EQ(mxGetComplexDoubles(empty.output())[0].real, 0.0);
+}
+
+StructArray shells(double amplitude = 0.1) {
+  StructArray array(1, 1);
+  array.set("shape", "shel").set("radius", 5e-3).set("rad_curvature", 20e-3);
+  array.set("amplitude", amplitude);
+  array.set("center", {0.0, 0.0, 0.0}).set("euler", {0.0, 0.0, 0.0});
+  return array;
+}
+
+StructArray march_options(const char* field = "harmonics", double value = 8) {
+  StructArray march, settings = options();
+  march.set(field, value);
+  return std::move(settings.set("method", "kzk_cw").set("kzk", Value(march.release())));
+}
+
+std::vector<mwSize> size_of(const mxArray* array) {
+  const mwSize* size = mxGetDimensions(array);
+  return {size, size + mxGetNumberOfDimensions(array)};
+}
+
+TEST(HarmonicsEntry, AnswersAlongOneMoreDimension) {
+  StructArray points;
+  points.set("coordinates", Value::matrix(2, 3, {0, 1e-3, 0, 0, 15e-3, 20e-3}));
+  StructArray settings = march_options();
+  settings.set("wanted", Value::row({1, 3}));
+  const CallResult regular = compute(shells(), grid(), settings);
+  ASSERT_EQ(regular.error, std::nullopt);
+  EXPECT_EQ(size_of(regular.output()), (std::vector<mwSize>{3, 1, 2, 2}));
+  const mxArray* info = regular.output(1);
+  EXPECT_EQ(text(info, "way"), "march");
+  EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "harmonics")), 8.0);
+  EXPECT_GT(mxGetScalar(mxGetField(info, 0, "planes")), 4.0);
+  const CallResult list = compute(shells(), points, settings);
+  ASSERT_EQ(list.error, std::nullopt);
+  EXPECT_EQ(size_of(list.output()), (std::vector<mwSize>{2, 2}));
+
+  // The second column is what the march delivers alone when it is named.
+  StructArray third = march_options("harmonic", 3);
+  const CallResult alone = compute(shells(), points, third);
+  ASSERT_EQ(alone.error, std::nullopt);
+  EXPECT_NEAR(mxGetComplexDoubles(alone.output())[1].real,
+              mxGetComplexDoubles(list.output())[3].real,
+              1e-3 * std::abs(mxGetComplexDoubles(list.output())[3].real));
+}
+
+TEST(HarmonicsEntry, NamesWhatIsWrongWithAMarch) {
+  const auto refused = [](const char* expected, StructArray settings, const StructArray& array,
+                          const char* caller = "kestrel.harmonics: ") {
+    const CallResult result = compute(array, grid(), settings);
+    const std::string found = result.error.value_or("no error");
+    EXPECT_EQ(found.rfind(caller, 0), 0U) << found;
+    EXPECT_NE(found.find(expected), std::string::npos) << found;
+  };
+  const auto wanted = [](Value numbers, StructArray settings = march_options()) {
+    return std::move(settings.set("wanted", std::move(numbers)));
+  };
+  refused("a harmonic must be a whole number of at least 1, but one is 1.5",
+          wanted(Value::row({1, 1.5})), shells());
+  refused("the list of harmonics is empty", wanted(Value::zeros(1, 0)), shells());
+  refused("harmonic 9 was asked for, but the march carries the harmonics 1 to 8",
+          wanted(Value::row({9})), shells());
+  refused("names a harmonic, but the list of harmonics says which",
+          wanted(Value::row({1}), march_options("harmonic", 2)), shells());
+  refused(
+      "the option 'kzk' has a field 'harmonic_number'; what it may have is step, radial_step, "
+      "radius, harmonics, harmonic.",
+      march_options("harmonic_number", 2), shells(), "kestrel.cw_field: ");
+  refused("the option 'kzk': harmonics must be a whole number, but it is 2.5",
+          march_options("harmonics", 2.5), shells(), "kestrel.cw_field: ");
+  refused("must be one structure", std::move(options().set("kzk", 3.0)), shells(),
+          "kestrel.cw_field: ");
+  refused(
+      "element 1: the method 'kzk_cw' failed: The nonlinear march blew up; the drive is too "
+      "strong.",
+      march_options(), shells(1e9), "kestrel.cw_field: ");
 }
 
 TEST(ArrayFieldEntry, NamesWhatIsWrong) {
@@ -140,6 +217,8 @@ TEST(ArrayFieldEntry, AnInterruptEndsIt) {
   // Work for a minute, were it not ended.
   const CallResult result = compute(rectangles(20, 20), grid(300, 300), options(), 500);
   EXPECT_EQ(result.error, "kestrel.cw_field: The calculation was cancelled.");
+  const CallResult march = compute(shells(), grid(), march_options("radial_step", 0.0006));
+  EXPECT_EQ(march.error, "kestrel.cw_field: The calculation was cancelled.");
 }
 
 TEST(ArrayFieldEntry, RunsOutOfMemoryCleanly) {

@@ -10,6 +10,11 @@ function array_paths ()
   excitation = set_excitation_function (2, 1, 1e6, 3e-6, 0);
   time = set_time_samples (1e-7, 0, 1e-5);
   q = kestrel.transient_field (mixed, grid, medium, time, 8, excitation, 'threads', 2);
+  coarse = struct ('radial_step', 0.1, 'step', 4);
+  [h, info] = kestrel.harmonics (mixed(6), grid, medium, 1e6, 1:2, 'kzk', coarse, 'threads', 2);
+  coarse.samples = 20;
+  q = kestrel.transient_field (mixed(6), grid, medium, time, [], excitation, ...
+                               'method', 'kzk_transient', 'kzk', coarse, 'threads', 2);
   bad = mixed;
   bad(3).radius = -1;
   bad(3).width = -1;
@@ -19,6 +24,8 @@ function array_paths ()
     @() kestrel.cw_field(mixed, grid, medium, 8, 1e6, 'method', 'farfield_cw')
     @() kestrel.cw_field(array, grid, medium, 0, 1e6)
     @() kestrel.transient_field(mixed, grid, medium, time, 8, excitation, 'method', 'nonsense')
+    @() kestrel.harmonics(setfield (mixed(6), 'amplitude', 1e9), grid, medium, 1e6, 1)
+    @() kestrel.harmonics(mixed(6), grid, medium, 1e6, 1, 'kzk', struct ('foo', 1))
   };
   for k = 1:numel (calls)
     failed = false;

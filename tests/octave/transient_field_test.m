@@ -93,7 +93,7 @@ refused = {
   {pair, grid, medium, short, 12}, 'there were 5 arguments', ''
   by('fnm_cw'), ['unknown method ''fnm_cw''; the methods are ''fnm_transient'', ' ...
     '''fnm_transient_behind_source'', ''fnm_tsd'', ''fnm_tsd_low_precision'', ''fnm_tsd_sse'', ' ...
-    '''fnm_tsd_behind_source'', ''fnm_fdtsd'', ''rayleigh_transient'', ''impulse_response''.'], ''
+    '''fnm_tsd_behind_source'', ''fnm_fdtsd'', ''rayleigh_transient'', ''impulse_response'', ''kzk_transient''.'], ''
   by('rayleigh_transient'), 'element 1: the shape ''rect'' has no method ''rayleigh_transient''', ''
   by(3), 'method must be', ''
   {pair, grid, medium, short, 12, hanning, 'reuse', 1}, 'unknown option ''reuse''', ''

@@ -3,7 +3,8 @@ cmake_minimum_required(VERSION 3.25)
 
 # What only the sources beside it need.
 set(internal inputs/sample_count.h inputs/structure_reader.h
-  fields/direct_field.h fields/element_worker.h fields/error_estimate.h fields/node_rule.h
+  fields/direct_field.h fields/element_worker.h fields/error_estimate.h fields/march.h
+  fields/node_rule.h
   fields/points.h fields/reuse_plan.h fields/reused_field.h fields/sampled_field.h)
 
 file(GLOB missed RELATIVE "${root}"

@@ -18,7 +18,8 @@ function medium = medium(name, varargin)
 %      nonlinearityparameter  1 + B/(2A), no unit
 %      powerlawexponent       of the attenuation's growth with frequency
 %
-%   The continuous-wave methods use the first three, and take the attenuation as
+%   The continuous-wave methods use the first three, the nonlinear ones (see
+%   kestrel.harmonics) the nonlinearity parameter too. The attenuation is taken as
 %   proportional to the frequency whatever the exponent says. Water's grows with
 %   its square: the value here is right at 1 MHz, and at f MHz
 %   'attenuationdBcmMHz', 0.0022 * f is.
