@@ -6,8 +6,10 @@ function passed = selftest()
 %
 %   The known values: the closed forms of a disc and of a spherical shell on their
 %   axes and at the centre of the shell, with and without attenuation; an array of
-%   all five shapes against figures from an integration over the faces; and one field
-%   computed in two ways, which must agree to the last digits.
+%   all five shapes against figures from an integration over the faces; one field
+%   computed in two ways, which must agree to the last digits; the closed form of a pulse
+%   on the axis of a disc; and harmonics at the focus of a shell from a march with a
+%   quarter of the steps and grid.
 %
 %   Run it after installing and when a result looks doubtful: a failed line together
 %   with the version of Octave or MATLAB is what a report of the fault needs.
@@ -26,6 +28,8 @@ function passed = selftest()
     'spherical shell, at its centre', @shell_centre
     'array of all five shapes, turned and weighted', @mixed_array
     'one field in two ways', @two_ways
+    'pulse of a disc, on its axis', @pulse
+    'nonlinear beam of a shell, three harmonics', @nonlinear
   };
   good = true(1, size(checks, 1));
   for i = 1:size(checks, 1)
@@ -111,6 +115,24 @@ function [good, remark] = two_ways()
     q = q + kestrel.cw_field(element, grid, medium, 8, f0, 'threads', 1, 'reuse', false);
   end
   [good, remark] = compare(p(:), q(:), 1e-13);
+end
+
+% rho c (v(t - z/c) - v(t - sqrt(z^2 + a^2)/c)).
+function [good, remark] = pulse()
+  c = 1500;
+  v = @(t) 0.5 * (1 - cos(2 * pi * t / 3e-6)) .* sin(2 * pi * 1e6 * t) .* (t > 0 & t < 3e-6);
+  p = kestrel.transient_field(kestrel.circle(8e-3), on_axis(20e-3), kestrel.medium('lossless'), ...
+                              set_time_samples(50e-9, 12e-6, 19e-6), 24, ...
+                              set_excitation_function(2, 0.5, 1e6, 3e-6, 0));
+  t = 12e-6 + 50e-9 * (0:140);
+  [good, remark] = compare(p, 1.5e6 * (v(t - 20e-3 / c) - v(t - hypot(20e-3, 8e-3) / c)), 1e-9);
+end
+
+function [good, remark] = nonlinear()
+  p = kestrel.harmonics(kestrel.shell(10e-3, 50e-3, 'amplitude', 0.1), on_axis(50e-3), ...
+                        kestrel.medium('lossless'), 1.5e6, 1:3);
+  expected = [-1.0857e+03+9.4773e+05j, -9.7497e+04-7.0338e+04j, 1.9789e+04-7.4540e+03j];
+  [good, remark] = compare(p, expected, 2e-3);
 end
 
 function [element, medium, f0] = bowl()
