@@ -1,5 +1,6 @@
 #include "transducers/kernels/kzk_harmonic_beam.h"
 
+#include <algorithm>
 #include <atomic>
 
 #include "numerics/run_kernel.h"
@@ -63,16 +64,16 @@ KESTREL_INLINE void HarmonicBeam::diffract_pack(int index, double weight, double
   const int first = index * lanes + 1;
   const int count = std::min(lanes, _harmonics - first + 1);
   const int nodes = _grid.nodes;
-  bool silent = true;
-  for (int lane = 0; lane < lanes; ++lane) {
-    // A pack that is not full solves its last harmonic again.
-    const double* plane = harmonic(first + std::min(lane, count - 1));
-    for (int i = 0; i < 2 * nodes; ++i) {
-      u[static_cast<long>(i) * lanes + lane] = plane[i];
-      silent = silent && plane[i] == 0.0;
-    }
-  }
-  if (silent) return;
+  // A pack that is not full solves its last harmonic again.
+  double* planes[lanes];
+  for (int lane = 0; lane < lanes; ++lane)
+    planes[lane] = harmonic(first + std::min(lane, count - 1));
+  const auto silent = [nodes](const double* plane) {
+    return std::all_of(plane, plane + 2L * nodes, [](double value) { return value == 0.0; });
+  };
+  if (std::all_of(planes, planes + count, silent)) return;
+  for (int i = 0; i < 2 * nodes; ++i)
+    for (int lane = 0; lane < lanes; ++lane) u[1L * i * lanes + lane] = planes[lane][i];
 
   double implicit_weight[lanes], explicit_weight[lanes];
   for (int lane = 0; lane < lanes; ++lane) {
@@ -88,13 +89,9 @@ KESTREL_INLINE void HarmonicBeam::diffract_pack(int index, double weight, double
     pack.theta = theta;
   }
   solve_harmonics<lanes>(bands, nodes, pack.inverse.data(), pack.super.data(), u);
-  for (int lane = 0; lane < count; ++lane) {
-    double* plane = harmonic(first + lane);
-    for (int j = 0; j < nodes; ++j) {
-      plane[2 * j] = _layer[j] * u[2L * j * lanes + lane];
-      plane[2 * j + 1] = _layer[j] * u[(2L * j + 1) * lanes + lane];
-    }
-  }
+  for (int i = 0; i < 2 * nodes; ++i)
+    for (int lane = 0; lane < lanes; ++lane)
+      planes[lane][i] = _layer[i / 2] * u[1L * i * lanes + lane];
 }
 
 void HarmonicBeam::diffract(double ds, Workers& workers) {

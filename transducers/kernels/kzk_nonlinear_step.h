@@ -33,7 +33,8 @@ inline int inviscid_harmonics(int harmonics) {
   return harmonics < kept + 3 ? harmonics : kept;
 }
 
-/// Doubles of scratch that `nonlinear_nodes` needs, for `lanes` nodes side by side.
+/// Doubles of scratch that `nonlinear_nodes` needs, for `lanes` nodes side by side. They must start
+/// at zero, and serve one absorption only: the losses of the latest sub-step are kept in them.
 constexpr long nonlinear_scratch(int harmonics, int lanes) {
   return (harmonics + 1L) * (8L * lanes + 1L);
 }
@@ -165,19 +166,19 @@ KESTREL_INLINE int nonlinear_nodes(double ds, double* planes, int harmonics, lon
   for (int n = 1; n <= harmonics; ++n) {
     const double* plane = planes + 2 * (n - 1) * nodes;
     double* a = p + 2L * n * lanes;
-    double largest = 0.0;
     for (int l = 0; l < count; ++l) {
       a[l] = plane[2 * l];
       a[lanes + l] = plane[2 * l + 1];
     }
     for (int l = count; l < lanes; ++l) a[l] = a[lanes + l] = 0.0;
+    long active_lanes = 0;
     KESTREL_WHOLE_LANES
     for (int l = 0; l < lanes; ++l) {
       const double magnitude = std::sqrt(a[l] * a[l] + a[lanes + l] * a[lanes + l]);
       sum[l] += magnitude;
-      largest = std::max(largest, magnitude);
+      active_lanes += magnitude >= active_amplitude ? 1 : 0;
     }
-    if (largest >= active_amplitude) top = n;
+    if (active_lanes > 0) top = n;
   }
   double loudest = 0.0;
   bool bounded = true;
@@ -197,7 +198,11 @@ KESTREL_INLINE int nonlinear_nodes(double ds, double* planes, int harmonics, lon
     if (!(substeps <= most_nonlinear_substeps)) return 1;
   }
   const double d = ds / substeps;
-  for (int n = 1; n <= harmonics; ++n) half_loss[n] = std::exp(-0.5 * absorption[n] * d);
+  // Neighbouring nodes mostly take the same sub-steps.
+  if (half_loss[0] != d || d == 0.0) {
+    half_loss[0] = d;
+    for (int n = 1; n <= harmonics; ++n) half_loss[n] = std::exp(-0.5 * absorption[n] * d);
+  }
   const auto absorb = [&] {
     for (int n = 1; n <= harmonics; ++n) {
       double* a = p + 2L * n * lanes;
@@ -229,6 +234,7 @@ KESTREL_INLINE int nonlinear_nodes(double ds, double* planes, int harmonics, lon
 inline int nonlinear_step(double ds, double* planes, int harmonics, int nodes, double* work,
                           double nonlinearity, int least_substeps = 1) {
   static_assert(nonlinear_scratch(160, 1) + 161 <= 10 * 162);
+  std::fill_n(work + harmonics + 1, nonlinear_scratch(harmonics, 1), 0.0);
   for (int j = 0; j < nodes; ++j)
     if (nonlinear_nodes<StandardMath, 1>(ds, planes + 2L * j, harmonics, nodes, 1, work,
                                          nonlinearity, least_substeps, work + harmonics + 1))
