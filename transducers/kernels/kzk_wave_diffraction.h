@@ -59,12 +59,13 @@ struct Lanes {
 
   static KESTREL_INLINE void substitute_back(int run, const float* KESTREL_RESTRICT scaled_up,
                                              float* KESTREL_RESTRICT x) {
+    float next[lanes];  // carried in registers: the way through memory takes twice as long
+    for (int l = 0; l < lanes; ++l) next[l] = x[(run - 1) * lanes + l];
     for (int j = run - 2; j >= 0; --j) {
       float* KESTREL_RESTRICT here = x + j * lanes;
-      const float* KESTREL_RESTRICT next = here + lanes;
       const float* KESTREL_RESTRICT up = scaled_up + j * lanes;
       KESTREL_WHOLE_LANES
-      for (int l = 0; l < lanes; ++l) here[l] = here[l] - up[l] * next[l];
+      for (int l = 0; l < lanes; ++l) here[l] = next[l] = here[l] - up[l] * next[l];
     }
   }
 };
@@ -182,17 +183,20 @@ class WaveDiffraction {
           _axis_compact *
           (di[0] * sample[0] +
            up[0] * (size() > 1 ? sample[beside / lanes * stride * lanes + beside % lanes] : 0.0f));
-      for (int j = 0; j < run; ++j) {
-        const float* now = sample + j * stride * lanes;
+      const auto own = [&](int j, int l) KESTREL_INLINE_LAMBDA {
+        const int at = j * lanes + l;
+        return sample[j * stride * lanes + l] +
+               (lo[at] * reach[at - lanes] + di[at] * reach[at] + up[at] * reach[at + lanes]);
+      };
+      float last[lanes];
+      KESTREL_WHOLE_LANES
+      for (int l = 0; l < lanes; ++l) x[l] = last[l] = own(0, l) * inverse[l];
+      x[0] = last[0] += axis * inverse[0];
+      for (int j = 1; j < run; ++j) {
         const int at = j * lanes;
-        KESTREL_LANES
-        for (int l = 0; l < lanes; ++l) {
-          const float own =
-              now[l] + (lo[at + l] * reach[at - lanes + l] + di[at + l] * reach[at + l] +
-                        up[at + l] * reach[at + lanes + l]);
-          x[at + l] = own * inverse[at + l] - scaled_lo[at + l] * x[at - lanes + l];
-        }
-        if (j == 0) x[0] += axis * inverse[0];
+        KESTREL_WHOLE_LANES
+        for (int l = 0; l < lanes; ++l)
+          x[at + l] = last[l] = own(j, l) * inverse[at + l] - scaled_lo[at + l] * last[l];
       }
       Lanes<lanes>::substitute_back(run, scaled_up, x);
       if constexpr (lanes > 1) neighbours(x);
@@ -218,9 +222,7 @@ class WaveDiffraction {
   KESTREL_INLINE void neighbours(const float* KESTREL_RESTRICT x) {
     const float* first = x;
     const float* last = x + size() - lanes;
-    float* KESTREL_RESTRICT out = _neighbours.data();
-    for (int l = 0; l < 2 * lanes; ++l) out[l] = 0.0f;
-    // Four terms at a time: what limits is the way of `out` through memory.
+    float sum[2 * lanes] = {};
     for (int k = 0; k < lanes; k += 2) {
       const float* KESTREL_RESTRICT a = _coupling.data() + 2 * lanes * k;
       const float* KESTREL_RESTRICT b = a + 2 * lanes;
@@ -228,10 +230,11 @@ class WaveDiffraction {
       const float* KESTREL_RESTRICT d = b + 2 * lanes * lanes;
       const float first_a = first[k], first_b = first[k + 1];
       const float last_a = last[k], last_b = last[k + 1];
-      KESTREL_LANES
+      KESTREL_WHOLE_LANES
       for (int l = 0; l < 2 * lanes; ++l)
-        out[l] += (a[l] * first_a + b[l] * first_b) + (c[l] * last_a + d[l] * last_b);
+        sum[l] += (a[l] * first_a + b[l] * first_b) + (c[l] * last_a + d[l] * last_b);
     }
+    std::copy_n(sum, 2 * lanes, _neighbours.data());
   }
 
   /// How each run answers to its neighbours' values, and the dense matrix that gives those.
