@@ -50,19 +50,19 @@ void warn_of_limits(const Plan& plan, std::vector<std::string>& warnings) {
 
 }  // namespace
 
-// Calibrated with marches on one 2.4 GHz processor core with AVX2: pistons to 1 and 4 Rayleigh
-// distances and shells of gain 6 and 16, linear to 1.5 MPa at the source, 1 to 120 harmonics, 30 and
-// 100 samples a period. Pulses took 3.2 to 8.4 ns an update, absorption included. Harmonics took
-// 100 ns a node and plane alone; several, in packs of eight, 15 to 30 ns each where the beam is not
-// shocked, up to five times as much where a strong shock fills 120 of them.
+// Calibrated on one 2.4 GHz processor core with AVX2: pistons to 1 and 4 Rayleigh distances, shells
+// of gain 6 and 16, linear to 1.5 MPa at the source, 1 to 120 harmonics, 30 and 100 samples a
+// period. Samples took 2.6 to 7.1 ns an update, absorption included. Harmonics are solved in packs
+// of eight and took 12 to 37 ns each; where a strong shock fills more than 30 of them, up to 130
+// ns. Two threads then took 0.68 of the time for harmonics; for samples, the part that runs on one
+// thread is 0.65.
 double estimated_seconds(const Cost& cost, int threads) {
   const double places = static_cast<double>(cost.planes) * static_cast<double>(cost.nodes);
-  const double shared = 1.0 / std::max(1, threads);
-  if (cost.unknown == Unknown::time_sample)
-    // The diffraction step, three quarters of the work, runs on one thread.
-    return 5.5e-9 * cost.updates() * (0.75 + 0.25 * shared);
-  if (cost.unknowns <= 1) return 1e-7 * places;
-  return 25e-9 * places * static_cast<double>((cost.unknowns + 7) / 8 * 8) * (0.1 + 0.9 * shared);
+  const bool pulse = cost.unknown == Unknown::time_sample;
+  const double each = pulse ? 4.2e-9 * static_cast<double>(cost.unknowns)
+                            : 19e-9 * static_cast<double>((cost.unknowns + 7) / 8 * 8);
+  const double single = pulse ? 0.65 : 0.35;  // share of the work that one thread does alone
+  return places * each * (single + (1.0 - single) / std::max(1, threads));
 }
 
 int Plan::smoothing_half_steps() const {
