@@ -79,9 +79,10 @@ class WaveAbsorption {
   }
 
  private:
-  /// One stage of the forward transform (natural to bit-reversed order).
-  template <int half>
-  KESTREL_INLINE void split(float* work, long from, long count, long span) const {
+  /// One stage of a transform: `butterfly` on every pair of samples `span` apart.
+  template <int half, class Butterfly>
+  KESTREL_INLINE void stage(float* work, long from, long count, long span,
+                            const Butterfly& butterfly) const {
     const long turn = _length / 2 / span;
     for (long start = from; start < from + count; start += 2 * span) {
       for (long i = 0; i < span; ++i) {
@@ -89,36 +90,37 @@ class WaveAbsorption {
         float* KESTREL_RESTRICT b = a + span * 2 * half;
         const float c = _cosine[i * turn], s = _sine[i * turn];
         KESTREL_WHOLE_LANES
-        for (int l = 0; l < half; ++l) {
-          const float re = a[l] - b[l], im = a[half + l] - b[half + l];
-          a[l] += b[l];
-          a[half + l] += b[half + l];
-          b[l] = re * c + im * s;
-          b[half + l] = im * c - re * s;
-        }
+        for (int l = 0; l < half; ++l) butterfly(a[l], a[half + l], b[l], b[half + l], c, s);
       }
     }
   }
 
-  /// One stage of the inverse transform (bit-reversed to natural order).
+  /// Of the forward transform (natural to bit-reversed order).
+  template <int half>
+  KESTREL_INLINE void split(float* work, long from, long count, long span) const {
+    stage<half>(work, from, count, span,
+                [](float& a_re, float& a_im, float& b_re, float& b_im, float c, float s)
+                    KESTREL_INLINE_LAMBDA {
+                      const float re = a_re - b_re, im = a_im - b_im;
+                      a_re += b_re;
+                      a_im += b_im;
+                      b_re = re * c + im * s;
+                      b_im = im * c - re * s;
+                    });
+  }
+
+  /// Of the inverse transform (bit-reversed to natural order).
   template <int half>
   KESTREL_INLINE void join(float* work, long from, long count, long span) const {
-    const long turn = _length / 2 / span;
-    for (long start = from; start < from + count; start += 2 * span) {
-      for (long i = 0; i < span; ++i) {
-        float* KESTREL_RESTRICT a = work + (start + i) * 2 * half;
-        float* KESTREL_RESTRICT b = a + span * 2 * half;
-        const float c = _cosine[i * turn], s = _sine[i * turn];
-        KESTREL_WHOLE_LANES
-        for (int l = 0; l < half; ++l) {
-          const float re = b[l] * c - b[half + l] * s, im = b[half + l] * c + b[l] * s;
-          b[l] = a[l] - re;
-          b[half + l] = a[half + l] - im;
-          a[l] += re;
-          a[half + l] += im;
-        }
-      }
-    }
+    stage<half>(work, from, count, span,
+                [](float& a_re, float& a_im, float& b_re, float& b_im, float c, float s)
+                    KESTREL_INLINE_LAMBDA {
+                      const float re = b_re * c - b_im * s, im = b_im * c + b_re * s;
+                      b_re = a_re - re;
+                      b_im = a_im - im;
+                      a_re += re;
+                      a_im += im;
+                    });
   }
 
   long _samples;
