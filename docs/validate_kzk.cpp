@@ -66,13 +66,13 @@ void linear_beams() {
     const auto far = checks::at_depths(length, checks::range(0.4, 2, 201));
     const auto near = checks::at_depths(length, checks::range(0.1, 0.4, 201));
     row(with("piston axis, ka %g, from 0.4 z_R", ka),
-        checks::axis_error(checks::linear_piston(ka, far)), 0.002);
+        checks::field_error(checks::linear_piston(ka, far)), 0.002);
     row(with("piston axis, ka %g, 0.1-0.4 z_R", ka),
-        checks::axis_error(checks::linear_piston(ka, near)), 0.015);
+        checks::field_error(checks::linear_piston(ka, near)), 0.015);
     CwProblem plain = checks::linear_piston(ka, far);
     plain.true_depth = false;
     row(with("the same from 0.4 z_R without the reading depth, ka %g", ka),
-        checks::axis_error(plain), ka == 20 ? 0.05 : 0.02);
+        checks::field_error(plain), ka == 20 ? 0.05 : 0.02);
     for (const double widest : {0.2, 0.45}) {
       std::vector<Point> points;
       for (const double depth : checks::range(0.4, 2, 9))
@@ -91,7 +91,7 @@ void linear_beams() {
       const std::string name = with("%g degrees, ", degrees) + with("gain %g", gain);
       const auto axis = checks::at_depths(0.06, checks::range(0.4, 1.5, 201));
       row("shell axis 0.4-1.5 R, " + name,
-          checks::axis_error(checks::linear_shell(degrees, gain, axis)), 0.01);
+          checks::field_error(checks::linear_shell(degrees, gain, axis)), 0.01);
       CwProblem problem = checks::linear_shell(degrees, gain, {});
       const double null = 3.83 * 0.06 / (checks::wavenumber(problem) * problem.aperture.radius);
       std::vector<Point> points;
@@ -414,7 +414,7 @@ void windows_and_parameters() {
                           {"domain radius 100", &kzk::Parameters::domain_radius, 100, 0.002}}) {
     CwProblem other = piston;
     other.parameters.*c.member = c.value;
-    row(std::string(c.name) + ", piston axis from 0.4 to 2 z_R", checks::axis_error(other),
+    row(std::string(c.name) + ", piston axis from 0.4 to 2 z_R", checks::field_error(other),
         c.accepted);
   }
 }

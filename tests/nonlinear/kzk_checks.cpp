@@ -43,6 +43,15 @@ std::vector<double> marched_plane_wave(double sigma, int harmonics, double goldb
   return amplitudes;
 }
 
+/// Largest deviation of the first `count` harmonics; infinite when the march gave none.
+template <class Exact>
+double off_by(const std::vector<double>& marched, int count, const Exact& exact) {
+  if (marched.empty()) return INFINITY;
+  double error = 0;
+  for (int n = 1; n <= count; ++n) error = std::max(error, std::fabs(marched.at(n - 1) - exact(n)));
+  return error;
+}
+
 }  // namespace
 
 kzk::CwProblem linear_piston(double ka, const std::vector<Point>& points) {
@@ -153,28 +162,16 @@ std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, con
   return values;
 }
 
-double axis_error(const kzk::CwProblem& problem, const Fault& fault, bool landed) {
-  const auto values = landed ? landed_march(problem, 1, fault) : kzk::march_cw(problem).pressure;
-  const double p0 = source_pressure(problem);
+double field_error(const kzk::CwProblem& problem, const Fault& fault) {
+  const auto values =
+      fault == Fault{} ? kzk::march_cw(problem).pressure : landed_march(problem, 1, fault);
+  const double p0 = source_pressure(problem), k = wavenumber(problem);
   const auto source = source_of(problem);
   double error = 0, most = source.curvature > 0 ? 0 : 2;
   for (std::size_t i = 0; i < problem.points.size(); ++i) {
-    const Complex exact = reference::on_axis(source, wavenumber(problem), problem.points[i].z) *
-                          std::polar(1.0, std::arg(problem.weight));
-    error = std::max(error, std::abs(values.at(i) / p0 - exact));
-    most = std::max(most, std::abs(exact));
-  }
-  return error / most;
-}
-
-double field_error(const kzk::CwProblem& problem) {
-  const auto values = kzk::march_cw(problem).pressure;
-  const double p0 = source_pressure(problem);
-  const auto source = source_of(problem);
-  double error = 0, most = source.curvature > 0 ? 0 : 2;
-  for (std::size_t i = 0; i < problem.points.size(); ++i) {
+    const auto [r, z] = problem.points[i];
     const Complex exact =
-        reference::rayleigh(source, wavenumber(problem), problem.points[i].r, problem.points[i].z);
+        r == 0 ? reference::on_axis(source, k, z) : reference::rayleigh(source, k, r, z);
     error = std::max(error, std::abs(values.at(i) / p0 - exact));
     most = std::max(most, std::abs(exact));
   }
@@ -182,20 +179,13 @@ double field_error(const kzk::CwProblem& problem) {
 }
 
 double plane_wave_error(double sigma, int harmonics, const Fault& fault) {
-  const auto marched = marched_plane_wave(sigma, harmonics, 0, fault);
-  double error = 0;
-  for (int n = 1; n <= 5; ++n)
-    error = std::max(error, std::fabs(marched.at(n - 1) - reference::plane_harmonic(n, sigma)));
-  return error;
+  return off_by(marched_plane_wave(sigma, harmonics, 0, fault), 5,
+                [&](int n) { return reference::plane_harmonic(n, sigma); });
 }
 
 double thermoviscous_error(double sigma, double goldberg, int harmonics, const Fault& fault) {
-  const auto marched = marched_plane_wave(sigma, harmonics, goldberg, fault);
-  double error = 0;
-  for (int n = 1; n <= 5; ++n)
-    error = std::max(error, std::fabs(marched.at(n - 1) -
-                                      reference::thermoviscous_harmonic(n, sigma, goldberg)));
-  return error;
+  return off_by(marched_plane_wave(sigma, harmonics, goldberg, fault), 5,
+                [&](int n) { return reference::thermoviscous_harmonic(n, sigma, goldberg); });
 }
 
 double wave_step_error(double sigma, int per_period, const Fault& fault) {
@@ -211,14 +201,14 @@ double wave_step_error(double sigma, int per_period, const Fault& fault) {
     if (kzk::burgers_step<columns>(sigma / steps, fault.nonlinearity, 2 * pi / per_period,
                                    wave.data(), samples, scratch.data()))
       return INFINITY;
-  double error = 0;
+  std::vector<double> amplitudes;
   for (int n = 1; n <= 3; ++n) {
     double sum = 0;
     for (int i = 0; i < per_period; ++i)
       sum += wave[(2 * per_period + i) * columns + 7] * std::sin(2 * pi * n * i / per_period);
-    error = std::max(error, std::fabs(2 * sum / per_period - reference::plane_harmonic(n, sigma)));
+    amplitudes.push_back(2 * sum / per_period);
   }
-  return error;
+  return off_by(amplitudes, 3, [&](int n) { return reference::plane_harmonic(n, sigma); });
 }
 
 double gaussian_error(const Fault& fault) {
@@ -338,46 +328,40 @@ double exact_pulse(const kzk::CwProblem& problem, const Pulse& pulse, const Poin
 
 }  // namespace
 
-PulseError pulse_error(const kzk::CwProblem& problem, PulseShape shape) {
-  const Pulse pulse{problem.fluid.f0, shape};
+namespace {
+
+/// Pressure over rho c, sampled at `times` for every point of `marched`.
+struct Traces {
+  std::vector<double> times;
+  std::vector<float> values;
+};
+
+Traces marched_traces(const kzk::CwProblem& problem, const Pulse& pulse, const Fault& fault) {
   kzk::TransientProblem task;
   static_cast<kzk::Problem&>(task) = problem;
+  if (fault.focusing == 0) task.aperture.curvature = 0;
+  const double c = problem.fluid.sound_speed;
   task.amplitude = 1;
   task.drive = {[&](double t) { return pulse.at(t); }, pulse.frequency, pulse.duration(), 0, 0};
-  const double c = problem.fluid.sound_speed;
-  PulseError worst{0, 0};
-  std::vector<double> times;
-  const auto beam = beam_of(problem);
+  Traces traces;
   for (const Point& point : problem.points) {
-    const double early = beam.focusing() / (2 * pi) / pulse.frequency;
+    const double early = beam_of(problem).focusing() / (2 * pi) / pulse.frequency;
     const double rim = std::hypot(point.z, problem.aperture.radius + point.r) / c;
     for (double t = point.z / c - early; t < rim + 2 * pulse.duration();
          t += 0.05 / pulse.frequency)
-      times.push_back(t);
+      traces.times.push_back(t);
   }
-  task.times = times;
-  const auto result = kzk::march_transient(task);
-  for (std::size_t i = 0; i < problem.points.size(); ++i) {
-    double peak = 0, error = 0, squares = 0, power = 0;
-    for (std::size_t j = 0; j < times.size(); ++j) {
-      const double exact = exact_pulse(problem, pulse, problem.points[i], times[j]);
-      const double off =
-          result.pressure.at(i * times.size() + j) / (problem.fluid.density * c) - exact;
-      peak = std::max(peak, std::fabs(exact));
-      error = std::max(error, std::fabs(off));
-      squares += off * off;
-      power += exact * exact;
-    }
-    worst.largest = std::max(worst.largest, error / peak);
-    worst.rms = std::max(worst.rms, std::sqrt(squares / times.size()) / peak);
-  }
-  return worst;
+  task.times = traces.times;
+  traces.values = kzk::march_transient(task).pressure;
+  for (float& value : traces.values) value /= static_cast<float>(problem.fluid.density * c);
+  return traces;
 }
 
-double landed_pulse_error(const kzk::CwProblem& problem, const Fault& fault) {
-  const Pulse pulse{problem.fluid.f0, PulseShape::raised_cosine};
+/// On the axis at the first point, the planes landing on it.
+Traces landed_traces(const kzk::CwProblem& problem, const Pulse& pulse, const Fault& fault) {
   std::vector<std::string> warnings;
   const kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
+  const kzk::Reader& reader = plan.readers.front();
   const double dtheta = 2 * pi / 100;
   const double omega = 2 * pi * pulse.frequency;
   const double focusing = plan.beam.focusing();
@@ -394,23 +378,97 @@ double landed_pulse_error(const kzk::CwProblem& problem, const Fault& fault) {
     }
   }
   kzk::Workers workers(1);
-  const kzk::Reader& reader = plan.readers.front();
   double sigma = 0;
   for (std::size_t next = 1; sigma < reader.sigma; ++next) {
     const double to = std::min(plan.planes[next], reader.sigma);
-    if (!beam.advance(to - sigma, workers)) return INFINITY;
+    beam.advance(to - sigma, workers);
     sigma = to;
   }
-  const Point point = problem.points.front();
-  double peak = 0, error = 0;
+  Traces traces;
   for (long i = 0; i < samples; ++i) {
-    const double t = (start + i * dtheta) / omega + point.z / problem.fluid.sound_speed;
-    const double exact = exact_pulse(problem, pulse, point, t);
-    peak = std::max(peak, std::fabs(exact));
-    const double factor = fault.inverted_factor ? 1 / reader.factor : reader.factor;
-    error = std::max(error, std::fabs(factor * beam.waves()[i * kzk::WaveBeam::block] - exact));
+    traces.times.push_back((start + i * dtheta) / omega +
+                           problem.points.front().z / problem.fluid.sound_speed);
+    traces.values.push_back(static_cast<float>(reader.factor) *
+                            beam.waves()[i * kzk::WaveBeam::block]);
   }
-  return error / peak;
+  return traces;
+}
+
+}  // namespace
+
+PulseError pulse_error(const kzk::CwProblem& problem, PulseShape shape, const Fault& fault) {
+  const Pulse pulse{problem.fluid.f0, shape};
+  const bool landed = fault != Fault{} && fault.focusing != 0;
+  const auto [times, values] =
+      landed ? landed_traces(problem, pulse, fault) : marched_traces(problem, pulse, fault);
+  PulseError worst;
+  for (std::size_t i = 0; i < values.size() / times.size(); ++i) {
+    double peak = 0, error = 0, squares = 0;
+    for (std::size_t j = 0; j < times.size(); ++j) {
+      const double exact = exact_pulse(problem, pulse, problem.points[i], times[j]);
+      const double off = values[i * times.size() + j] - exact;
+      peak = std::max(peak, std::fabs(exact));
+      error = std::max(error, std::fabs(off));
+      squares += off * off;
+    }
+    if (!std::isfinite(squares)) return {INFINITY, INFINITY};
+    worst.largest = std::max(worst.largest, error / peak);
+    worst.rms = std::max(worst.rms, std::sqrt(squares / times.size()) / peak);
+  }
+  return worst;
+}
+
+namespace {
+
+/// Sum of |P_n|^2 over the cross-section, with the weights under which the plain rows are
+/// symmetric.
+double power(const kzk::HarmonicBeam& beam) {
+  double sum = 0;
+  for (int n = 1; n <= beam.harmonics(); ++n)
+    for (int j = 0; j < beam.grid().nodes; ++j) {
+      const double* value = beam.harmonic(n) + 2 * j;
+      sum += (j == 0 ? 0.125 : j) * (value[0] * value[0] + value[1] * value[1]);
+    }
+  return sum;
+}
+
+bool march_on(kzk::HarmonicBeam& beam) {
+  kzk::Workers workers(1);
+  for (int i = 0; i < 100; ++i)
+    if (!beam.advance(0.01, workers)) return false;
+  return true;
+}
+
+}  // namespace
+
+double diffracted_power_error(const Fault& fault) {
+  kzk::HarmonicBeam beam({0.25, 0, 0}, {50, 400}, 1,
+                         {fault.order, false, fault.backward_euler ? 1000 : 0});
+  beam.start(0);
+  const double before = power(beam);
+  return march_on(beam) ? std::fabs(power(beam) / before - 1) : INFINITY;
+}
+
+double nonlinear_power_error(double nonlinearity, const Fault& fault) {
+  kzk::HarmonicBeam beam({0.25, 0, nonlinearity}, {50, 400}, 40,
+                         {fault.order, false, fault.backward_euler ? 1000 : 0});
+  for (int j = 0; j < 400; ++j) beam.harmonic(1)[2 * j] = std::exp(-j * j / 2500.0);
+  const double before = power(beam);
+  return march_on(beam) ? std::fabs(power(beam) / before - 1) : INFINITY;
+}
+
+double absorbed_field_error(const Fault& fault) {
+  kzk::HarmonicBeam lossless({0.25, 0, 0}, {50, 300}, 1, {});
+  kzk::HarmonicBeam lossy({0.25, 0.7 * fault.absorption, 0}, {50, 300}, 1, {});
+  double error = 0;
+  for (kzk::HarmonicBeam* beam : {&lossless, &lossy}) {
+    beam->start(0);
+    if (!march_on(*beam)) return INFINITY;
+  }
+  for (int i = 0; i < 600; ++i)
+    error =
+        std::max(error, std::fabs(lossy.harmonic(1)[i] - lossless.harmonic(1)[i] * std::exp(-0.7)));
+  return error;
 }
 
 }  // namespace kestrel::checks

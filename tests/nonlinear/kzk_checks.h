@@ -14,13 +14,16 @@ namespace kestrel::checks {
 
 using Complex = std::complex<double>;
 
-/// Deliberate errors. They enter through the coefficients that the march's parts take anyway.
+/// Deliberate errors. They enter through the numbers that the march's parts take anyway.
 struct Fault {
   double nonlinearity = 1;
   double diffraction = 1;
-  double focusing = 1;
+  double focusing = 1;  ///< 0: none at all
+  double absorption = 1;
   bool inverted_factor = false;  ///< of the reading depth
+  bool backward_euler = false;   ///< throughout
   kzk::RadialOrder order = kzk::RadialOrder::fourth;
+  bool operator==(const Fault&) const = default;
 };
 
 /// A lossless, linear problem: unit velocity, density 1000, 1500 m/s.
@@ -46,12 +49,10 @@ std::vector<double> range(double from, double to, int count);
 std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted,
                                   const Fault& fault = {});
 
-/// Largest |pressure - exact| over 2 p0 (piston) or over the largest exact value (shell) on the
-/// axis.
-double axis_error(const kzk::CwProblem& problem, const Fault& fault = {}, bool landed = false);
-/// The same against the Rayleigh integral at the problem's own points, over the largest value among
-/// them (piston: over 2 p0 as well).
-double field_error(const kzk::CwProblem& problem);
+/// Largest |pressure - exact| over 2 p0 (piston) or over the largest exact value (shell); exact is
+/// the closed form on the axis, the Rayleigh integral elsewhere. A fault takes the march from
+/// `landed_march`.
+double field_error(const kzk::CwProblem& problem, const Fault& fault = {});
 
 /// Largest deviation of harmonics 1-5 of a plane wave from the exact solution, at `sigma`.
 double plane_wave_error(double sigma, int harmonics, const Fault& fault = {});
@@ -70,15 +71,20 @@ std::vector<double> burst_errors(const kzk::CwProblem& problem, double samples_p
 
 /// A three-cycle raised-cosine pulse, or 2.5 abrupt cycles with a mean, through the linear march,
 /// against the exact solution on the axis and the Rayleigh integral elsewhere, over the exact peak.
+/// Faults: focusing 0 marches a flat source of the same radius; a wrong diffraction or another
+/// focusing is put into a march on the axis, to the first point, that is driven from here.
 enum class PulseShape { raised_cosine, abrupt };
 struct PulseError {
-  double largest;
-  double rms;
+  double largest = 0;
+  double rms = 0;
 };
-PulseError pulse_error(const kzk::CwProblem& problem, PulseShape shape);
+PulseError pulse_error(const kzk::CwProblem& problem, PulseShape shape, const Fault& fault = {});
 
-/// The same pulse on the axis of the linear march at one point, driven from here so that faults can
-/// be put in; largest error over the exact peak.
-double landed_pulse_error(const kzk::CwProblem& problem, const Fault& fault = {});
+/// How far from 1 the power of a beam is after a march that should conserve it: by diffraction
+/// alone, or by the nonlinearity of a Gaussian beam over one Rayleigh distance.
+double diffracted_power_error(const Fault& fault = {});
+double nonlinear_power_error(double nonlinearity, const Fault& fault = {});
+/// Largest deviation of an absorbed linear beam from the lossless one times exp(-alpha z).
+double absorbed_field_error(const Fault& fault = {});
 
 }  // namespace kestrel::checks

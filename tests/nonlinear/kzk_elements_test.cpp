@@ -1,10 +1,9 @@
 // The nonlinear methods as elements answer them: what they add, where, and what they refuse.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <gtest/gtest.h>
 #include <limits>
 #include <memory>
 #include <numbers>
@@ -119,8 +118,9 @@ TEST(KzkElements, LeaveThePlanesAloneWhenTheyCannotStart) {
   scene.grid.SinglePoint(0, 0, 40e-3);
   SphericalTransducer beyond(20e-3, 15e-3, 1.0, 0.0), broken(nan, 40e-3, 1.0, 0.0);
   CircularTransducer empty(0, 1.0, 0.0), absurd(10e-3, 1e9, 0.0), silent(10e-3, 0.0, 0.0);
-  for (Transducer* element : {static_cast<Transducer*>(&beyond), static_cast<Transducer*>(&broken),
-                              static_cast<Transducer*>(&empty), static_cast<Transducer*>(&absurd)}) {
+  for (Transducer* element :
+       {static_cast<Transducer*>(&beyond), static_cast<Transducer*>(&broken),
+        static_cast<Transducer*>(&empty), static_cast<Transducer*>(&absurd)}) {
     EXPECT_EQ(largest(scene.added(*element, &Transducer::kzk_cw, kMisuse)), 0);
     EXPECT_EQ(largest(scene.added(*element, &Transducer::kzk_transient, kMisuse)), 0);
   }
