@@ -121,7 +121,13 @@ std::vector<double> range(double from, double to, int count) {
 
 std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, const Fault& fault) {
   std::vector<std::string> warnings;
-  const kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
+  kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
+  if (fault.axial_depth)
+    for (kzk::Reader& reader : plan.readers)
+      reader.sigma =
+          plan.beam.reading({0, problem.points[reader.point].z}).depth / plan.beam.length();
+  std::sort(plan.readers.begin(), plan.readers.end(),
+            [](const kzk::Reader& a, const kzk::Reader& b) { return a.sigma < b.sigma; });
   const double c = plan.sound_speed;
   const double omega = plan.wavenumber * c;
   const double p0 = source_pressure(problem);
@@ -468,6 +474,30 @@ double absorbed_field_error(const Fault& fault) {
   for (int i = 0; i < 600; ++i)
     error =
         std::max(error, std::fabs(lossy.harmonic(1)[i] - lossless.harmonic(1)[i] * std::exp(-0.7)));
+  return error;
+}
+
+double absorbed_pulse_error(const Fault& fault) {
+  const Pulse pulse{1e6, PulseShape::raised_cosine};
+  const std::vector<Point> points = {{0, 0.05}};
+  kzk::CwProblem problem = linear_shell(12, 6, points);
+  problem.fluid.f0 = pulse.frequency;
+  problem.true_depth = false;  // the depth over which the loss has acted
+  const Traces lossless = marched_traces(problem, pulse, {});
+  const double slope = 0.5;  // dB/(cm MHz)
+  problem.fluid.attenuation = fault.absorption * slope;
+  const Traces lossy = marched_traces(problem, pulse, {});
+  double error = 0;
+  for (const double f : {0.7e6, 1e6, 1.5e6}) {
+    Complex before = 0, after = 0;
+    for (std::size_t i = 0; i < lossy.times.size(); ++i) {
+      const Complex turn = std::polar(1.0, -2 * pi * f * lossy.times[i]);
+      before += turn * static_cast<double>(lossless.values.at(i));
+      after += turn * static_cast<double>(lossy.values.at(i));
+    }
+    const double decibels = slope * (f / 1e6) * (points[0].z / 0.01);
+    error = std::max(error, std::abs(after / before - std::pow(10.0, -decibels / 20)));
+  }
   return error;
 }
 

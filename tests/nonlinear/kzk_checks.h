@@ -21,6 +21,7 @@ struct Fault {
   double focusing = 1;  ///< 0: none at all
   double absorption = 1;
   bool inverted_factor = false;  ///< of the reading depth
+  bool axial_depth = false;      ///< the reading depth of the axis everywhere
   bool backward_euler = false;   ///< throughout
   kzk::RadialOrder order = kzk::RadialOrder::fourth;
   bool operator==(const Fault&) const = default;
@@ -86,5 +87,7 @@ double diffracted_power_error(const Fault& fault = {});
 double nonlinear_power_error(double nonlinearity, const Fault& fault = {});
 /// Largest deviation of an absorbed linear beam from the lossless one times exp(-alpha z).
 double absorbed_field_error(const Fault& fault = {});
+/// The same of a linear pulse's spectral components at 0.7, 1 and 1.5 times its frequency.
+double absorbed_pulse_error(const Fault& fault = {});
 
 }  // namespace kestrel::checks

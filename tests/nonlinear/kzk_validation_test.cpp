@@ -25,6 +25,7 @@ const Fault focus_reversed = {.focusing = -1};
 const Fault focus_lost = {.focusing = 0};
 const Fault absorption_up = {.absorption = 1.01};
 const Fault factor_inverted = {.inverted_factor = true};
+const Fault axial_depth = {.axial_depth = true};
 const Fault backward_euler = {.backward_euler = true};
 const Fault plain_rows = {.order = kzk::RadialOrder::second};
 
@@ -98,12 +99,12 @@ std::vector<Check> all_checks() {
   for (const double ka : {20.0, 40.0, 80.0}) {
     std::vector<Point> points;
     for (const double depth : range(0.4, 1.5, 5))
-      for (const double angle : range(0.03, 0.2, 5))
+      for (const double angle : range(0.03, 0.3, 5))
         points.push_back({depth * 0.005 * ka * std::tan(angle), depth * 0.005 * ka});
     list.push_back({with("piston off axis, ka", ka),
-                    0.015,
+                    0.018,
                     at(linear_piston(ka, {}), points, field_error),
-                    {diffraction_reversed}});
+                    {diffraction_reversed, axial_depth}});
   }
   for (const double degrees : {12.0, 25.0}) {
     // The depth's factor differs from 1 by the square of the angle.
@@ -202,6 +203,7 @@ std::vector<Check> all_checks() {
                   [](const Fault& f) { return checks::nonlinear_power_error(0.6, f); },
                   {backward_euler}});
   list.push_back({"absorption", 1e-11, checks::absorbed_field_error, {absorption_up}});
+  list.push_back({"absorption of a pulse", 2e-3, checks::absorbed_pulse_error, {absorption_up}});
   return list;
 }
 
@@ -214,6 +216,7 @@ TEST_P(KzkCheck, HoldsAndCatchesItsFaults) {
     EXPECT_GT(check.measure(fault), check.acceptance)
         << "misses nonlinearity " << fault.nonlinearity << ", diffraction " << fault.diffraction
         << ", focusing " << fault.focusing << ", inverted factor " << fault.inverted_factor
+        << ", axial depth " << fault.axial_depth << ", absorption " << fault.absorption
         << ", plain rows " << (fault.order == kzk::RadialOrder::second);
 }
 
