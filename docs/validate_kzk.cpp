@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -428,25 +429,40 @@ void windows_and_parameters() {
   }
 }
 
-/// Replaces what stands between the two marks of the document by the table.
-bool write_into(const char* path) {
-  const std::string begin = "<!-- validation: begin -->\n", end = "\n<!-- validation: end -->";
-  std::ifstream in(path);
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  const auto from = text.find(begin), to = text.find(end);
-  if (from == std::string::npos || to == std::string::npos) {
-    std::fprintf(stderr, "%s: the marks of the validation table are missing\n", path);
-    return false;
+/// The document around the table, which stands between two marks.
+class Document {
+ public:
+  explicit Document(const char* path) : _path(path) {
+    std::ifstream in(path);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string begin = "<!-- validation: begin -->\n", end = "<!-- validation: end -->";
+    const auto from = text.find(begin), to = text.find(end);
+    if (from == std::string::npos || to == std::string::npos) return;
+    _before = text.substr(0, from + begin.size());
+    _after = text.substr(to);
   }
-  text.replace(from + begin.size(), to - from - begin.size(), table);
-  in.close();
-  std::ofstream(path) << text;
-  return true;
-}
+  bool has_marks() const { return !_after.empty(); }
+  bool write(const std::string& between) const {
+    std::ofstream out(_path);
+    out << _before << between << _after;
+    return static_cast<bool>(out.flush());
+  }
+
+ private:
+  const char* _path;
+  std::string _before, _after;
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Before the minutes of measuring: is there a place to put the table?
+  std::optional<Document> document;
+  if (argc > 1) document.emplace(argv[1]);
+  if (document && !document->has_marks()) {
+    std::fprintf(stderr, "%s: the marks of the validation table are missing\n", argv[1]);
+    return 1;
+  }
   linear_beams();
   waves();
   convergence();
@@ -454,6 +470,9 @@ int main(int argc, char** argv) {
   pulses();
   second_harmonics();
   windows_and_parameters();
-  if (argc > 1 && !write_into(argv[1])) return 1;
+  if (document && !document->write(table + "\n")) {
+    std::fprintf(stderr, "%s: cannot be written\n", argv[1]);
+    return 1;
+  }
   return all_accepted ? 0 : 1;
 }

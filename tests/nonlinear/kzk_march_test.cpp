@@ -277,18 +277,6 @@ TEST(KzkMarch, SeveralHarmonicsAreTheSingleOnes) {
   }
 }
 
-TEST(KzkMarch, PhaseTurnsEachHarmonicByItsNumber) {
-  CwProblem problem = small_shell();
-  problem.wanted = {1, 2};
-  const auto straight = kzk::march_cw(problem).pressure;
-  problem.weight = std::polar(0.2, 0.7);
-  const auto turned = kzk::march_cw(problem).pressure;
-  for (std::size_t i = 0; i < turned.size(); ++i) {
-    const double order = i < some_points.size() ? 1 : 2;
-    EXPECT_LT(std::abs(turned[i] / straight[i] - std::polar(1.0, 0.7 * order)), 1e-12);
-  }
-}
-
 TEST(KzkMarch, ThreadsDoNotChangeABit) {
   CwProblem wave = small_shell();
   TransientProblem pulse = small_pulse();
