@@ -54,14 +54,13 @@ void warn_of_limits(const Plan& plan, std::vector<std::string>& warnings) {
 // of gain 6 and 16, linear to 1.5 MPa at the source, 1 to 120 harmonics, 30 and 100 samples a
 // period. Samples took 2.6 to 7.1 ns an update, absorption included. Harmonics are solved in packs
 // of eight and took 12 to 37 ns each; where a strong shock fills more than 30 of them, up to 130
-// ns. Two threads then took 0.68 of the time for harmonics; for samples, the part that runs on one
-// thread is 0.65.
+// ns. Two threads took 0.7 of the time for harmonics, 0.9 for samples.
 double estimated_seconds(const Cost& cost, int threads) {
   const double places = static_cast<double>(cost.planes) * static_cast<double>(cost.nodes);
   const bool pulse = cost.unknown == Unknown::time_sample;
   const double each = pulse ? 4.2e-9 * static_cast<double>(cost.unknowns)
                             : 19e-9 * static_cast<double>((cost.unknowns + 7) / 8 * 8);
-  const double single = pulse ? 0.65 : 0.35;  // share of the work that one thread does alone
+  const double single = pulse ? 0.8 : 0.4;  // share of the work that one thread does alone
   return places * each * (single + (1.0 - single) / std::max(1, threads));
 }
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "transducers/kernels/kzk_beam.h"
 #include "inputs/kzk_parameters.h"
+#include "transducers/kernels/kzk_beam.h"
 #include "transducers/kernels/kzk_radial_operator.h"
 
 /// What the continuous-wave march (kzk_cw_march.h) and the pulse march (kzk_transient_march.h) have
