@@ -17,41 +17,35 @@ const Points kPoints = {{0, 0, 12e-3},        {0, 0, 40e-3},        {1e-3, -1.5e
                         {7e-3, 2e-3, 11e-3},  {0, 9e-3, 12e-3},     {15e-3, -9e-3, 25e-3},
                         {4e-3, 4e-3, 17e-3},  {-3e-3, 1e-3, 60e-3}, {0.5e-3, 0, 1e-3}};
 
-struct TransientMethod {
-  const char* name;
-  Method method;
-  bool disc_only;
-  double tone, hanning, t_cubed, sampled;  ///< tolerances
-};
-
-constexpr TransientMethod kDecomposed[] = {
-    {"fnm_tsd", &Transducer::fnm_tsd, false, 1e-12, 1e-12, 1e-10, 1e-12},
-    {"fnm_fdtsd", &Transducer::fnm_fdtsd, false, 1e-12, 1e-12, 1e-10, 1e-12},
-    {"fnm_tsd_low_precision", &Transducer::fnm_tsd_low_precision, false, 1e-2, 3e-5, 1e-3, 1e-12},
-    {"fnm_tsd_sse", &Transducer::fnm_tsd_sse, true, 5e-5, 5e-5, 5e-4, 1e-12},
-};
-
 TEST(TimeSpaceDecomposition, IsTheDirectSum) {
+  const struct {
+    const char* name;
+    Method method;
+    bool disc_only;
+    double tolerances[4];  ///< in the order of `excitations`
+  } methods[] = {
+      {"fnm_tsd", &Transducer::fnm_tsd, false, {1e-12, 1e-12, 1e-10, 1e-12}},
+      {"fnm_fdtsd", &Transducer::fnm_fdtsd, false, {1e-12, 1e-12, 1e-10, 1e-12}},
+      {"low precision", &Transducer::fnm_tsd_low_precision, false, {1e-2, 3e-5, 1e-3, 1e-12}},
+      {"fnm_tsd_sse", &Transducer::fnm_tsd_sse, true, {5e-5, 5e-5, 5e-4, 1e-12}},
+  };
   TimeSamples axis(47e-9, 0, 60e-6);
+  const auto signals = excitations();
   for (const ShapeKind shape : kShapes) {
     Situation s = typical(shape);
     s.amplitude = 1.3;
     for (const int nodes : {1, 7, 66}) {
       s.nodes = nodes;
-      for (const auto& [name, signal] : excitations()) {
-        const double delay = 1.7e-6;
-        const Traces direct =
-            transient(s, &Transducer::fnm_transient, kPoints, axis, *signal, delay);
-        for (const TransientMethod& m : kDecomposed) {
+      for (std::size_t e = 0; e < signals.size(); ++e) {
+        const auto by = [&](Method method) {
+          return transient(s, method, kPoints, axis, *signals[e].signal, 1.7e-6);
+        };
+        const Traces direct = by(&Transducer::fnm_transient);
+        for (const auto& m : methods) {
           if (m.disc_only && shape != ShapeKind::disc) continue;
-          const double tolerance = name == "tone"      ? m.tone
-                                   : name == "hanning" ? m.hanning
-                                   : name == "t-cubed" ? m.t_cubed
-                                                       : m.sampled;
-          const Traces actual = transient(s, m.method, kPoints, axis, *signal, delay);
-          EXPECT_LE(difference(actual, direct), tolerance)
-              << m.name << " of shape " << static_cast<int>(shape) << ", " << name << ", " << nodes
-              << " nodes";
+          EXPECT_LE(difference(by(m.method), direct), m.tolerances[e])
+              << m.name << " of shape " << static_cast<int>(shape) << ", " << signals[e].name
+              << ", " << nodes << " nodes";
         }
       }
     }
@@ -134,19 +128,19 @@ TEST(TransientField, OfALongToneIsTheContinuousWave) {
 
 TEST(TransientField, OnTheAxisHasAClosedForm) {
   TimeSamples axis(31e-9, 0, 60e-6);
-  const double rho_c = 1000.0 * 1500.0, c = 1500, a = 8e-3, rc = 15e-3;
+  Situation disc = typical(ShapeKind::disc), shell = typical(ShapeKind::shell);
+  disc.nodes = shell.nodes = 8;
+  const double rho_c = 1000.0 * 1500.0, c = 1500, a = shell.a, rc = shell.b;
   for (const auto& signal : {tone(), hanning()}) {
     for (const double z : {0.0, 2e-3, 14e-3, 16e-3, 50e-3}) {
-      Situation disc = typical(ShapeKind::disc), shell = typical(ShapeKind::shell);
-      disc.nodes = shell.nodes = 8;
+      const double rim = std::hypot(z, disc.a);
+      const double far = std::hypot(a, z - (rc - std::sqrt(rc * rc - a * a)));
       Traces flat(1), curved(1);
       for (int i = 0; i < axis.nt(); ++i) {
         const double t = axis.time_index_value(i);
-        const double rim = std::hypot(z, disc.a),
-                     far = std::hypot(a, z - (rc - std::sqrt(rc * rc - a * a)));
-        flat[0].push_back(rho_c * (signal->at(t - z / c) - signal->at(t - rim / c)));
-        curved[0].push_back(rho_c * (rc / (z - rc)) *
-                            (signal->at(t - far / c) - signal->at(t - z / c)));
+        const double first = signal->at(t - z / c);
+        flat[0].push_back(rho_c * (first - signal->at(t - rim / c)));
+        curved[0].push_back(rho_c * (rc / (z - rc)) * (signal->at(t - far / c) - first));
       }
       for (const Method method : {&Transducer::fnm_transient, &Transducer::fnm_tsd}) {
         const Points point = {{0, 0, z}};
@@ -202,28 +196,17 @@ TEST(TransientField, HoldsAtSpecialPoints) {
   // In the plane: on the rim and a micron beside it, in the middle, outside. Rectangle: corner,
   // edges, the edges' lines. Shells: apex, rim, focal plane, the edge of the shadow beyond the
   // focus.
-  const Case cases[] = {
-      {ShapeKind::disc,
-       2e-6,
-       {{5e-3, 0, 0}, {5.001e-3, 0, 0}, {4.999e-3, 0, 0}, {0, 0, 0}, {0, 7e-3, 0}}},
-      {ShapeKind::ring,
-       2e-6,
-       {{0, 3e-3, 0}, {6e-3, 0, 0}, {0, 0, 0}, {4e-3, 0, 0}, {2.999e-3, 0, 0}}},
-      {ShapeKind::rectangle,
-       2e-8,
-       {{3e-3, 5e-3, 0},
-        {-3e-3, 1e-3, 0},
-        {1e-3, 5e-3, 0},
-        {3e-3, 8e-3, 0},
-        {0, 0, 0},
-        {3e-3, 5e-3, 4e-3}}},
-      {ShapeKind::shell,
-       5e-6,
-       {{0, 0, 0}, {8e-3, 0, rim}, {10e-3, 0, 15e-3}, {8e-3, 0, 30e-3 - rim}, {1e-6, 0, 15e-3}}},
-      {ShapeKind::spherical_ring,
-       5e-6,
-       {{0, 0, 0}, {8e-3, 0, rim}, {10e-3, 0, 15e-3}, {0, 8e-3, 30e-3 - rim}, {0, 0, 15.001e-3}}},
-  };
+  const Points disc = {{5e-3, 0, 0}, {5.001e-3, 0, 0}, {4.999e-3, 0, 0}, {0, 0, 0}, {0, 7e-3, 0}};
+  const Points ring = {{0, 3e-3, 0}, {6e-3, 0, 0}, {0, 0, 0}, {4e-3, 0, 0}, {2.999e-3, 0, 0}};
+  const Points rectangle = {{3e-3, 5e-3, 0}, {-3e-3, 1e-3, 0}, {1e-3, 5e-3, 0},
+                            {3e-3, 8e-3, 0}, {0, 0, 0},        {3e-3, 5e-3, 4e-3}};
+  const Points cap = {{0, 0, 0},        {8e-3, 0, rim},   {10e-3, 0, 15e-3}, {0, 8e-3, 30e-3 - rim},
+                      {1e-6, 0, 15e-3}, {0, 0, 15.001e-3}};
+  const Case cases[] = {{ShapeKind::disc, 2e-6, disc},
+                        {ShapeKind::ring, 2e-6, ring},
+                        {ShapeKind::rectangle, 2e-8, rectangle},
+                        {ShapeKind::shell, 5e-6, cap},
+                        {ShapeKind::spherical_ring, 5e-6, cap}};
   for (const Case& c : cases) {
     Situation s = typical(c.shape);
     s.nodes = 512;
@@ -329,19 +312,17 @@ TEST(TransientField, OfRingsWithoutAHoleIsTheFullFace) {
 
 TEST(TransientField, KeepsToTheSpanOfItsArrivals) {
   TimeSamples axis(0.05e-6, 0, 60e-6);
+  const auto signal = hanning();
   for (const ShapeKind shape : kShapes) {
     Situation s = typical(shape);
     s.nodes = 64;
     for (const Point& point : kPoints) {
-      const auto element = s.element();
-      element->set_time_delay(1e-6);
-      Medium medium = s.medium;
-      const auto signal = hanning();
-      TransientBench bench(*element, medium, {point}, s.nodes, axis, *signal);
+      TransientBench bench(s, {point}, axis, *signal);
+      bench.element().set_time_delay(1e-6);
       ASSERT_EQ(bench.call(&Transducer::impulse_begin_and_end_times), kSuccess);
       ASSERT_EQ(bench.call(&Transducer::fnm_tsd), kSuccess);
-      const double begin = element->get_impulse_begin_time();
-      const double end = element->get_impulse_end_time() + signal->get_pulse_width();
+      const double begin = bench.element().get_impulse_begin_time();
+      const double end = bench.element().get_impulse_end_time() + signal->get_pulse_width();
       const std::vector<double> trace = bench.traces()[0];
       for (int i = 0; i < axis.nt(); ++i) {
         const double t = axis.time_index_value(i);
@@ -354,37 +335,30 @@ TEST(TransientField, KeepsToTheSpanOfItsArrivals) {
 
 TEST(TransientField, SuperposesTurnsAndScales) {
   TimeSamples axis(0.1e-6, 0, 50e-6);
+  const auto signal = hanning();
+  Points turned;  // 90 degrees about y: the axis is x
+  for (const Point& p : kPoints) turned.emplace_back(0.1 + p.z, 0.2 + p.y, 0.3 - p.x);
   for (const ShapeKind shape : kShapes) {
     Situation s = typical(shape);
-    const Traces once = transient(s, &Transducer::fnm_tsd, kPoints, axis, *hanning());
-    // Phase and complex weight have no meaning for a pulse; the amplitude has.
+    const Traces once = transient(s, &Transducer::fnm_tsd, kPoints, axis, *signal);
+    s.euler = {M_PI / 2, 0, 0};
+    s.center = {0.1, 0.2, 0.3};
+    EXPECT_LE(difference(transient(s, &Transducer::fnm_tsd, turned, axis, *signal), once), 1e-9);
+
+    // Phase and complex weight have no meaning for a pulse, nor has loss; the amplitude has.
+    s = typical(shape);
     s.amplitude = -2, s.phase = 1;
-    const auto element = s.element();
-    element->set_time_delay(0);
-    Medium medium = s.medium;
-    medium._dBcmMHz = 1;  // not read: pulses are lossless
-    const auto signal = hanning();
-    TransientBench bench(*element, medium, kPoints, s.nodes, axis, *signal);
+    s.medium._dBcmMHz = 1;
+    TransientBench bench(s, kPoints, axis, *signal);
     bench.call(&Transducer::fnm_tsd);
     bench.rule().gauss_quadrature();
-    element->set_amplitude(5);
+    bench.element().set_amplitude(5);
     bench.call(&Transducer::fnm_tsd);
     Traces expected = once;
     for (auto& trace : expected) {
       for (double& p : trace) p *= 3;
     }
     EXPECT_LE(difference(bench.traces(), expected), 1e-14);
-    // The axis (0, 0, 1) turned by 90 degrees about y.
-    bench.rule().gauss_quadrature();
-    bench.fill(0);
-    element->set_amplitude(1);
-    element->set_euler(M_PI / 2, 0, 0);
-    element->set_center(0.1, 0.2, 0.3);
-    Points turned;
-    for (const Point& p : kPoints) turned.emplace_back(0.1 + p.z, 0.2 + p.y, 0.3 - p.x);
-    bench.set_points(turned);
-    bench.call(&Transducer::fnm_tsd);
-    EXPECT_LE(difference(bench.traces(), once), 1e-9);
   }
 }
 

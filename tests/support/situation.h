@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "inputs/coordinate_grid.h"
@@ -51,24 +52,7 @@ struct Situation {
   Complex weight() const { return {amplitude * std::cos(phase), amplitude * std::sin(phase)}; }
 
   std::unique_ptr<Transducer> element() const {
-    std::unique_ptr<Transducer> made;
-    switch (shape) {
-      case ShapeKind::rectangle:
-        made = std::make_unique<RectangularTransducer>(a, b);
-        break;
-      case ShapeKind::disc:
-        made = std::make_unique<CircularTransducer>(a);
-        break;
-      case ShapeKind::ring:
-        made = std::make_unique<RingTransducer>(a, b);
-        break;
-      case ShapeKind::shell:
-        made = std::make_unique<SphericalTransducer>(a, b);
-        break;
-      case ShapeKind::spherical_ring:
-        made = std::make_unique<SphericalRingTransducer>(a, b, c);
-        break;
-    }
+    std::unique_ptr<Transducer> made = bare_element();
     made->set_amplitude(amplitude);
     made->set_phase(phase);
     made->set_center(center);
@@ -76,29 +60,34 @@ struct Situation {
     made->set_piston_apodization_index(profile);
     return made;
   }
+
+ private:
+  std::unique_ptr<Transducer> bare_element() const {
+    switch (shape) {
+      case ShapeKind::rectangle:
+        return std::make_unique<RectangularTransducer>(a, b);
+      case ShapeKind::disc:
+        return std::make_unique<CircularTransducer>(a);
+      case ShapeKind::ring:
+        return std::make_unique<RingTransducer>(a, b);
+      case ShapeKind::shell:
+        return std::make_unique<SphericalTransducer>(a, b);
+      default:
+        return std::make_unique<SphericalRingTransducer>(a, b, c);
+    }
+  }
 };
 
 /// The element sizes that the accuracy figures speak of.
 inline Situation typical(ShapeKind shape) {
+  constexpr double sizes[][3] = {
+      {6e-3, 10e-3, 0}, {5e-3, 0, 0}, {3e-3, 6e-3, 0}, {8e-3, 15e-3, 0}, {4e-3, 8e-3, 15e-3}};
+  const auto& [a, b, c] = sizes[static_cast<int>(shape)];
   Situation s;
   s.shape = shape;
-  switch (shape) {
-    case ShapeKind::rectangle:
-      s.a = 6e-3, s.b = 10e-3;
-      break;
-    case ShapeKind::disc:
-      s.a = 5e-3;
-      break;
-    case ShapeKind::ring:
-      s.a = 3e-3, s.b = 6e-3;
-      break;
-    case ShapeKind::shell:
-      s.a = 8e-3, s.b = 15e-3;
-      break;
-    case ShapeKind::spherical_ring:
-      s.a = 4e-3, s.b = 8e-3, s.c = 15e-3;
-      break;
-  }
+  s.a = a;
+  s.b = b;
+  s.c = c;
   return s;
 }
 
@@ -112,25 +101,47 @@ inline void fill_grid(CoordinateGrid& grid, const Points& points) {
   grid.CoordinateGridVector(columns.data(), static_cast<int>(points.size()));
 }
 
-/// Grid, rule and planes around one element.
-class Bench {
+/// An element with its medium, rule and grid.
+class Setup {
  public:
-  Bench(Transducer& element, Medium& medium, const Points& points, int nodes)
-      : _element(element), _re(points.size(), 0.0), _im(points.size(), 0.0) {
-    fill_grid(_grid, points);
+  Setup(std::unique_ptr<Transducer> element, const Medium& medium, const Points& points, int nodes)
+      : _element(std::move(element)), _medium(medium) {
+    set_points(points);
     _rule.allocate_memory(nodes);
     _rule.gauss_quadrature();
-    element.set_global_coordinate_grid(&_grid);
-    element.set_integral_pointer(&_rule);
-    element.set_medium(&medium);
-    element.set_complex_pressure_pointers(_re.data(), _im.data());
+    _element->set_global_coordinate_grid(&_grid);
+    _element->set_integral_pointer(&_rule);
+    _element->set_medium(&_medium);
+  }
+  Setup(const Situation& s, const Points& points) : Setup(s.element(), s.medium, points, s.nodes) {}
+
+  void set_points(const Points& points) { fill_grid(_grid, points); }
+  int call(Method method) { return (*_element.*method)(); }
+  Transducer& element() { return *_element; }
+  Medium& medium() { return _medium; }
+  NumericalIntegration& rule() { return _rule; }
+
+ private:
+  std::unique_ptr<Transducer> _element;
+  Medium _medium;
+  CoordinateGrid _grid;
+  NumericalIntegration _rule;
+};
+
+/// With planes for its field, which start at zero.
+class Bench : public Setup {
+ public:
+  template <class... Arguments>
+  explicit Bench(Arguments&&... arguments) : Setup(std::forward<Arguments>(arguments)...) {
+    const auto n = static_cast<std::size_t>(element().global_coordinate_grid()->npoints());
+    _re.resize(n);
+    _im.resize(n);
+    element().set_complex_pressure_pointers(_re.data(), _im.data());
   }
   void set_planes(Complex value) {
     _re.assign(_re.size(), value.real());
     _im.assign(_im.size(), value.imag());
   }
-  int call(Method method) { return (_element.*method)(); }
-  NumericalIntegration& rule() { return _rule; }
   std::vector<Complex> field() const {
     std::vector<Complex> field;
     for (std::size_t i = 0; i < _re.size(); ++i) field.emplace_back(_re[i], _im[i]);
@@ -138,17 +149,12 @@ class Bench {
   }
 
  private:
-  Transducer& _element;
-  CoordinateGrid _grid;
-  NumericalIntegration _rule;
   std::vector<double> _re, _im;
 };
 
-/// The field of `method` at global points, on planes that start at zero.
+/// The field of `method` at global points.
 inline std::vector<Complex> field(const Situation& situation, Method method, const Points& points) {
-  const auto element = situation.element();
-  Medium medium = situation.medium;
-  Bench bench(*element, medium, points, situation.nodes);
+  Bench bench(situation, points);
   bench.call(method);
   return bench.field();
 }

@@ -47,26 +47,16 @@ inline std::vector<NamedExcitation> excitations() {
   return {{"tone", tone()}, {"hanning", hanning()}, {"t-cubed", t_cubed()}, {"sampled", sampled()}};
 }
 
-/// Grid, rule, axis and array around one element.
-class TransientBench {
+/// An element with an axis, an excitation and an array for its traces, which starts at zero.
+class TransientBench : public Setup {
  public:
-  TransientBench(Transducer& element, Medium& medium, const Points& points, int nodes,
-                 TimeSamples& axis, const ExcitationFunction& excitation)
-      : _element(element), _axis(axis), _points(points.size()) {
-    fill_grid(_grid, points);
-    _rule.allocate_memory(nodes);
-    _rule.gauss_quadrature();
-    _pressure.assign(_points * axis.nt(), 0.0);
-    element.set_global_coordinate_grid(&_grid);
-    element.set_integral_pointer(&_rule);
-    element.set_medium(&medium);
-    element.set_time_vector(&axis);
-    element.set_transient_pressure_pointer(_pressure.data());
-    element._excitation_function = const_cast<ExcitationFunction*>(&excitation);
+  TransientBench(const Situation& s, const Points& points, TimeSamples& axis,
+                 const ExcitationFunction& excitation)
+      : Setup(s, points), _axis(axis), _points(points.size()), _pressure(_points * axis.nt()) {
+    element().set_time_vector(&axis);
+    element().set_transient_pressure_pointer(_pressure.data());
+    element()._excitation_function = const_cast<ExcitationFunction*>(&excitation);
   }
-  int call(Method method) { return (_element.*method)(); }
-  NumericalIntegration& rule() { return _rule; }
-  void set_points(const Points& points) { fill_grid(_grid, points); }
   void fill(double value) { std::fill(_pressure.begin(), _pressure.end(), value); }
   bool all_equal(double value) const {
     return std::all_of(_pressure.begin(), _pressure.end(), [&](double p) { return p == value; });
@@ -80,21 +70,16 @@ class TransientBench {
   }
 
  private:
-  Transducer& _element;
   TimeSamples& _axis;
-  CoordinateGrid _grid;
-  NumericalIntegration _rule;
   std::size_t _points;
   std::vector<double> _pressure;
 };
 
-/// The traces of `method` at points of the element's frame.
+/// The traces of `method` at global points.
 inline Traces transient(const Situation& situation, Method method, const Points& points,
                         TimeSamples& axis, const ExcitationFunction& excitation, double delay = 0) {
-  const auto element = situation.element();
-  element->set_time_delay(delay);
-  Medium medium = situation.medium;
-  TransientBench bench(*element, medium, points, situation.nodes, axis, excitation);
+  TransientBench bench(situation, points, axis, excitation);
+  bench.element().set_time_delay(delay);
   bench.call(method);
   return bench.traces();
 }
@@ -109,12 +94,12 @@ inline double peak(const std::vector<double>& trace) {
 inline double difference(const Traces& actual, const Traces& expected) {
   double worst = 0;
   for (std::size_t p = 0; p < expected.size(); ++p) {
-    double d = 0;
+    const double largest = peak(expected[p]);
     for (std::size_t i = 0; i < expected[p].size(); ++i) {
       const double error = std::abs(actual[p][i] - expected[p][i]);
-      d = std::isnan(error) ? HUGE_VAL : std::max(d, error);
+      if (std::isnan(error)) return HUGE_VAL;
+      if (error > 0) worst = std::max(worst, error / largest);
     }
-    if (d > 0) worst = std::max(worst, d / peak(expected[p]));
   }
   return worst;
 }

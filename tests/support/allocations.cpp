@@ -1,0 +1,51 @@
+#include "tests/support/allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local long made = 0, alive = 0;
+thread_local long until_failure = -1;  // negative: none fails
+
+void* allocate(std::size_t size, std::size_t alignment = 16) {
+  ++made;
+  if (until_failure >= 0 && until_failure-- == 0) throw std::bad_alloc();
+  void* block = std::aligned_alloc(alignment, (size + alignment) / alignment * alignment);
+  if (block == nullptr) throw std::bad_alloc();
+  ++alive;
+  return block;
+}
+void* allocate(std::size_t size, std::align_val_t alignment) {
+  return allocate(size, static_cast<std::size_t>(alignment));
+}
+void deallocate(void* block) {
+  if (block != nullptr) --alive;
+  std::free(block);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size, std::align_val_t align) { return allocate(size, align); }
+void* operator new[](std::size_t size, std::align_val_t align) { return allocate(size, align); }
+void operator delete(void* block) noexcept { deallocate(block); }
+void operator delete[](void* block) noexcept { deallocate(block); }
+void operator delete(void* block, std::size_t) noexcept { deallocate(block); }
+void operator delete[](void* block, std::size_t) noexcept { deallocate(block); }
+void operator delete(void* block, std::align_val_t) noexcept { deallocate(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { deallocate(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { deallocate(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { deallocate(block); }
+
+namespace kestrel::test {
+
+long allocations() { return made; }
+long objects_alive() { return alive; }
+
+FailingAllocation::FailingAllocation(long granted) { until_failure = granted; }
+FailingAllocation::~FailingAllocation() { until_failure = -1; }
+bool FailingAllocation::happened() const { return until_failure < 0; }
+
+}  // namespace kestrel::test
