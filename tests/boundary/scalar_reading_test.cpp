@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "inputs/structure_reader.h"
 #include "tests/boundary/outcome.h"
@@ -25,41 +23,28 @@ TEST(ReadScalar, TakesTheFirstRealPartOfAnyNumericOrLogicalValue) {
 }
 
 TEST(ReadScalar, SaysWhatIsWrongAndWhere) {
-  struct Case {
-    Value value;
-    int element;
-    const char* error;
+  const auto error_of = [](const Value& value, int element) {
+    return outcome_of([&] { read_scalar(value, "medium", "density", element); }).error;
   };
-  std::vector<Case> cases;
-  cases.push_back(
-      {Value(), 0, "Field 'density' of the medium must be a number, but it is empty.\n"});
-  cases.push_back({Value::zeros(0, 0), 0,
-                   "Field 'density' of the medium must be a number, but it is empty.\n"});
-  cases.push_back({Value::text("water"), 0,
-                   "Field 'density' of the medium must be a number, but it is of class char.\n"});
-  cases.push_back({Value(mxCreateCellMatrix(1, 1)), 3,
-                   "Field 'density' of element 3 of the medium must be a number, but it is of "
-                   "class cell.\n"});
-  for (const Case& c : cases) {
-    EXPECT_EQ(outcome_of([&] { read_scalar(c.value, "medium", "density", c.element); }).error,
-              c.error);
-  }
+  const std::string empty = "Field 'density' of the medium must be a number, but it is empty.\n";
+  EXPECT_EQ(error_of(Value(), 0), empty);
+  EXPECT_EQ(error_of(Value::zeros(0, 0), 0), empty);
+  EXPECT_EQ(error_of(Value(mxCreateCellMatrix(1, 1)), 3),
+            "Field 'density' of element 3 of the medium must be a number, but it is of class "
+            "cell.\n");
 }
 
 TEST(ReadRealDoubles, RefusesEveryOtherClass) {
-  const std::string wanted =
-      "Field 'center' of element 2 of the transducer must be a full array of "
-      "real doubles, but it is ";
-  std::vector<std::pair<Value, std::string>> cases;
-  cases.emplace_back(Value::zeros(1, 3, mxSINGLE_CLASS), "of class single.\n");
-  cases.emplace_back(Value::zeros(1, 3, mxINT32_CLASS), "of class int32.\n");
-  cases.emplace_back(Value::complex_matrix(1, 1, {{1.0, 1.0}}), "complex.\n");
-  cases.emplace_back(Value(mxCreateStructMatrix(1, 1, 0, nullptr)), "of class struct.\n");
-  for (const auto& [value, found] : cases) {
-    const mxArray* array = value;
-    EXPECT_EQ(outcome_of([&] { read_real_doubles(array, "transducer", "center", 2); }).error,
-              wanted + found);
-  }
+  const auto expect_refused = [](const Value& value, const std::string& found) {
+    EXPECT_EQ(outcome_of([&] { read_real_doubles(value, "transducer", "center", 2); }).error,
+              "Field 'center' of element 2 of the transducer must be a full array of real doubles, "
+              "but it is " +
+                  found);
+  };
+  expect_refused(Value::zeros(1, 3, mxSINGLE_CLASS), "of class single.\n");
+  expect_refused(Value::zeros(1, 3, mxINT32_CLASS), "of class int32.\n");
+  expect_refused(Value::complex_matrix(1, 1, {{1.0, 1.0}}), "complex.\n");
+  expect_refused(Value(mxCreateStructMatrix(1, 1, 0, nullptr)), "of class struct.\n");
   EXPECT_EQ(read_real_doubles(nullptr, "transducer", "center"), nullptr);
   EXPECT_EQ(read_real_doubles(Value::zeros(0, 3), "transducer", "center"), nullptr);
 }

@@ -23,39 +23,38 @@ const std::string structure_help =
 const std::string no_count =
     "Computed number of time samples is less than 1.\n  Check values of tmin, tmax, and deltat.\n";
 
+void expect_axis(const TimeSamples& time, const std::vector<double>& values, double tmin,
+                 double tmax, double deltat) {
+  EXPECT_EQ(time.nt(), static_cast<int>(values.size()));
+  for (int i = 0; i < time.nt(); ++i) EXPECT_EQ(time.time_index_value(i), values[i]) << i;
+  EXPECT_EQ(time.tmin(), tmin);
+  EXPECT_EQ(time.tmax(), tmax);
+  EXPECT_EQ(time.deltat(), deltat);
+}
+
 Outcome reading(const mxArray* structure) {
   return outcome_of([&] { TimeSamples().allocate_memory_and_set_values(&structure); });
 }
 
-TEST(TimeInput, MissingFieldsAreNamedInOrder) {
+TEST(TimeInput, NamesMissingFieldsInOrderAndReadsTheThreeNumbers) {
   const std::pair<const char*, const char*> fields[] = {
       {"tmin", "Expecting 'time_samples' or 'tmin', but neither of these fields are defined\n"},
       {"tmax", "Expecting 'tmax', but this field is not defined\n"},
       {"deltat", "Expecting 'deltat', but this field is not defined\n"},
   };
   StructArray structure;
+  double value = 1.0;
   for (const auto& [field, printed] : fields) {
     const Outcome outcome = reading(structure);
     EXPECT_EQ(outcome.printed, printed);
     EXPECT_EQ(outcome.error, structure_help);
-    structure.set(field, 1.0);
+    structure.set(field, value);
+    value += 2.0;
   }
-  const Outcome outcome = reading(structure);
-  EXPECT_EQ(outcome.printed, "");
-  EXPECT_EQ(outcome.error, std::nullopt);
-}
-
-TEST(TimeInput, ReadsTheThreeNumbers) {
-  StructArray structure;
-  structure.set("tmin", 1.0).set("tmax", 3.0).set("deltat", 0.5);
   const mxArray* argument = structure;
   TimeSamples time;
   EXPECT_TRUE(time.allocate_memory_and_set_values(&argument));
-  EXPECT_EQ(time.nt(), 5);
-  EXPECT_EQ(time.tmin(), 1.0);
-  EXPECT_EQ(time.tmax(), 3.0);
-  EXPECT_EQ(time.deltat(), 0.5);
-  EXPECT_EQ(time.time_index_value(3), 2.5);
+  expect_axis(time, {1.0}, 1.0, 3.0, 5.0);
 }
 
 TEST(TimeInput, AnExplicitListKeepsItsOrder) {
@@ -65,13 +64,7 @@ TEST(TimeInput, AnExplicitListKeepsItsOrder) {
   TimeSamples time(0.5, 1.0, 9.0);
   const Capture capture;
   EXPECT_TRUE(time.allocate_memory_and_set_values(&argument));
-  EXPECT_EQ(time.nt(), 3);
-  EXPECT_EQ(time.time_index_value(0), 3.0);
-  EXPECT_EQ(time.time_index_value(1), 1.0);
-  EXPECT_EQ(time.time_index_value(2), 2.0);
-  EXPECT_EQ(time.tmin(), 1.0);
-  EXPECT_EQ(time.tmax(), 3.0);
-  EXPECT_EQ(time.deltat(), 0.0);
+  expect_axis(time, {3.0, 1.0, 2.0}, 1.0, 3.0, 0.0);
   EXPECT_EQ(capture.printed(),
             "0: 3.000000e+00, 3.000000e+00, 3.000000e+00 => 3.000000e+00\n"
             "1: 1.000000e+00, 3.000000e+00, 1.000000e+00 => 1.000000e+00\n"
@@ -88,9 +81,7 @@ TEST(TimeInput, AnEmptyListHasNoSamples) {
     const Capture capture;
     EXPECT_TRUE(time.allocate_memory_and_set_values(&argument));
     EXPECT_EQ(capture.printed(), "");
-    EXPECT_EQ(time.nt(), 0);
-    EXPECT_EQ(time.tmin(), 0.0);
-    EXPECT_EQ(time.time_index_value(0), 0.0);
+    expect_axis(time, {}, 0.0, 0.0, 0.0);
   }
 }
 
@@ -127,48 +118,42 @@ TEST(TimeAxis, BadRangesAreRefused) {
     SCOPED_TRACE(c.printed);
     TimeSamples time(1.0, 0.0, 3.0);
     const standalone::Live before = standalone::live();
-    const Outcome generated =
-        outcome_of([&] { time.generatetimevectorfromminmaxdeltat(c.deltat, c.tmin, c.tmax); });
-    EXPECT_EQ(generated.printed, c.printed);
-    EXPECT_EQ(generated.error, c.error);
-
-    // An update prints the size of the axis that it would have written to.
-    const Outcome updated =
-        outcome_of([&] { time.updatetimevectorfromminmaxdeltat(c.deltat, c.tmin, c.tmax); });
-    EXPECT_EQ(updated.printed,
-              c.error == no_count ? "Illegal number of time samples 4\n" : c.printed);
-    EXPECT_EQ(updated.error, c.error);
-
-    if (c.error != no_count) {
-      const Outcome delays =
-          outcome_of([&] { time.generatetauvectorfromminmaxdeltatau(c.deltat, c.tmin, c.tmax); });
-      EXPECT_EQ(delays.printed, c.printed);
-      EXPECT_EQ(delays.error, c.error);
+    const auto expect = [&](bool (TimeSamples::*fill)(double, double, double),
+                            const std::string& printed) {
+      const Outcome outcome = outcome_of([&] { (time.*fill)(c.deltat, c.tmin, c.tmax); });
+      EXPECT_EQ(outcome.printed, printed);
+      EXPECT_EQ(outcome.error, c.error);
+    };
+    expect(&TimeSamples::generatetimevectorfromminmaxdeltat, c.printed);
+    if (c.error == no_count) {
+      // An update prints the size of the axis that it would have written to.
+      expect(&TimeSamples::updatetimevectorfromminmaxdeltat, "Illegal number of time samples 4\n");
+    } else {
+      expect(&TimeSamples::updatetimevectorfromminmaxdeltat, c.printed);
+      expect(&TimeSamples::generatetauvectorfromminmaxdeltatau, c.printed);
     }
     EXPECT_EQ(standalone::live(), before);
-    EXPECT_EQ(time.nt(), 4);
-    EXPECT_EQ(time.tmax(), 3.0);
+    expect_axis(time, {0, 1, 2, 3}, 0, 3, 1);
   }
 }
 
-TEST(TimeAxis, CountsWithTheRoundingGuard) {
+TEST(TimeAxis, CountsWithTheRoundingGuardAndComputesEveryValueAfresh) {
   struct Case {
     double deltat, tmin, tmax;
     int count;
   };
-  constexpr Case cases[] = {
-      {1e-8, 0.0, 1e-6, 101}, {1e-8, 0.0, 1e-6 - 1e-12, 100},
-      {0.0, 2.0, 2.0, 1},     {0.5, 2.0, 2.0, 1},
-      {0.0, 1.0, 2.0, 1},
-  };
+  constexpr Case cases[] = {{1e-8, 0.0, 1e-6, 101},
+                            {1e-8, 1e-7, 1.1e-6 - 1e-12, 100},
+                            {0.0, 2.0, 2.0, 1},
+                            {0.5, 2.0, 2.0, 1},
+                            {0.0, 1.0, 2.0, 1}};
   for (const Case& c : cases) {
-    const TimeSamples time(c.deltat, c.tmin, c.tmax);
-    EXPECT_EQ(time.nt(), c.count) << c.deltat << " from " << c.tmin << " to " << c.tmax;
-    EXPECT_EQ(time.time_index_value(0), c.tmin);
+    std::vector<double> values;
     for (int i = 0; i < c.count; ++i) {
       const volatile double product = i * c.deltat;
-      EXPECT_EQ(time.time_index_value(i), product + c.tmin);
+      values.push_back(product + c.tmin);
     }
+    expect_axis(TimeSamples(c.deltat, c.tmin, c.tmax), values, c.tmin, c.tmax, c.deltat);
   }
 }
 
@@ -177,12 +162,8 @@ TEST(TimeAxis, AnUpdateRewritesTheFront) {
   const Outcome outcome =
       outcome_of([&] { EXPECT_TRUE(time.updatetimevectorfromminmaxdeltat(0.5, 10.0, 11.0)); });
   EXPECT_EQ(outcome.printed, "nt: 5\nnt_local: 3\n");
-  const double expected[] = {10.0, 10.5, 11.0, 3.0, 4.0};
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(time.time_index_value(i), expected[i]);
-  EXPECT_EQ(time.nt(), 5);
+  expect_axis(time, {10.0, 10.5, 11.0, 3.0, 4.0}, 10.0, 11.0, 0.5);
   EXPECT_EQ(time.nt_local(), 3);
-  EXPECT_EQ(time.tmin(), 10.0);
-  EXPECT_EQ(time.deltat(), 0.5);
 }
 
 TEST(TimeAxis, AnUpdateMustFit) {
@@ -250,31 +231,27 @@ TEST(TimeAxis, IndicesOutOfRangeReadZero) {
   TimeSamples time(1.0, 5.0, 7.0);
   time.generatetauvectorfromminmaxdeltatau(1.0, 5.0, 7.0);
   const TimeSamples never_filled;
-  for (const int i : {-1, 3, 4, std::numeric_limits<int>::max()}) {
-    EXPECT_EQ(time.time_index_value(i), 0.0);
-    EXPECT_EQ(time.tau_index_value(i), 0.0);
-    EXPECT_EQ(never_filled.time_index_value(i), 0.0);
-  }
-  EXPECT_EQ(never_filled.time_index_value(0), 0.0);
-  EXPECT_EQ(never_filled.tau_index_value(0), 0.0);
   EXPECT_EQ(never_filled.nt_local(), 0);
+  for (const int i : {-1, 3, 4, std::numeric_limits<int>::max()}) {
+    for (const TimeSamples* axis : {&std::as_const(time), &never_filled}) {
+      EXPECT_EQ(axis->time_index_value(i), 0.0);
+      EXPECT_EQ(axis->tau_index_value(i), 0.0);
+    }
+  }
 }
 
 TEST(TimeAxis, ReplacingAnAxisFreesTheOldOne) {
   const standalone::Live before = standalone::live();
-  {
-    TimeSamples time;
-    const double times[] = {1.0, 2.0};
-    for (int n = 1; n <= 3; ++n) {
-      outcome_of([&] { time.vectoroftimevalues(times, 2); });
-      time.generatetimevectorfromminmaxdeltat(1.0, 0.0, n);
-      time.generatetauvectorfromminmaxdeltatau(1.0, 0.0, n);
-    }
-    EXPECT_EQ(standalone::live().blocks, before.blocks + 2);
-    EXPECT_EQ(outcome_of([&] { time.vectoroftimevalues(times, -1); }).error,
-              "The number of time samples in the list is -1.\n");
+  TimeSamples time;
+  const double times[] = {1.0, 2.0};
+  for (int n = 1; n <= 3; ++n) {
+    outcome_of([&] { time.vectoroftimevalues(times, 2); });
+    time.generatetimevectorfromminmaxdeltat(1.0, 0.0, n);
+    time.generatetauvectorfromminmaxdeltatau(1.0, 0.0, n);
   }
-  EXPECT_EQ(standalone::live(), before);
+  EXPECT_EQ(standalone::live().blocks, before.blocks + 2);
+  EXPECT_EQ(outcome_of([&] { time.vectoroftimevalues(times, -1); }).error,
+            "The number of time samples in the list is -1.\n");
 }
 
 }  // namespace

@@ -83,47 +83,33 @@ TEST(RegularGrid, IndicesOutOfRangeGiveTheOrigin) {
 TEST(PointList, KeepsItsPointsAndTheirBounds) {
   constexpr double coordinates[] = {3, 1, 2, /* y */ -4, -6, -5, /* z */ 9, 9, 9};
   CoordinateGrid grid;
+  grid.RegularCoordinateGrid(0, 2, 0, 2, 0, 2, 1, 1, 1);
   EXPECT_TRUE(grid.CoordinateGridVector(coordinates, 3));
   EXPECT_FALSE(grid.regular());
+  EXPECT_EQ(grid.npoints(), 3);
   expect_point(grid.spatial_index_value(0), 3, -4, 9);
   expect_point(grid.spatial_index_value(2), 2, -5, 9);
   expect_point(grid.spatial_index_value(3), 0, 0, 0);
   expect_point(grid.spatial_index_value(-1), 0, 0, 0);
-  EXPECT_EQ(grid.xmin(), 1);
-  EXPECT_EQ(grid.xmax(), 3);
-  EXPECT_EQ(grid.ymin(), -6);
-  EXPECT_EQ(grid.ymax(), -4);
-  EXPECT_EQ(grid.zmin(), 9);
-  EXPECT_EQ(grid.deltax() + grid.deltay() + grid.deltaz(), 0);
-}
-
-TEST(PointList, ASinglePointReplacesAnyGrid) {
-  CoordinateGrid grid;
-  grid.RegularCoordinateGrid(0, 2, 0, 2, 0, 2, 1, 1, 1);
+  expect_point({grid.xmin(), grid.ymin(), grid.zmin()}, 1, -6, 9);
+  expect_point({grid.xmax(), grid.ymax(), grid.zmax()}, 3, -4, 9);
+  expect_point({grid.deltax(), grid.deltay(), grid.deltaz()}, 0, 0, 0);
   EXPECT_TRUE(grid.SinglePoint(CartesianCoordinate(1, 2, 3)));
-  EXPECT_EQ(grid.npoints(), 1);
-  EXPECT_FALSE(grid.regular());
   expect_point(grid.spatial_index_value(0), 1, 2, 3);
   EXPECT_TRUE(grid.SinglePoint(4, 5, 6));
   expect_point(grid.spatial_index_value(0), 4, 5, 6);
-  expect_point(grid.spatial_index_value(1), 0, 0, 0);
-  EXPECT_EQ(grid.xmin(), 4);
-  EXPECT_EQ(grid.zmax(), 6);
-  EXPECT_EQ(grid.deltax(), 0);
+  EXPECT_EQ(grid.npoints(), 1);
 }
 
 TEST(Coordinates, DistanceAndSign) {
   const CartesianCoordinate point(1, 2, 3);
   EXPECT_EQ(point.calculate_distance(CartesianCoordinate(3, 5, -3)), 7.0);
   EXPECT_EQ(point.calculate_distance(3, 5, -3), 7.0);
-  EXPECT_EQ(CartesianCoordinate().calculate_distance(0, 0, 0), 0.0);
-
   const double above = std::nextafter(1e-10, 1.0);
   EXPECT_EQ(sign(1e-10), 0.0);
   EXPECT_EQ(sign(-1e-10), 0.0);
   EXPECT_EQ(sign(above), 1.0);
   EXPECT_EQ(sign(-above), -1.0);
-  EXPECT_EQ(sign(-3.5), -1.0);
 }
 
 }  // namespace
