@@ -1,8 +1,7 @@
-// The standalone host stands in for MATLAB in all other tests, so its own promises come first.
+// The standalone host stands in for MATLAB in all other tests: what they rely on.
 
 #include "host/standalone/standalone_host.h"
 
-#include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
@@ -13,67 +12,49 @@
 namespace kestrel::standalone {
 namespace {
 
-TEST(StandaloneHost, PropertiesOfEveryClass) {
+template <class Number>
+Value value_of(mxClassID class_id, Number number) {
+  Value value = Value::zeros(2, 3, class_id);
+  std::memcpy(mxGetData(value), &number, sizeof number);
+  return value;
+}
+
+TEST(StandaloneHost, PropertiesAndScalarsOfEveryClass) {
   struct Case {
-    Value value;
     const char* class_name;
-    bool is_numeric;
-    bool is_complex;
-    std::size_t element_size;
+    Value value;
+    double scalar;
+    bool is_numeric = true;
+    bool is_complex = false;
   };
   const Case cases[] = {
-      {Value::zeros(2, 3, mxDOUBLE_CLASS), "double", true, false, 8},
-      {Value::zeros(2, 3, mxDOUBLE_CLASS, mxCOMPLEX), "double", true, true, 16},
-      {Value::zeros(2, 3, mxSINGLE_CLASS), "single", true, false, 4},
-      {Value::zeros(2, 3, mxINT8_CLASS), "int8", true, false, 1},
-      {Value::zeros(2, 3, mxUINT8_CLASS), "uint8", true, false, 1},
-      {Value::zeros(2, 3, mxINT16_CLASS), "int16", true, false, 2},
-      {Value::zeros(2, 3, mxUINT16_CLASS), "uint16", true, false, 2},
-      {Value::zeros(2, 3, mxINT32_CLASS), "int32", true, false, 4},
-      {Value::zeros(2, 3, mxUINT32_CLASS), "uint32", true, false, 4},
-      {Value::zeros(2, 3, mxINT64_CLASS), "int64", true, false, 8},
-      {Value::zeros(2, 3, mxUINT64_CLASS), "uint64", true, false, 8},
-      {Value(mxCreateLogicalMatrix(2, 3)), "logical", false, false, 1},
-      {Value::text("word"), "char", false, false, 2},
-      {Value(mxCreateCellMatrix(2, 3)), "cell", false, false, sizeof(void*)},
-      {Value(mxCreateStructMatrix(2, 3, 0, nullptr)), "struct", false, false, sizeof(void*)},
+      {"double", value_of(mxDOUBLE_CLASS, -2.9), -2.9},
+      {"double", Value::complex_matrix(1, 1, {{3, 4}}), 3, true, true},
+      {"single", value_of(mxSINGLE_CLASS, 0.1f), 0.1f},
+      {"int8", value_of(mxINT8_CLASS, std::int8_t{-128}), -128},
+      {"uint8", value_of(mxUINT8_CLASS, std::uint8_t{255}), 255},
+      {"int16", value_of(mxINT16_CLASS, std::int16_t{-32768}), -32768},
+      {"uint16", value_of(mxUINT16_CLASS, std::uint16_t{65535}), 65535},
+      {"int32", value_of(mxINT32_CLASS, std::int32_t{-2147483647}), -2147483647},
+      {"uint32", value_of(mxUINT32_CLASS, std::uint32_t{4294967295}), 4294967295.0},
+      {"int64", value_of(mxINT64_CLASS, std::int64_t{-1} << 62), -0x1p62},
+      {"uint64", value_of(mxUINT64_CLASS, std::uint64_t{1} << 63), 0x1p63},
+      {"logical", Value::logical(true), 1, false},
+      {"char", Value::text("A"), 65, false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.class_name);
     EXPECT_STREQ(mxGetClassName(c.value), c.class_name);
-    EXPECT_TRUE(mxIsClass(c.value, c.class_name));
+    EXPECT_EQ(mxGetScalar(c.value), c.scalar);
     EXPECT_EQ(mxIsNumeric(c.value), c.is_numeric);
     EXPECT_EQ(mxIsComplex(c.value), c.is_complex);
-    EXPECT_EQ(mxGetElementSize(c.value), c.element_size);
-    EXPECT_EQ(mxIsStruct(c.value), std::strcmp(c.class_name, "struct") == 0);
     EXPECT_EQ(mxIsChar(c.value), std::strcmp(c.class_name, "char") == 0);
     EXPECT_EQ(mxIsLogical(c.value), std::strcmp(c.class_name, "logical") == 0);
-    EXPECT_EQ(mxGetPr(c.value) != nullptr,
-              std::strcmp(c.class_name, "double") == 0 && !c.is_complex);
     EXPECT_EQ(mxGetComplexDoubles(c.value) != nullptr, c.is_complex);
+    EXPECT_FALSE(mxIsStruct(c.value));
   }
-}
-
-TEST(StandaloneHost, ScalarOfEveryClass) {
-  const auto first = [](mxClassID class_id, auto number) {
-    Value value = Value::zeros(1, 2, class_id);
-    std::memcpy(mxGetData(value), &number, sizeof number);
-    return mxGetScalar(value);
-  };
-  EXPECT_EQ(first(mxDOUBLE_CLASS, -2.9), -2.9);
-  EXPECT_EQ(first(mxSINGLE_CLASS, 0.1f), 0.1f);
-  EXPECT_EQ(first(mxINT8_CLASS, std::int8_t{-128}), -128);
-  EXPECT_EQ(first(mxUINT8_CLASS, std::uint8_t{255}), 255);
-  EXPECT_EQ(first(mxINT16_CLASS, std::int16_t{-32768}), -32768);
-  EXPECT_EQ(first(mxUINT16_CLASS, std::uint16_t{65535}), 65535);
-  EXPECT_EQ(first(mxINT32_CLASS, std::int32_t{-2147483647}), -2147483647);
-  EXPECT_EQ(first(mxUINT32_CLASS, std::uint32_t{4294967295}), 4294967295.0);
-  EXPECT_EQ(first(mxINT64_CLASS, std::int64_t{-1} << 62), -0x1p62);
-  EXPECT_EQ(first(mxUINT64_CLASS, std::uint64_t{1} << 63), 0x1p63);
-  EXPECT_EQ(mxGetScalar(Value::logical(true)), 1);
-  EXPECT_EQ(mxGetScalar(Value::text("A")), 65);
-  EXPECT_EQ(mxGetScalar(Value::complex_matrix(1, 1, {{3, 4}})), 3);
-  EXPECT_TRUE(std::isnan(mxGetScalar(Value::scalar(NAN))));
+  EXPECT_TRUE(mxIsStruct(Value(mxCreateStructMatrix(2, 3, 0, nullptr))));
+  EXPECT_STREQ(mxGetClassName(Value(mxCreateCellMatrix(2, 3))), "cell");
 }
 
 TEST(StandaloneHost, DimensionsAreNormalised) {
@@ -83,22 +64,17 @@ TEST(StandaloneHost, DimensionsAreNormalised) {
   };
   const Case cases[] = {
       {{3, 1, 5}, {3, 1, 5}, 5}, {{3, 4, 1}, {3, 4}, 4}, {{3, 1, 1, 1}, {3, 1}, 1},
-      {{3, 0, 5}, {3, 0, 5}, 0}, {{7}, {7, 1}, 1},       {{1, 1, 2, 1}, {1, 1, 2}, 2},
-      {{0, 0, 1}, {0, 0}, 0},
+      {{3, 0, 5}, {3, 0, 5}, 0}, {{7}, {7, 1}, 1},       {{0, 0, 1}, {0, 0}, 0},
   };
   for (const Case& c : cases) {
-    const Value created(
-        mxCreateNumericArray(c.given.size(), c.given.data(), mxSINGLE_CLASS, mxREAL));
-    Value reshaped = Value::zeros(0, 0);
-    EXPECT_EQ(mxSetDimensions(reshaped, c.given.data(), c.given.size()), 0);
-    for (mxArray* array : {static_cast<mxArray*>(created), static_cast<mxArray*>(reshaped)}) {
-      const mwSize* dimensions = mxGetDimensions(array);
-      EXPECT_EQ(std::vector<mwSize>(dimensions, dimensions + mxGetNumberOfDimensions(array)),
-                c.expected);
-      EXPECT_EQ(mxGetM(array), c.given[0]);
-      EXPECT_EQ(mxGetN(array), c.n);
-      EXPECT_EQ(mxGetNumberOfElements(array), c.given[0] * c.n);
-    }
+    Value array = Value::zeros(0, 0);
+    EXPECT_EQ(mxSetDimensions(array, c.given.data(), c.given.size()), 0);
+    const mwSize* dimensions = mxGetDimensions(array);
+    EXPECT_EQ(std::vector<mwSize>(dimensions, dimensions + mxGetNumberOfDimensions(array)),
+              c.expected);
+    EXPECT_EQ(mxGetM(array), c.given[0]);
+    EXPECT_EQ(mxGetN(array), c.n);
+    EXPECT_EQ(mxGetNumberOfElements(array), c.given[0] * c.n);
   }
   const mwSize uncountable[] = {std::size_t{1} << 40, std::size_t{1} << 40};
   EXPECT_EQ(mxCreateNumericArray(2, uncountable, mxDOUBLE_CLASS, mxREAL), nullptr);
@@ -112,12 +88,10 @@ TEST(StandaloneHost, StringsAreCutAndAlwaysTerminated) {
     int result;
     const char* expected;
   };
-  const Case cases[] = {{"rect", 10, 0, "rect"},
-                        {"123456789", 10, 0, "123456789"},
+  const Case cases[] = {{"123456789", 10, 0, "123456789"},
                         {"1234567890", 10, 1, "123456789"},
                         {"rect", 1, 1, ""},
-                        {"", 10, 0, ""},
-                        {"sph ring", 10, 0, "sph ring"}};
+                        {"", 10, 0, ""}};
   for (const Case& c : cases) {
     char buffer[12];
     std::memset(buffer, '#', sizeof buffer);
@@ -125,33 +99,21 @@ TEST(StandaloneHost, StringsAreCutAndAlwaysTerminated) {
     EXPECT_STREQ(buffer, c.expected);
     EXPECT_EQ(buffer[c.size], '#') << "written past the size";
   }
-  char buffer[4] = "xyz";
-  EXPECT_EQ(mxGetString(Value::scalar(65), buffer, sizeof buffer), 1);
-  EXPECT_STREQ(buffer, "");
 }
 
 TEST(StandaloneHost, StructureFields) {
   StructArray array(3);
   array.set("shape", "rect", 0).set("shape", "circ", 2).set("center", {1, 2, 3}, 1);
-  EXPECT_EQ(mxGetNumberOfFields(array), 2);
   EXPECT_EQ(mxGetFieldNumber(array, "center"), 1);
   EXPECT_EQ(mxGetFieldNumber(array, "radius"), -1);
-  EXPECT_STREQ(mxGetFieldNameByNumber(array, 0), "shape");
-  EXPECT_EQ(mxGetFieldNameByNumber(array, 2), nullptr);
   EXPECT_EQ(mxGetField(array, 1, "shape"), nullptr) << "never set";
   EXPECT_EQ(mxGetField(array, 3, "shape"), nullptr) << "past the end";
-  EXPECT_EQ(mxGetField(array, 0, "radius"), nullptr) << "no such field";
-  EXPECT_EQ(mxGetDoubles(mxGetField(array, 1, "center"))[2], 3);
   EXPECT_EQ(mxGetFieldNumber(Value::scalar(1), "shape"), -1) << "not a structure";
-  EXPECT_EQ(mxGetField(Value::scalar(1), 0, "shape"), nullptr) << "not a structure";
 
   array.set("shape", "ring", 0);  // the old value must not be lost
   const Value copy(mxDuplicateArray(array));
   array.set("center", {7, 8, 9}, 1);
   EXPECT_EQ(mxGetDoubles(mxGetField(copy, 1, "center"))[0], 1) << "a copy shares nothing";
-  char shape[10];
-  EXPECT_EQ(mxGetString(mxGetField(copy, 0, "shape"), shape, sizeof shape), 0);
-  EXPECT_STREQ(shape, "ring");
 }
 
 TEST(StandaloneHost, EndOfCallReclaimsWhatIsNeitherReturnedNorPersistent) {
@@ -192,7 +154,6 @@ TEST(StandaloneHost, ErrorCallUnwindsPastStandardHandlersAndDropsOutputs) {
     } guard{unwound};
     plhs[0] = mxCreateDoubleScalar(1);
     mexPrintf("before %d\n", 1);
-    mexWarnMsgTxt("careful");
     mexWarnMsgIdAndTxt("a:b", "%s %d", "twice", 2);
     try {
       mexErrMsgIdAndTxt("kestrel:text", "stopped at %d\n", 7);
@@ -205,9 +166,7 @@ TEST(StandaloneHost, ErrorCallUnwindsPastStandardHandlersAndDropsOutputs) {
   EXPECT_EQ(result.error, "stopped at 7\n");
   EXPECT_EQ(result.error_identifier, "kestrel:text");
   EXPECT_EQ(result.output(), nullptr);
-  EXPECT_EQ(result.printed, "before 1\n");
-  EXPECT_EQ(result.warnings, (std::vector<std::string>{"careful", "twice 2"}));
-  EXPECT_EQ(result.console, "before 1\nWarning: careful\nWarning: twice 2\n");
+  EXPECT_EQ(result.console, "before 1\nWarning: twice 2\n");
 }
 
 TEST(StandaloneHost, OtherExceptionsPassThroughAfterTheCleaning) {
@@ -220,16 +179,6 @@ TEST(StandaloneHost, OtherExceptionsPassThroughAfterTheCleaning) {
   EXPECT_EQ(live(), before);
 }
 
-TEST(StandaloneHost, StatementCallMayStillSetTheFirstOutput) {
-  const auto entry = [](int nlhs, mxArray* plhs[], int, const mxArray*[]) {
-    plhs[0] = mxCreateDoubleScalar(nlhs);
-  };
-  const CallResult result = call(entry, 0, {});
-  ASSERT_NE(result.output(), nullptr);
-  EXPECT_EQ(mxGetScalar(result.output()), 0);
-  EXPECT_EQ(result.output(1), nullptr);
-}
-
 TEST(StandaloneHost, CapturesNest) {
   Capture outer;
   mexPrintf("a");
@@ -239,27 +188,23 @@ TEST(StandaloneHost, CapturesNest) {
     mexWarnMsgTxt("w");
     EXPECT_EQ(inner.console(), "bWarning: w\n");
   }
-  mexPrintf("%s", std::string(10000, 'c').c_str());
-  EXPECT_EQ(outer.printed(), "a" + std::string(10000, 'c'));
-  EXPECT_TRUE(outer.warnings().empty());
+  EXPECT_EQ(outer.console(), "a");
 }
 
 TEST(StandaloneHost, AllocationLimitIsExactAndEnds) {
-  {
-    const AllocationLimit limit(2);
-    void* first = mxMalloc(1);
-    void* second = mxCalloc(1, 1);
-    EXPECT_NE(first, nullptr);
-    EXPECT_NE(second, nullptr);
-    EXPECT_EQ(mxMalloc(1), nullptr);
-    EXPECT_EQ(mxCreateDoubleScalar(1), nullptr);
-    EXPECT_EQ(mxRealloc(second, 100), nullptr) << "and the block lives on";
-    mxFree(first);
-    mxFree(second);
-  }
-  Value whole = Value::scalar(1);
   StructArray structure;
   structure.set("field", 1.0);
+  void* first = nullptr;
+  {
+    const AllocationLimit limit(1);
+    first = mxMalloc(8);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(static_cast<unsigned char*>(first)[7], 0xA5) << "no zeros are promised";
+    EXPECT_EQ(mxMalloc(1), nullptr);
+    EXPECT_EQ(mxCreateDoubleScalar(1), nullptr);
+    EXPECT_EQ(mxRealloc(first, 100), nullptr) << "and the block lives on";
+  }
+  mxFree(first);
   const Live before = live();
   for (std::size_t granted = 0; granted < 3; ++granted) {
     const AllocationLimit limit(granted);
@@ -273,7 +218,6 @@ TEST(StandaloneHost, DataMayBeReallocatedOutsideOfItsArray) {
   Value value = Value::row({1, 2});
   auto* larger = static_cast<double*>(mxRealloc(mxGetDoubles(value), 1000 * sizeof(double)));
   EXPECT_EQ(mxSetDoubles(value, larger), 1);
-  mxSetN(value, 1000);
   EXPECT_EQ(mxGetDoubles(value)[1], 2);
   EXPECT_EQ(mxSetComplexDoubles(value, nullptr), 0) << "a real array";
 }
@@ -305,25 +249,23 @@ TEST(StandaloneHostDeathTest, MisuseIsNotSurvived) {
                "not an array of its call");
 }
 
-std::vector<std::complex<double>> complex_contents(const mxArray* array) {
-  std::vector<std::complex<double>> values(mxGetNumberOfElements(array));
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (mxIsComplex(array)) {
-      values[i] = {mxGetComplexDoubles(array)[i].real, mxGetComplexDoubles(array)[i].imag};
-    } else {
-      values[i] = mxGetDoubles(array)[i];
-    }
-  }
-  return values;
-}
+using Values = std::vector<std::complex<double>>;
 
-std::vector<std::complex<double>> call_fft(mxArray* data, std::optional<double> length = {}) {
+Values call_fft(mxArray* data, std::optional<double> length = {}) {
   const Value count = length ? Value::scalar(*length) : Value();
   mxArray* arguments[] = {data, count};
   mxArray* output = nullptr;
   mexCallMATLAB(1, &output, length ? 2 : 1, arguments, "fft");
   const Value owned(output);
-  return complex_contents(owned);
+  Values values(mxGetNumberOfElements(owned));
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (mxIsComplex(owned)) {
+      values[i] = {mxGetComplexDoubles(owned)[i].real, mxGetComplexDoubles(owned)[i].imag};
+    } else {
+      values[i] = mxGetDoubles(owned)[i];
+    }
+  }
+  return values;
 }
 
 TEST(StandaloneFft, AgreesWithTheDefinitionForAnyLength) {
@@ -331,7 +273,7 @@ TEST(StandaloneFft, AgreesWithTheDefinitionForAnyLength) {
   std::uniform_real_distribution<double> uniform(-1, 1);
   for (const std::size_t length : {1, 2, 3, 4, 7, 8, 12, 30, 97, 128, 360, 343}) {
     SCOPED_TRACE(length);
-    std::vector<std::complex<double>> signal(length);
+    Values signal(length);
     for (auto& value : signal) value = {uniform(random), uniform(random)};
     const auto spectrum = call_fft(Value::complex_matrix(length, 1, signal));
     ASSERT_EQ(spectrum.size(), length);
@@ -342,47 +284,40 @@ TEST(StandaloneFft, AgreesWithTheDefinitionForAnyLength) {
         sum += std::polar(1.0L, -2 * std::numbers::pi_v<long double> * turns) *
                std::complex<long double>(signal[n]);
       }
-      ASSERT_NEAR(spectrum[k].real(), static_cast<double>(sum.real()), 1e-15 * length + 1e-15);
-      ASSERT_NEAR(spectrum[k].imag(), static_cast<double>(sum.imag()), 1e-15 * length + 1e-15);
+      ASSERT_LE(std::abs(std::complex<long double>(spectrum[k]) - sum), 2e-15 * (length + 1));
     }
   }
-}
-
-TEST(StandaloneFft, ShapesAndLengths) {
-  using Values = std::vector<std::complex<double>>;
   EXPECT_EQ(call_fft(Value::matrix(2, 2, {1, 2, 3, 5})), (Values{3, -1, 8, -2})) << "by columns";
   EXPECT_EQ(call_fft(Value::row({1, 2})), (Values{3, -1})) << "along the row";
   EXPECT_EQ(call_fft(Value::row({1, 2, 9}), 2), (Values{3, -1})) << "cut";
-  EXPECT_EQ(call_fft(Value::row({1}), 1), (Values{1}));
   EXPECT_EQ(call_fft(Value::matrix(2, 1, {1, 1}), 4), (Values{2, {1, -1}, 0, {1, 1}})) << "padded";
   EXPECT_TRUE(call_fft(Value::zeros(0, 0)).empty());
 }
 
 TEST(StandaloneHost, CallsFunctionsByName) {
-  const RegisteredFunction sum("sum2", [](int, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
-    if (nrhs != 2) mexErrMsgTxt("two, please");
+  const RegisteredFunction twice("twice", [](int, mxArray* plhs[], int, const mxArray* prhs[]) {
+    if (mxGetScalar(prhs[0]) < 0) mexErrMsgTxt("not negative, please");
     mxMalloc(64);  // reclaimed when this function ends
-    plhs[0] = mxCreateDoubleScalar(mxGetScalar(prhs[0]) + mxGetScalar(prhs[1]));
+    plhs[0] = mxCreateDoubleScalar(2 * mxGetScalar(prhs[0]));
   });
-  const auto entry = [](int, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
-    std::vector<mxArray*> arguments;
-    for (int i = 0; i < nrhs; ++i) arguments.push_back(const_cast<mxArray*>(prhs[i]));
-    mexCallMATLAB(1, plhs, nrhs, arguments.data(), "sum2");
+  const auto result_of = [](const char* name, double x) {
+    const auto entry = [name](int, mxArray* plhs[], int, const mxArray* prhs[]) {
+      mxArray* argument = const_cast<mxArray*>(prhs[0]);
+      mexCallMATLAB(1, plhs, 1, &argument, name);
+    };
+    const Value argument = Value::scalar(x);
+    const CallResult result = call(entry, 1, {argument});
+    if (result.error) return *result.error;
+    return result.output() == nullptr ? "nothing" : std::to_string(mxGetScalar(result.output()));
   };
-  const Value two = Value::scalar(2);
-  const CallResult good = call(entry, 1, {two, two});
-  ASSERT_NE(good.output(), nullptr);
-  EXPECT_EQ(mxGetScalar(good.output()), 4);
-  EXPECT_EQ(call(entry, 1, {two}).error, "two, please");
+  EXPECT_EQ(result_of("twice", 2), "4.000000");
+  EXPECT_EQ(result_of("twice", -2), "not negative, please");
   {
-    const RegisteredFunction broken("sum2", [](int, mxArray*[], int, const mxArray*[]) {});
-    EXPECT_EQ(call(entry, 1, {two, two}).output(), nullptr);
+    const RegisteredFunction broken("twice", [](int, mxArray*[], int, const mxArray*[]) {});
+    EXPECT_EQ(result_of("twice", 2), "nothing");
   }
-  EXPECT_NE(call(entry, 1, {two, two}).output(), nullptr) << "the replaced function is back";
-  const auto unknown = [](int, mxArray* plhs[], int, const mxArray*[]) {
-    mexCallMATLAB(1, plhs, 0, nullptr, "nothing");
-  };
-  EXPECT_EQ(call(unknown, 1, {}).error, "Undefined function 'nothing'.");
+  EXPECT_EQ(result_of("twice", 2), "4.000000") << "the replaced function is back";
+  EXPECT_EQ(result_of("thrice", 2), "Undefined function 'thrice'.");
 }
 
 }  // namespace

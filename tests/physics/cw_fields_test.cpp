@@ -194,84 +194,6 @@ TEST(Apodization, RayleighSumMatchesTheProfile) {
   }
 }
 
-// Kept behaviour that a user must know of.
-TEST(KeptBehaviour, TheDiscsRayleighSumGrowsWithLoss) {
-  Situation s = typical(ShapeKind::disc);
-  s.medium._dBcmMHz = 1.0;
-  Situation gain = s;
-  gain.medium._dBcmMHz = -1.0;
-  const Points points = {{0, 0, 50e-3}, {2e-3, 1e-3, 80e-3}};
-  const auto growing = field(s, &Transducer::rayleigh_cw, points);
-  EXPECT_LE(difference(growing, field(gain, &Transducer::rayleigh_cw_apodized, points)), 1e-13);
-  EXPECT_GT(std::abs(growing[1]),
-            2 * std::abs(field(s, &Transducer::rayleigh_cw_apodized, points)[1]));
-}
-
-TEST(KeptBehaviour, OneFourWideMethodAttenuatesItsDirectTermOnly) {
-  Situation s = typical(ShapeKind::rectangle);
-  const auto error = [&](double slope) {
-    s.medium._dBcmMHz = slope;
-    return difference(field(s, &Transducer::fnm_cw_sse2, kPoints),
-                      field(s, &Transducer::fnm_cw_single, kPoints));
-  };
-  EXPECT_LE(error(0), 2e-3);
-  EXPECT_GT(error(1), 2e-2);
-}
-
-TEST(KeptBehaviour, TheShellsFourWideMethodFailsNearItsCentre) {
-  Situation s = typical(ShapeKind::shell);
-  s.nodes = 64;
-  const auto error = [&](double off) {
-    Points points;
-    for (int i = 0; i < 24; ++i) {
-      const double angle = i * M_PI / 12;
-      points.emplace_back(off * std::sin(angle), 0, s.b + off * std::cos(angle));
-    }
-    return difference(field(s, &Transducer::fnm_cw_sse, points),
-                      field(s, &Transducer::fnm_cw, points));
-  };
-  EXPECT_LE(error(1e-5), 4e-3);
-  EXPECT_GT(error(1e-7), 1e-2);
-}
-
-// ---- symmetries ---------------------------------------------------------------------------------
-
-TEST(Symmetries, MirroredPointsHearTheSame) {
-  for (const ShapeKind shape : kShapes) {
-    const Situation s = typical(shape);
-    for (const Point p : kPoints) {
-      const auto mirrored =
-          field(s, &Transducer::fnm_cw, {p, {-p.x, p.y, p.z}, {p.x, -p.y, p.z}, {-p.x, -p.y, p.z}});
-      for (const Complex q : mirrored) EXPECT_LE(std::abs(q - mirrored[0]), 1e-13 * 3e6);
-    }
-  }
-}
-
-TEST(Symmetries, ATurnedElementTurnsItsField) {
-  RandomSituations random(99);
-  for (const ShapeKind shape : kShapes) {
-    const Situation s = typical(shape);
-    Situation turned = s;
-    turned.center = {1e-3, -2e-3, 5e-3};
-    turned.euler = {random.between(-3, 3), random.between(-3, 3), random.between(-3, 3)};
-    const auto element = turned.element();
-    element->InitializeRotationMatrix();
-    // The transposed matrix, column by column.
-    const Point o = turned.center;
-    const Point rows[3] = {element->rotateTranslate({o.x + 1, o.y, o.z}),
-                           element->rotateTranslate({o.x, o.y + 1, o.z}),
-                           element->rotateTranslate({o.x, o.y, o.z + 1})};
-    Points points;
-    for (const Point p : kPoints) {
-      const auto along = [&](Point r) { return r.x * p.x + r.y * p.y + r.z * p.z; };
-      points.emplace_back(o.x + along(rows[0]), o.y + along(rows[1]), o.z + along(rows[2]));
-    }
-    EXPECT_LE(difference(field(turned, &Transducer::fnm_cw, points),
-                         field(s, &Transducer::fnm_cw, kPoints)),
-              1e-12);
-  }
-}
-
 // An element adds to what the planes hold, so parts of a face sum to the whole.
 TEST(Superposition, PartsMakeTheWhole) {
   const auto with = [](Situation s, double a, double b, double x = 0) {
@@ -305,39 +227,6 @@ TEST(Superposition, PartsMakeTheWhole) {
     for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += rest[i] - Complex(2, -3);
     EXPECT_LE(difference(sum, field(whole, &Transducer::fnm_cw, kPoints)), 2e-12);
   }
-}
-
-// What one face pushes on another does not depend on which of them radiates.
-TEST(Reciprocity, BetweenARectangleAndADiscThatFaceEachOther) {
-  const Situation rectangle = typical(ShapeKind::rectangle);
-  Situation disc = typical(ShapeKind::disc);
-  disc.center = {3e-3, -1e-3, 20e-3};
-  disc.euler = {M_PI, 0, 0};  // about y: looks back
-  NumericalIntegration rule;
-  rule.allocate_memory(40);
-  rule.gauss_quadrature();
-  Points on_rectangle, on_disc;
-  std::vector<double> of_rectangle, of_disc;
-  for (int i = 0; i < 40; ++i) {
-    for (int j = 0; j < 40; ++j) {
-      const double u = rule.get_abscissa(i), v = rule.get_abscissa(j);
-      const double weight = rule.get_weight(i) * rule.get_weight(j);
-      on_rectangle.emplace_back(u * rectangle.a / 2, v * rectangle.b / 2, 0);
-      of_rectangle.push_back(weight * rectangle.a * rectangle.b / 4);
-      const double radius = (u + 1) / 2 * disc.a, angle = (v + 1) * M_PI;
-      on_disc.emplace_back(disc.center.x + radius * std::cos(angle),
-                           disc.center.y + radius * std::sin(angle), disc.center.z);
-      of_disc.push_back(weight * disc.a / 2 * M_PI * radius);
-    }
-  }
-  const auto force = [](const std::vector<Complex>& pressure, const std::vector<double>& area) {
-    Complex sum = 0;
-    for (std::size_t i = 0; i < area.size(); ++i) sum += pressure[i] * area[i];
-    return sum;
-  };
-  const Complex onto_disc = force(field(rectangle, &Transducer::fnm_cw, on_disc), of_disc);
-  const Complex back = force(field(disc, &Transducer::fnm_cw, on_rectangle), of_rectangle);
-  EXPECT_LE(std::abs(onto_disc - back), 1e-11 * std::abs(back));
 }
 
 }  // namespace

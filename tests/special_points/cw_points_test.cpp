@@ -83,25 +83,6 @@ TEST(SpecialPoints, AreFiniteAndAsThePlainEvaluationHasThem) {
   }
 }
 
-// Mean of the limits from inside and outside; a corner sees a quarter of the face at distance zero.
-TEST(SpecialPoints, EdgesAndCornersTakeTheirShareOfThePlaneWave) {
-  Situation s = typical(ShapeKind::rectangle);
-  s.nodes = 200;
-  // Just in front of the face the direct wave is rho c over the inside, half on an edge, a quarter
-  // on a corner; the diffracted rest is continuous.
-  const double z = 1e-7, step = 1e-4;
-  const auto at = [&](double x, double y) { return field(s, &Transducer::fnm_cw, {{x, y, z}})[0]; };
-  const double a = s.a / 2, b = s.b / 2;
-  const Complex edge = at(a, 0), mean = (at(a - step, 0) + at(a + step, 0)) / 2.0;
-  EXPECT_LE(std::abs(edge - mean), 2e-2 * 1.5e6);
-  const Complex corner = at(a, b);
-  const Complex corner_mean = (at(a - step, b - step) + at(a - step, b + step) +
-                               at(a + step, b - step) + at(a + step, b + step)) /
-                              4.0;
-  EXPECT_LE(std::abs(corner - corner_mean), 2e-2 * 1.5e6);
-  EXPECT_GT(std::abs(at(a - step, 0) - at(a + step, 0)), 5e5);
-}
-
 // Behind a face, and for NaN (one coordinate makes all local ones NaN): planes keep what they held,
 // but for the rectangle, which computes a NaN.
 TEST(SpecialPoints, BehindTheFaceNothingIsAdded) {
@@ -137,17 +118,6 @@ TEST(SpecialPoints, BehindTheFaceNothingIsAdded) {
       EXPECT_NE(field(s, m.method, {{1e-3, 1e-3, z}})[0], 0.0) << m.name;
     }
   }
-}
-
-TEST(SpecialPoints, TheFarFieldHasNoCentre) {
-  const Situation s = typical(ShapeKind::rectangle);
-  EXPECT_EQ(field(s, &Transducer::farfield_cw, {{0, 0, 0}})[0], 0.0);
-  const double z = 0.7;
-  const Complex axis = field(s, &Transducer::farfield_cw, {{0, 0, z}})[0];
-  const double kz = 2 * M_PI / 1.5e-3 * z;
-  const Complex expected =
-      Complex(0, 1e6 * 1000 * s.a * s.b) * Complex(std::cos(kz), -std::sin(kz)) / z;
-  EXPECT_LE(std::abs(axis - expected), 1e-11 * std::abs(expected));
 }
 
 // A Rayleigh sum at one of its own nodes takes the node's weight in both parts; a radiator at the
