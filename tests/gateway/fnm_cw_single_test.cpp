@@ -236,8 +236,6 @@ TEST(Messages, UndefinedInputsAreNamed) {
       {"ndiv", [](Arguments& a) { a.ndiv = Value::scalar(kNan); }},
       {"ndiv", [](Arguments& a) { a.ndiv = Value::scalar(3e9); }},
       {"'frequency'", [](Arguments& a) { a.frequency = Value::zeros(0, 0); }},
-      {"'soundspeed'", [](Arguments& a) { a.water.set("soundspeed", Value::zeros(0, 0)); }},
-      {"'coordinates'", [](Arguments& a) { a.grid.set("coordinates", Value::zeros(4, 2)); }},
   };
   for (const auto& c : cases) {
     Arguments a;

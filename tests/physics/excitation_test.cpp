@@ -1,8 +1,7 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <complex>
-#include <cstddef>
-#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
@@ -55,12 +54,10 @@ struct NamedPulse {
 };
 
 /// Amplitudes other than 1, peaks of order 1.
-std::vector<NamedPulse> pulses() {
-  std::vector<NamedPulse> all;
-  all.push_back({"tone", std::make_unique<ToneBurst>(1.5, 1e6, 3e-6, 0, 1), 1});
-  all.push_back({"hanning", std::make_unique<HanningPulse>(2.5, 1e6, 3e-6, 0, 2), 2.5});
-  all.push_back({"t-cubed", std::make_unique<TCubedPulse>(9e18, 1e6, 5e-6, 2.5e6, 3), 1});
-  return all;
+std::array<NamedPulse, 3> pulses() {
+  return {{{"tone", std::make_unique<ToneBurst>(1.5, 1e6, 3e-6, 0, 1), 1},
+           {"hanning", std::make_unique<HanningPulse>(2.5, 1e6, 3e-6, 0, 2), 2.5},
+           {"t-cubed", std::make_unique<TCubedPulse>(9e18, 1e6, 5e-6, 2.5e6, 3), 1}}};
 }
 
 /// The signal that an excitation's terms sum to, for one delay, at every time of an axis.
@@ -198,22 +195,18 @@ TEST(AnalyticPulses, FourWideSpatialTermsAreLeftAlone) {
 TEST(SampledSignal, LinesAreThoseOfTheTransform) {
   const double ts = 50e-9;
   for (const int n : {1, 3, 7, 8, 9, 12, 16, 31, 45, 100, 127}) {
+    SCOPED_TRACE(n);
     const std::vector<double> signal = random_signal(n, n);
     const auto e = sampled(signal, ts, n * ts);
     // Odd lengths lose their highest line, a single sample its only one.
-    const int lines = n % 2 ? n / 2 : n / 2 + 1;
-    ASSERT_EQ(e->number_of_tsd_terms(), lines) << n;
-    EXPECT_EQ(e->get_nxtimesamples(), n);
-    EXPECT_EQ(e->get_dc_index(), 0);
-    EXPECT_EQ(e->get_nyquist_index(), n / 2) << n;
     const std::vector<Complex> spectrum = spectrum_of(*e);
-    for (int k = 0; k < lines; ++k) {
+    ASSERT_EQ(spectrum.size(), static_cast<std::size_t>(n % 2 ? n / 2 : n / 2 + 1));
+    EXPECT_EQ(e->get_dc_index(), 0);
+    EXPECT_EQ(e->get_nyquist_index(), n / 2);
+    for (std::size_t k = 0; k < spectrum.size(); ++k) {
       Complex exact = 0;
-      for (int m = 0; m < n; ++m) {
-        const double angle = -2 * M_PI * (k * m % n) / n;
-        exact += signal[m] * Complex(std::cos(angle), std::sin(angle));
-      }
-      EXPECT_LT(std::abs(spectrum[k] - exact), 1e-13 * n) << n << " line " << k;
+      for (int m = 0; m < n; ++m) exact += signal[m] * std::polar(1.0, -2 * M_PI * (k * m % n) / n);
+      EXPECT_LT(std::abs(spectrum[k] - exact), 1e-13 * n) << "line " << k;
       EXPECT_NEAR(e->get_omega_array()[k], 2 * M_PI * k / (n * ts), 1e-14 * M_PI / ts);
     }
   }
@@ -260,6 +253,9 @@ TEST(SampledSignal, RateHasTheFactorOmegaAndDerivativeHasNot) {
   EXPECT_EQ(e->derivative(1.01 * w), 0);
   EXPECT_EQ(rate(1.01 * w), 0);
   EXPECT_EQ(rate(-1e-12), 0);
+  // The Nyquist line counts once: cos(pi t / ts) goes through these samples.
+  const auto alternating = sampled({1, -1, 1, -1}, ts, 4 * ts);
+  EXPECT_NEAR(SignalRate(*alternating)(ts / 2), -M_PI / ts, 1e-9 * M_PI / ts);
 }
 
 TEST(SampledSignal, ComplexTermsDecomposeADelayAndRealOnesDoNot) {
@@ -342,31 +338,24 @@ TEST(SampledSignal, ClippingKeepsTheLinesAboveTheThreshold) {
 // kept is weighed once in its stead.
 TEST(SampledSignal, ThresholdZeroDropsNegativeLinesOfARealTransform) {
   const auto e = sampled({0, -2, -1, -2}, 1e-7, 4e-7, 0);
-  ASSERT_EQ(e->number_of_tsd_terms(), 3);
   EXPECT_EQ(spectrum_of(*e), (std::vector<Complex>{1, 3, 0}));
   EXPECT_EQ(e->get_dc_index(), 0);
   EXPECT_EQ(e->get_nyquist_index(), 1);
-  const double* omega = e->get_omega_array();
-  EXPECT_EQ(omega[1], 2 * omega[0]);
-  EXPECT_EQ(omega[2], 0);
-  double spatial[3];
-  e->spatial_tsd(spatial, 0.0);
-  EXPECT_EQ(spatial[0], 1);
-  EXPECT_EQ(spatial[1], 1);
-  EXPECT_EQ(spatial[2], 2);
+  EXPECT_EQ(e->get_omega_array()[1], 2 * e->get_omega_array()[0]);
+  EXPECT_EQ(e->get_omega_array()[2], 0);
+  double weights[3];
+  e->spatial_tsd(weights, 0.0);
+  EXPECT_EQ(std::vector(weights, weights + 3), (std::vector<double>{1, 1, 2}));
 }
 
 TEST(SampledSignal, NothingToKeep) {
-  for (const auto& signal : {std::vector<double>{0, 0, 0, 0}, std::vector<double>{2}}) {
-    for (const double threshold : {0.0, 0.5, -20.0}) {
+  for (const double threshold : {0.0, 0.5, -20.0}) {
+    for (const auto& signal : {std::vector<double>{0, 0, 0, 0}, std::vector<double>{2}}) {
       const auto e = sampled(signal, 1e-7, 4e-7, threshold);
       EXPECT_EQ(e->at(1e-7), 0) << signal.size() << " samples, threshold " << threshold;
       EXPECT_EQ(e->derivative(1e-7), 0);
     }
   }
-  const ExcitationFunction none;
-  EXPECT_EQ(none.number_of_tsd_terms(), 0);
-  EXPECT_EQ(none.at(0), 0);
 }
 
 TEST(PowerOfTwo, OnlyPowersOfTwo) {
@@ -375,7 +364,6 @@ TEST(PowerOfTwo, OnlyPowersOfTwo) {
     if (isPowerOfTwo(n)) found.push_back(n);
   }
   EXPECT_EQ(found, (std::vector<int>{1, 2, 4, 8, 16, 32, 64}));
-  EXPECT_TRUE(isPowerOfTwo(1 << 30));
   EXPECT_FALSE(isPowerOfTwo(std::numeric_limits<int>::min()));
 }
 
