@@ -204,27 +204,24 @@ TEST(DelayAxis, IsAsLongAsTheTimeAxis) {
 }
 
 TEST(DelayAxis, NeedsATimeAxisWithAnInterval) {
-  TimeSamples explicit_list;
-  const double times[] = {0.0, 1.0, 5.0};
-  const double same_times[] = {2.0, 2.0};
-  TimeSamples constant_list;
+  const double times[] = {2.0, 2.0, 5.0};
+  TimeSamples list, constant_list, never_filled;
   outcome_of([&] {
-    explicit_list.vectoroftimevalues(times, 3);
-    constant_list.vectoroftimevalues(same_times, 2);
+    list.vectoroftimevalues(times, 3);
+    constant_list.vectoroftimevalues(times, 2);
   });
-  TimeSamples never_filled;
-  for (TimeSamples* axis : {&explicit_list, &constant_list, &never_filled}) {
+  const auto expect_refused = [](TimeSamples& axis, double deltatau, const char* printed) {
     const Outcome outcome =
-        outcome_of([&] { axis->generatetauvectorfromminmaxdeltatau(1.0, 0.0, 2.0); });
-    EXPECT_EQ(outcome.printed, "Illegal number of time samples -2147483647\n");
+        outcome_of([&] { axis.generatetauvectorfromminmaxdeltatau(deltatau, 0.0, 2.0); });
+    EXPECT_EQ(outcome.printed, printed);
     EXPECT_EQ(outcome.error, no_count);
+  };
+  for (TimeSamples* axis : {&list, &constant_list, &never_filled}) {
+    expect_refused(*axis, 1.0, "Illegal number of time samples -2147483647\n");
   }
   // A single delay needs no interval, but it does need a time axis.
-  EXPECT_TRUE(explicit_list.generatetauvectorfromminmaxdeltatau(0.0, 1.0, 2.0));
-  const Outcome outcome =
-      outcome_of([&] { never_filled.generatetauvectorfromminmaxdeltatau(0.0, 1.0, 2.0); });
-  EXPECT_EQ(outcome.printed, "Illegal number of time samples 1\n");
-  EXPECT_EQ(outcome.error, no_count);
+  EXPECT_TRUE(list.generatetauvectorfromminmaxdeltatau(0.0, 1.0, 2.0));
+  expect_refused(never_filled, 0.0, "Illegal number of time samples 1\n");
 }
 
 TEST(TimeAxis, IndicesOutOfRangeReadZero) {

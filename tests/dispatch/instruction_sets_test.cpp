@@ -87,15 +87,17 @@ TEST_P(InstructionSets, LeavePointsOutOfReachToTheScalarPath) {
         EXPECT_TRUE(same(actual[2 * i + 1], alone[i % near.size()]))
             << method.name << ", beside far point " << i;
       }
-      // Constants that are not numbers.
+      // Constants that are not numbers. The disc's plain sum falls back on a default speed.
+      const auto expect_nan = [&] {
+        EXPECT_TRUE(same(field_on(GetParam(), s, method.method, {{0, 0, 0.02}})[0], {kNan, kNan}))
+            << method.name;
+      };
       s.medium._dBcmMHz = kNan;
-      EXPECT_TRUE(same(field_on(GetParam(), s, method.method, {{0, 0, 0.02}})[0], {kNan, kNan}))
-          << method.name;
+      expect_nan();
       s.medium._dBcmMHz = 0;
       s.medium._soundspeed = kNan;
       if (method.method != &Transducer::rayleigh_cw || method.shape != ShapeKind::disc) {
-        EXPECT_TRUE(same(field_on(GetParam(), s, method.method, {{0, 0, 0.02}})[0], {kNan, kNan}))
-            << method.name;
+        expect_nan();
       }
     }
   }

@@ -82,14 +82,9 @@ double worst_of(double tolerance, int elements, double used) {
   return worst;
 }
 
-TEST(Tolerance, TheRuleKeepsItForElementsOfEveryShapeNearAndFar) {
+TEST(Tolerance, TheRuleKeepsItForElementsOfEveryShapeNearAndFarAndHalfTheNodesWouldNot) {
   for (const double tolerance : {1e-2, 1e-4, 1e-6}) {
     EXPECT_LE(worst_of(tolerance, 1000, 1), 1.0) << tolerance;
-  }
-}
-
-TEST(Tolerance, WithHalfTheNodesItWouldNotBeKept) {
-  for (const double tolerance : {1e-2, 1e-4, 1e-6}) {
     EXPECT_GT(worst_of(tolerance, 1000, 0.5), 1.0) << tolerance;
   }
 }
@@ -174,20 +169,16 @@ TEST(Tolerance, WorksWithReuseAndSavesNodes) {
 TEST(Tolerance, RefusesWhatItCannotKeep) {
   const auto grid = regular_grid({3, 3, 3}, {0, 0, 1e-3}, {1e-3, 1e-3, 1e-3});
   Settings settings;
+  const auto refused = [&](const std::vector<Element>& array) {
+    return outcome_of([&] { compute(array, *grid, water(), settings); }).error.value_or("");
+  };
   for (const double tolerance : {0.0, 1e-11, 1.0, std::nan("")}) {
     settings.tolerance = tolerance;
-    EXPECT_NE(outcome_of([&] { compute(mixed_array(), *grid, water(), settings); })
-                  .error.value_or("")
-                  .find("the tolerance must be"),
-              std::string::npos);
+    EXPECT_NE(refused(mixed_array()).find("the tolerance must be"), std::string::npos);
   }
   settings.tolerance = 1e-3;
   settings.method = find_continuous_wave_method("fnm_cw_single");
-  EXPECT_NE(outcome_of([&] {
-              compute({element(Rectangle{1e-3, 1e-3})}, *grid, water(), settings);
-            })
-                .error.value_or("")
-                .find("for 'fnm_cw_single' give their number"),
+  EXPECT_NE(refused({element(Rectangle{1e-3, 1e-3})}).find("for 'fnm_cw_single' give their number"),
             std::string::npos);
 }
 
