@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <iostream>
-#include <limits>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -17,8 +16,6 @@ namespace {
 
 using standalone::AllocationLimit;
 using standalone::Capture;
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 /// The triangle leaves five methods open; closed here so that it can be made.
 struct ClosedTriangle : TriangleTransducer {

@@ -58,12 +58,14 @@ TEST(HostArray, IsZeroedAlignedAndReleased) {
 }
 
 TEST(HostArray, SaysThatMemoryIsOut) {
-  constexpr std::size_t huge = std::numeric_limits<std::size_t>::max();
-  const AllocationLimit none(0);
-  for (const std::size_t count : {std::size_t{3}, huge / 16, huge / 8, huge}) {
+  const auto expect_refused = [](std::size_t count) {
     EXPECT_EQ(text_of_failure([&] { Array<double> array(count); }),
               "Out of memory: " + std::to_string(count) + " x 8 bytes cannot be allocated.");
-  }
+  };
+  constexpr std::size_t huge = std::numeric_limits<std::size_t>::max();
+  for (const std::size_t count : {huge, huge / 8, huge / 16}) expect_refused(count);
+  const AllocationLimit none(0);
+  expect_refused(3);
 }
 
 TEST(HostDetached, ThreadDoesWithoutTheHost) {

@@ -229,6 +229,7 @@ TEST(TimeAxis, IndicesOutOfRangeReadZero) {
   time.generatetauvectorfromminmaxdeltatau(1.0, 5.0, 7.0);
   const TimeSamples never_filled;
   EXPECT_EQ(never_filled.nt_local(), 0);
+  EXPECT_EQ(never_filled.time_index_value(0) + never_filled.tau_index_value(0), 0.0);
   for (const int i : {-1, 3, 4, std::numeric_limits<int>::max()}) {
     for (const TimeSamples* axis : {&std::as_const(time), &never_filled}) {
       EXPECT_EQ(axis->time_index_value(i), 0.0);

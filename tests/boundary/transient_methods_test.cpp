@@ -2,15 +2,12 @@
 // tables kept between calls; and memory, for all methods.
 
 #include <gtest/gtest.h>
-#include <limits>
 
 #include "tests/support/allocations.h"
 #include "tests/support/transient_situation.h"
 
 namespace kestrel::test {
 namespace {
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 constexpr Method kPulsed[] = {&Transducer::fnm_transient, &Transducer::fnm_tsd,
                               &Transducer::fnm_fdtsd, &Transducer::fnm_tsd_low_precision};

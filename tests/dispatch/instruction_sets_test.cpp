@@ -14,7 +14,6 @@ namespace {
 
 constexpr InstructionSet kSets[] = {InstructionSet::scalar, InstructionSet::baseline,
                                     InstructionSet::avx2, InstructionSet::avx512};
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 std::vector<Complex> field_on(InstructionSet set, const Situation& s, Method method,

@@ -9,20 +9,17 @@
 #include <vector>
 
 #include "fields/array_field.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
+#include "tests/support/situation.h"
 
 namespace kestrel::fields {
 
 using Field = std::vector<std::complex<double>>;
+using test::difference;
+using test::peak;
 
 inline Medium water(double dBcmMHz = 0) {
-  Medium medium;
-  medium._soundspeed = 1500;
-  medium._rho_density = 1000;
+  Medium medium = test::lossless_medium();
   medium._dBcmMHz = dBcmMHz;
-  medium._f0 = 1e6;
   return medium;
 }
 
@@ -118,21 +115,6 @@ inline Settings with_nodes(int nodes) {
   settings.threads = 2;
   settings.estimate_error = false;
   return settings;
-}
-
-inline double peak(const Field& field) {
-  double largest = 0;
-  for (const auto& p : field) largest = std::max(largest, std::abs(p));
-  return largest;
-}
-
-/// Largest difference relative to the peak of `reference`.
-inline double difference(const Field& field, const Field& reference) {
-  double largest = 0;
-  for (std::size_t i = 0; i < reference.size(); ++i) {
-    largest = std::max(largest, std::abs(field[i] - reference[i]));
-  }
-  return largest / peak(reference);
 }
 
 }  // namespace kestrel::fields

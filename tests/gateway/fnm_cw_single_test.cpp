@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -22,8 +21,6 @@ using standalone::call;
 using standalone::CallResult;
 using standalone::StructArray;
 using standalone::Value;
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 /// Five elements that differ in everything.
 Situation element(int i) {

@@ -154,15 +154,8 @@ TEST(Limits, FarFieldOfARectangle) {
   EXPECT_NEAR(errors[1] / errors[2], 2, 0.1);
 }
 
-TEST(Limits, RadiatorsConvergeAsTheSquareOfTheirNumber) {
+TEST(Limits, OneRadiatorIsTheFarField) {
   Situation s = typical(ShapeKind::rectangle);
-  const auto exact = converged(s, kPoints);
-  const auto error = [&](int n) {
-    s.nodes = n;
-    return difference(field(s, &Transducer::radiator_cw, kPoints), exact);
-  };
-  EXPECT_NEAR(error(16) / error(32), 4, 0.4);
-  EXPECT_NEAR(error(32) / error(64), 4, 0.4);
   s.nodes = 1;
   EXPECT_LE(difference(field(s, &Transducer::radiator_cw, kPoints),
                        field(s, &Transducer::farfield_cw, kPoints)),

@@ -2,14 +2,11 @@
 // of the peak of each point's own trace.
 
 #include <gtest/gtest.h>
-#include <limits>
 
 #include "tests/support/transient_situation.h"
 
 namespace kestrel::test {
 namespace {
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 /// On the axis, under the face, in the planes of its edges, beside, beyond, near and far.
 const Points kPoints = {{0, 0, 12e-3},        {0, 0, 40e-3},        {1e-3, -1.5e-3, 5e-3},
@@ -123,31 +120,6 @@ TEST(TransientField, OfALongToneIsTheContinuousWave) {
       }
     }
     EXPECT_LE(difference(traces, expected), 2e-11) << static_cast<int>(shape);
-  }
-}
-
-TEST(TransientField, OnTheAxisHasAClosedForm) {
-  TimeSamples axis(31e-9, 0, 60e-6);
-  Situation disc = typical(ShapeKind::disc), shell = typical(ShapeKind::shell);
-  disc.nodes = shell.nodes = 8;
-  const double rho_c = 1000.0 * 1500.0, c = 1500, a = shell.a, rc = shell.b;
-  for (const auto& signal : {tone(), hanning()}) {
-    for (const double z : {0.0, 2e-3, 14e-3, 16e-3, 50e-3}) {
-      const double rim = std::hypot(z, disc.a);
-      const double far = std::hypot(a, z - (rc - std::sqrt(rc * rc - a * a)));
-      Traces flat(1), curved(1);
-      for (int i = 0; i < axis.nt(); ++i) {
-        const double t = axis.time_index_value(i);
-        const double first = signal->at(t - z / c);
-        flat[0].push_back(rho_c * (first - signal->at(t - rim / c)));
-        curved[0].push_back(rho_c * (rc / (z - rc)) * (signal->at(t - far / c) - first));
-      }
-      for (const Method method : {&Transducer::fnm_transient, &Transducer::fnm_tsd}) {
-        const Points point = {{0, 0, z}};
-        EXPECT_LE(difference(transient(disc, method, point, axis, *signal), flat), 1e-12) << z;
-        EXPECT_LE(difference(transient(shell, method, point, axis, *signal), curved), 2e-12) << z;
-      }
-    }
   }
 }
 

@@ -145,19 +145,6 @@ TEST(FourWideMath, ExactAndLimitingValues) {
   EXPECT_TRUE(std::signbit(sin1(-0.0f)));
 }
 
-TEST(FourWideMath, OddAndEvenToTheBit) {
-  std::mt19937 random(7);
-  std::uniform_real_distribution<float> inside(0.0f, 5000.0f);
-  for (int i = 0; i < 10007; ++i) {
-    const float x = inside(random);
-    const float4 both = float4::of(x, -x, x, -x);
-    ASSERT_EQ(sin_ps(both).lane(0), -sin_ps(both).lane(1)) << x;
-    ASSERT_EQ(cos_ps(both).lane(0), cos_ps(both).lane(1)) << x;
-    ASSERT_EQ(sincos_sine(both).lane(2), -sincos_sine(both).lane(3)) << x;
-    ASSERT_EQ(sincos_cosine(both).lane(2), sincos_cosine(both).lane(3)) << x;
-  }
-}
-
 TEST(FourWideMath, LanesAreIndependentAndInOrder) {
   const float x[4] = {0.25f, -3.0f, 40.0f, kNan};
   const float4 sines = sin_ps(float4::load(x));

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <limits>
 
 #include "host/standalone/standalone_host.h"
 #include "numerics/instruction_set.h"
@@ -13,8 +12,6 @@
 
 namespace kestrel::test {
 namespace {
-
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 bool finite(Complex p) { return std::isfinite(p.real()) && std::isfinite(p.imag()); }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cmath>
 #include <complex>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <random>
 #include <utility>
@@ -17,6 +19,8 @@
 #include "transducers/spherical_transducer.h"
 
 namespace kestrel::test {
+
+inline constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 using Complex = std::complex<double>;
 using Point = CartesianCoordinate;
