@@ -46,30 +46,6 @@ INSTANTIATE_TEST_SUITE_P(All, CwMethods, testing::ValuesIn(kCwMethods), [](const
   return name;
 });
 
-// The frame turns about y, then about x, then about z.
-TEST(Frame, IsTheProductOfThreeRotations) {
-  RandomSituations random(7);
-  for (int i = 0; i < 20; ++i) {
-    const Situation s = random.next(ShapeKind::disc, false);
-    const auto element = s.element();
-    element->InitializeRotationMatrix();
-    const Point p(random.between(-1, 1), random.between(-1, 1), random.between(-1, 1));
-    const auto turn = [](double angle, double& u, double& v) {  // u' = cu + sv, v' = -su + cv
-      const double before = u;
-      u = std::cos(angle) * before + std::sin(angle) * v;
-      v = -std::sin(angle) * before + std::cos(angle) * v;
-    };
-    double x = p.x - s.center.x, y = p.y - s.center.y, z = p.z - s.center.z;
-    turn(s.euler.x, z, x);
-    turn(s.euler.y, y, z);
-    turn(s.euler.z, x, y);
-    const Point turned = element->rotateTranslate(p);
-    EXPECT_NEAR(turned.x, x, 1e-15);
-    EXPECT_NEAR(turned.y, y, 1e-15);
-    EXPECT_NEAR(turned.z, z, 1e-15);
-  }
-}
-
 TEST(Farfield, LosslessFormIgnoresTheLoss) {
   RandomSituations random(11);
   const Situation s = random.next(ShapeKind::rectangle, true);
