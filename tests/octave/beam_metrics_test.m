@@ -96,22 +96,16 @@ end
 function refusals()
   grid = small_grid();
   water = kestrel.medium('water');
-  cases = {
-    @() kestrel.beam_metrics(1:3, set_coordinate_grid([1 2 3])), ...
-      'kestrel.beam_metrics: only a regular grid can be measured, not a list of points.'
-    @() kestrel.beam_metrics(1:3, grid), ...
-      'kestrel.beam_metrics: the grid has 3 by 2 by 4 points, but p has 3 values.'
-    @() kestrel.beam_metrics(zeros(3, 2, 4), grid), ...
-      'kestrel.beam_metrics: p has no finite value above 0.'
-    @() kestrel.beam_metrics(NaN(3, 2, 4), grid), ...
-      'kestrel.beam_metrics: p has no finite value above 0.'
-    @() kestrel.beam_metrics(ones(3, 2, 4), grid, 'source_pressure', 0), ...
-      'kestrel.beam_metrics: source_pressure must be greater than 0.'
-    @() kestrel.intensity('p', water), 'kestrel.intensity: p must be numeric.'
-    @() kestrel.intensity(1, 2), ...
-      'kestrel.intensity: the medium must be one structure, as kestrel.medium returns.'
-  };
-  for i = 1:size(cases, 1)
-    expect_error(cases{i, :});
-  end
+  expect_refusals('kestrel.beam_metrics', {
+    {1:3, set_coordinate_grid([1 2 3])}, ...
+      'only a regular grid can be measured, not a list of points.'
+    {1:3, grid}, 'the grid has 3 by 2 by 4 points, but p has 3 values.'
+    {zeros(3, 2, 4), grid}, 'p has no finite value above 0.'
+    {NaN(3, 2, 4), grid}, 'p has no finite value above 0.'
+    {ones(3, 2, 4), grid, 'source_pressure', 0}, 'source_pressure must be greater than 0.'
+  });
+  expect_refusals('kestrel.intensity', {
+    {'p', water}, 'p must be numeric.'
+    {1, 2}, 'the medium must be one structure, as kestrel.medium returns.'
+  });
 end

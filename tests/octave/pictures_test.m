@@ -85,37 +85,26 @@ end
 function refusals()
   grid = small_grid();
   p = ones(3, 2, 4);
-  cases = {
-    @() kestrel.show_field(p, set_coordinate_grid([1 2 3])), ...
-      'kestrel.show_field: only a regular grid can be drawn, not a list of points.'
-    @() kestrel.show_field(p(:, 1, :), grid), ...
-      'kestrel.show_field: the grid has 3 by 2 by 4 points, but p has 12 values.'
-    @() kestrel.show_field(1, set_coordinate_grid(1, 0, 0, 0, 0, 0, 0)), ...
-      'kestrel.show_field: the grid is a single point.'
-    @() kestrel.show_field(p, grid, 'scale', 'log'), ...
-      'kestrel.show_field: scale must be one of ''dB'', ''linear'', ''phase''.'
-    @() kestrel.show_field(p, grid, 'range', [0 0]), ...
-      'kestrel.show_field: range must be [low high] with low below high.'
-    @() kestrel.show_field(p, grid, 'file', 'field.jpg'), ...
-      'kestrel.show_field: file must end in .png, but it is ''field.jpg''.'
-    @() kestrel.show_field(p, grid, 'file', 'no/such/folder/field.png'), ...
-      'kestrel.show_field: the folder ''no/such/folder'' does not exist.'
-    @() kestrel.show_field(p, grid, 'colour', 1), ...
-      ['kestrel.show_field: unknown option ''colour''; the options are ''scale'', ''range'', ' ...
-       '''slice'', ''at'', ''isosurface'', ''view'', ''label'', ''title'', ''file''.']
-    @() kestrel.show_field(p, grid, 'at', 1), ...
-      'kestrel.show_field: at must have 3 entries, but it has 1.'
-    @() kestrel.show_field(p, grid, 'isosurface', 1), ...
-      'kestrel.show_field: the isosurface must have a level between 0 and the peak.'
-    @() kestrel.show_field(p(:, 1, :), set_coordinate_grid([2 3 5] * 1e-3, -2e-3, 2e-3, 0, 0, ...
-                                                           5e-3, 20e-3), 'isosurface', -6), ...
-      'kestrel.show_field: a surface needs a volume, a grid with three axes.'
-    @() kestrel.show_array(repmat(kestrel.circle(1), 1, 0)), ...
-      'kestrel.show_array: the array has no elements.'
-  };
-  for i = 1:size(cases, 1)
-    expect_error(cases{i, :});
-  end
+  plane = set_coordinate_grid([2 3 5] * 1e-3, -2e-3, 2e-3, 0, 0, 5e-3, 20e-3);
+  expect_refusals('kestrel.show_field', {
+    {p, set_coordinate_grid([1 2 3])}, 'only a regular grid can be drawn, not a list of points.'
+    {p(:, 1, :), grid}, 'the grid has 3 by 2 by 4 points, but p has 12 values.'
+    {1, set_coordinate_grid(1, 0, 0, 0, 0, 0, 0)}, 'the grid is a single point.'
+    {p, grid, 'scale', 'log'}, 'scale must be one of ''dB'', ''linear'', ''phase''.'
+    {p, grid, 'range', [0 0]}, 'range must be [low high] with low below high.'
+    {p, grid, 'file', 'field.jpg'}, 'file must end in .png, but it is ''field.jpg''.'
+    {p, grid, 'file', 'no/such/folder/field.png'}, 'the folder ''no/such/folder'' does not exist.'
+    {p, grid, 'colour', 1}, ...
+      ['unknown option ''colour''; the options are ''scale'', ''range'', ''slice'', ''at'', ' ...
+       '''isosurface'', ''view'', ''label'', ''title'', ''file''.']
+    {p, grid, 'at', 1}, 'at must have 3 entries, but it has 1.'
+    {p, grid, 'isosurface', 1}, 'the isosurface must have a level between 0 and the peak.'
+    {p(:, 1, :), plane, 'isosurface', -6}, ...
+      'a surface needs a volume, a grid with three axes.'
+  });
+  expect_refusals('kestrel.show_array', {
+    {repmat(kestrel.circle(1), 1, 0)}, 'the array has no elements.'
+  });
 end
 
 % Draws to a file and reads it back; a blank or nearly blank picture fails.
