@@ -20,9 +20,9 @@ class FailingAllocation {
 };
 
 /// Runs `attempt` with its first allocation failing, then with its second, until none fails any
-/// more; how often one did. `check` is asked after each: what became of it, and whether one failed.
+/// more. `check` is told after each what became of it, and whether one failed.
 template <class Attempt, class Check>
-long fail_each_allocation(const Attempt& attempt, const Check& check) {
+void fail_each_allocation(const Attempt& attempt, const Check& check) {
   for (long failures = 0;; ++failures) {
     bool failed = false;
     const auto outcome = [&] {
@@ -32,7 +32,7 @@ long fail_each_allocation(const Attempt& attempt, const Check& check) {
       return result;
     }();
     check(outcome, failed);
-    if (!failed) return failures;
+    if (!failed) return;
   }
 }
 
