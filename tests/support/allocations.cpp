@@ -19,6 +19,13 @@ void* allocate(std::size_t size, std::size_t alignment = 16) {
 void* allocate(std::size_t size, std::align_val_t alignment) {
   return allocate(size, static_cast<std::size_t>(alignment));
 }
+void* allocate_or_null(std::size_t size) noexcept {
+  try {
+    return allocate(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
 void deallocate(void* block) {
   if (block != nullptr) --alive;
   std::free(block);
@@ -30,6 +37,12 @@ void* operator new(std::size_t size) { return allocate(size); }
 void* operator new[](std::size_t size) { return allocate(size); }
 void* operator new(std::size_t size, std::align_val_t align) { return allocate(size, align); }
 void* operator new[](std::size_t size, std::align_val_t align) { return allocate(size, align); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return allocate_or_null(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return allocate_or_null(size);
+}
 void operator delete(void* block) noexcept { deallocate(block); }
 void operator delete[](void* block) noexcept { deallocate(block); }
 void operator delete(void* block, std::size_t) noexcept { deallocate(block); }
