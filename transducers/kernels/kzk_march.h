@@ -8,6 +8,7 @@
 #include "inputs/kzk_parameters.h"
 #include "transducers/kernels/kzk_beam.h"
 #include "transducers/kernels/kzk_radial_operator.h"
+#include "transducers/kzk_cost.h"
 
 /// What the continuous-wave march (kzk_cw_march.h) and the pulse march (kzk_transient_march.h) have
 /// in common: the problem as a user states it, the answer's code, and the law of the axial steps.
@@ -42,21 +43,6 @@ struct Report {
 
 /// Called with the fraction done, on the caller's thread; returning false cancels the march.
 using Progress = std::function<bool(double)>;
-
-/// What a march carries at every radial node.
-enum class Unknown { harmonic, time_sample };
-
-/// The size of a march, known before it starts.
-struct Cost {
-  long planes = 0;    ///< axial steps
-  long nodes = 0;     ///< radial nodes
-  long unknowns = 0;  ///< per node
-  double bytes = 0;   ///< storage
-  Unknown unknown = Unknown::harmonic;
-  double updates() const {
-    return static_cast<double>(planes) * static_cast<double>(nodes) * static_cast<double>(unknowns);
-  }
-};
 
 /// Roughly how long a march will take, in seconds: to tell a user before it starts, not to compare.
 /// See the definition for what it was calibrated on.
