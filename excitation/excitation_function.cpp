@@ -147,6 +147,26 @@ void ExcitationFunction::keep_lines(const host::Array<std::complex<double>>& lin
   }
 }
 
+double ExcitationFunction::exact_at(double t) const {
+  if (_type != 0) return at(t);
+  if (t < 0 || t > _pulse_width) return 0.0;
+  double sum = 0;
+  for (int j = 0; j < _nterms; ++j) {
+    sum += line_weight(j) / 2 * _line_amplitude[j] * std::cos(_omega[j] * t + _line_phase[j]);
+  }
+  return sum;
+}
+
+double ExcitationFunction::mean_frequency() const {
+  if (_type != 0) return get_f0();
+  double power = 0, moment = 0;
+  for (int j = 0; j < _nterms; ++j) {
+    power += _line_amplitude[j] * _line_amplitude[j];
+    moment += _line_amplitude[j] * _line_amplitude[j] * _omega[j] / _two_pi;
+  }
+  return power > 0 ? std::max(moment / power, 1 / _pulse_width) : 0.0;
+}
+
 double ExcitationFunction::sum_of_lines(double t, double (*wave)(double)) const {
   if (t < 0 || t > _pulse_width) return 0.0;
   double sum = 0;

@@ -79,6 +79,15 @@ class ExcitationFunction {
   /// Of a sampled signal, seconds; 0 for an analytic one.
   double sampling_interval() const { return _ts; }
 
+  /// The signal that the exact terms below give: `at`, but with the zero-frequency and Nyquist
+  /// lines of a sampled signal counted once where they are marked.
+  double exact_at(double t) const;
+
+  /// Where the signal's power lies, Hz: f0 of an analytic pulse, of a sampled signal the mean
+  /// frequency of its lines weighed by their power, but at least one period in its support. 0
+  /// without a signal.
+  double mean_frequency() const;
+
   // What the field methods sum: a decomposition whose products give the signal itself, once, many
   // delays or times in a call. Sampled signals give the real and the imaginary part of each complex
   // term as two real ones. Output is term-major, out[k * n + i], at tau[i] - reference or

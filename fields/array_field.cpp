@@ -194,7 +194,24 @@ double element_tolerance(TileRunner& runner, const std::vector<Element>& element
   return std::clamp(*settings.tolerance * std::max(share, kPilot), 1e-12, 0.1);
 }
 
+/// A harmonic that is not there must not be answered by another one.
+void check_harmonics(const kzk::Parameters& march, std::span<const int> wanted) {
+  if (march.harmonics > kzk::most_harmonics) {
+    host::fail("%d harmonics were ordered, but a march carries at most %d.", march.harmonics,
+               kzk::most_harmonics);
+  }
+  const int carried = kzk::carried_harmonics(march);
+  const auto check = [&](int harmonic) {
+    if (harmonic >= 1 && harmonic <= carried) return;
+    host::fail("harmonic %d was asked for, but the march carries the harmonics 1 to %d.", harmonic,
+               carried);
+  };
+  for (const int harmonic : wanted) check(harmonic);
+  if (wanted.empty() && march.harmonic > 0) check(march.harmonic);
+}
+
 void check_settings(const Settings& settings) {
+  check_march_parameters(*settings.method, settings.kzk);
   if (!settings.tolerance) {
     if (settings.nodes < 1) host::fail("the number of nodes must be at least 1.");
     return;
@@ -244,9 +261,9 @@ class Clock {
   std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
 };
 
-Report begin_report(const TileRunner& runner) {
+Report begin_report(int threads) {
   Report report;
-  report.threads = runner.threads();
+  report.threads = threads;
   report.instruction_set = instruction_set();
   report.error_estimate = std::numeric_limits<double>::quiet_NaN();
   return report;
@@ -262,27 +279,19 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
   if (settings.tolerance) {
     host::fail("'kzk_cw' takes no tolerance: its steps decide how accurate it is.");
   }
-  const int carried = kzk::carried_harmonics(settings.kzk);
-  for (const int harmonic : harmonics) {
-    if (harmonic < 1 || harmonic > carried) {
-      host::fail("harmonic %d was asked for, but the march carries the harmonics 1 to %d.",
-                 harmonic, carried);
-    }
-  }
+  check_harmonics(settings.kzk, harmonics);
   check_methods(elements, *find_continuous_wave_method("kzk_cw"), continuous_wave_methods(),
                 medium);
   std::fill_n(result,
               static_cast<std::size_t>(grid.npoints()) * std::max<std::size_t>(harmonics.size(), 1),
               std::complex<double>{});
   const ChosenInstructionSet chosen_set(settings);
-  TileRunner runner(settings.threads, settings.progress);
-  Report report = begin_report(runner);
-  const MarchJob job{elements, grid, medium, settings.kzk, settings.expected};
-  const March march = add_harmonics(runner, job, harmonics, result);
-  report.march = march.size;
-  report.memory = march.memory;
+  Report report = begin_report(thread_count(settings.threads));
+  const MarchJob job{
+      elements, grid, medium, settings.kzk, settings.announce, settings.progress, settings.threads};
+  report.march = add_harmonics(job, harmonics, result);
+  report.memory = report.march.bytes;
   report.direct_elements = elements.size();
-  runner.messages().replay();
   report.seconds = clock.seconds();
   return report;
 }
@@ -300,7 +309,7 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   std::fill_n(result, points.size(), std::complex<double>{});
   const ChosenInstructionSet chosen_set(settings);
   TileRunner runner(settings.threads, settings.progress);
-  Report report = begin_report(runner);
+  Report report = begin_report(runner.threads());
 
   std::unique_ptr<NodeRule> rule;
   if (settings.tolerance) {

@@ -14,6 +14,7 @@
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "numerics/instruction_set.h"
+#include "transducers/kzk_cost.h"
 
 namespace kestrel::fields {
 
@@ -34,9 +35,9 @@ struct Settings {
   std::optional<InstructionSet> instruction_set = {};
   /// See TileRunner::Progress.
   TileRunner::Progress progress = {};
-  /// Grid, steps and harmonics of 'kzk_cw', and what to tell before it starts.
+  /// Grid, steps and harmonics of 'kzk_cw'; none for other methods.
   kzk::Parameters kzk = {};
-  Expectation expected = {};
+  Announcement announce = {};
 };
 
 /// What was done.
@@ -53,7 +54,7 @@ struct Report {
   /// 'kzk_cw'.
   double error_estimate = 0;
   /// The largest march of 'kzk_cw'.
-  MarchSize march = {};
+  kzk::Cost march = {};
 };
 
 /// Pressure of an array on a grid: result[i] for grid point i is the sum over all elements, each in

@@ -11,6 +11,7 @@
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/time_samples.h"
+#include "transducers/kzk_cost.h"
 
 /// Nonlinear beams of whole arrays. Each element is marched alone, by all threads, and the fields
 /// are added in the order of the elements: how the beams of different elements distort each other
@@ -24,24 +25,21 @@ struct MarchJob {
   const CoordinateGrid& grid;
   const Medium& medium;
   const kzk::Parameters& parameters;
-  const Expectation& expected;
-};
-
-struct March {
-  MarchSize size;
-  double memory = 0;  ///< bytes
+  const Announcement& announce;
+  const TileRunner::Progress& progress;
+  int threads;
 };
 
 /// Adds harmonic harmonics[h] to result[h * points + i], all from one march of each element;
-/// without harmonics, the one that the parameters name to result[i]. Returns what the largest march
-/// took. Fails naming the element, with nothing but whole elements added, and with
-/// Cancelled.
-March add_harmonics(TileRunner& runner, const MarchJob& job, std::span<const int> harmonics,
-                    std::complex<double>* result);
+/// without harmonics, the one that the parameters name to result[i]. Returns the size of the
+/// largest march. Fails naming the element, with nothing but whole elements added, and with
+/// Cancelled. Warnings come once each, naming the first element that they are about.
+kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
+                        std::complex<double>* result);
 
 /// Adds pulses to result[i + k * points], sample k of `time`; likewise. `excitations`: one for all
 /// elements or one for each.
-March add_pulses(TileRunner& runner, const MarchJob& job, const TimeSamples& time,
-                 std::span<const ExcitationFunction* const> excitations, double* result);
+kzk::Cost add_pulses(const MarchJob& job, const TimeSamples& time,
+                     std::span<const ExcitationFunction* const> excitations, double* result);
 
 }  // namespace kestrel::fields

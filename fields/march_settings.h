@@ -6,15 +6,8 @@
 
 namespace kestrel::fields {
 
-/// Called on the calling thread with the seconds that nonlinear marches will take, roughly, before
-/// they start.
-using Expectation = std::function<void(double seconds)>;
-
-/// The size of a nonlinear march.
-struct MarchSize {
-  long planes = 0;    ///< axial steps
-  long nodes = 0;     ///< radial nodes of a plane
-  long unknowns = 0;  ///< per node: harmonics, or time samples of a pulse
-};
+/// Called on the calling thread, soon after long nonlinear marches have begun, with the seconds
+/// that all of them will take, roughly.
+using Announcement = std::function<void(double seconds)>;
 
 }  // namespace kestrel::fields

@@ -1,5 +1,7 @@
 #include "fields/method.h"
 
+#include "host/host.h"
+
 namespace kestrel::fields {
 
 namespace {
@@ -54,6 +56,12 @@ const Method* find_continuous_wave_method(std::string_view name) {
 std::span<const Method> transient_methods() { return kTransient; }
 
 const Method* find_transient_method(std::string_view name) { return find(kTransient, name); }
+
+void check_march_parameters(const Method& method, const kzk::Parameters& parameters) {
+  if (method.marched || parameters == kzk::Parameters{}) return;
+  host::fail("parameters of a nonlinear march were given, but the method '%s' does not march.",
+             method.name);
+}
 
 std::string list_names(std::span<const Method> methods) {
   std::string list;

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "inputs/kzk_parameters.h"
 #include "transducers/transducer.h"
 
 namespace kestrel::fields {
@@ -42,6 +43,9 @@ const Method* find_continuous_wave_method(std::string_view name);
 /// The transient methods, likewise.
 std::span<const Method> transient_methods();
 const Method* find_transient_method(std::string_view name);
+
+/// Fails when a method that is not marched is given parameters of a march.
+void check_march_parameters(const Method& method, const kzk::Parameters& parameters);
 
 /// "'farfield_cw', 'fnm_cw', ...".
 std::string list_names(std::span<const Method> methods);

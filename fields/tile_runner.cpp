@@ -106,10 +106,12 @@ class Job {
   std::vector<std::thread> _threads;
 };
 
+int thread_count(int ordered) {
+  return ordered > 0 ? ordered : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+
 TileRunner::TileRunner(int threads, Progress progress)
-    : _threads(threads > 0 ? threads
-                           : std::max(1, static_cast<int>(std::thread::hardware_concurrency()))),
-      _progress(std::move(progress)) {}
+    : _threads(thread_count(threads)), _progress(std::move(progress)) {}
 
 void TileRunner::begin_stage(double share) {
   _finished_share = std::min(1.0, _finished_share + _share);

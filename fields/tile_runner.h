@@ -37,6 +37,9 @@ class Cancelled : public Error {
   Cancelled() : Error("The calculation was cancelled.") {}
 };
 
+/// Threads for an order of so many; 0 orders one per processor core.
+int thread_count(int ordered);
+
 /// Runs jobs that are cut into tiles on a number of threads. Which thread runs which tile is left
 /// open, so a job's result must depend on the tiles alone.
 class TileRunner {
@@ -45,7 +48,7 @@ class TileRunner {
   /// done; false stops it. May throw.
   using Progress = std::function<bool(double fraction)>;
 
-  /// 0 threads: one per processor core.
+  /// See thread_count.
   TileRunner(int threads, Progress progress);
 
   /// Runs the tiles 0 .. count-1, each once. The calling thread waits, and stays free for progress.

@@ -67,6 +67,7 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
   const auto start = std::chrono::steady_clock::now();
   const Method& method = *settings.method;
   if (settings.nodes < 1 && !method.marched) host::fail("the number of nodes must be at least 1.");
+  check_march_parameters(method, settings.kzk);
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   if (!elements.empty() && excitations.size() != 1 && excitations.size() != elements.size()) {
     host::fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
@@ -80,10 +81,11 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
   TransientReport report;
   if (elements.empty() || method.marched) std::fill_n(result, npoints * samples, 0.0);
   if (method.marched) {
-    const MarchJob job{elements, grid, medium, settings.kzk, settings.expected};
-    const March march = add_pulses(runner, job, time, excitations, result);
-    report.march = march.size;
-    report.memory = march.memory;
+    const MarchJob job{
+        elements,        grid, medium, settings.kzk, settings.announce, settings.progress,
+        settings.threads};
+    report.march = add_pulses(job, time, excitations, result);
+    report.memory = report.march.bytes;
   } else if (!elements.empty() && npoints > 0 && samples > 0) {
     const FixedNodes rule(settings.nodes);
     const DirectJob job{elements, points, medium, method, rule};

@@ -12,6 +12,7 @@
 #include "inputs/medium.h"
 #include "inputs/time_samples.h"
 #include "numerics/instruction_set.h"
+#include "transducers/kzk_cost.h"
 
 namespace kestrel::fields {
 
@@ -24,9 +25,9 @@ struct TransientSettings {
   int threads = 0;  ///< 0: one per processor core
   /// See TileRunner::Progress.
   TileRunner::Progress progress = {};
-  /// Grid and steps of 'kzk_transient', and what to tell before it starts.
+  /// Grid and steps of 'kzk_transient'; none for other methods.
   kzk::Parameters kzk = {};
-  Expectation expected = {};
+  Announcement announce = {};
 };
 
 /// What was done.
@@ -36,7 +37,7 @@ struct TransientReport {
   int threads = 0;
   double memory = 0;  ///< bytes of working memory, besides the result and the methods' own tables
   /// The largest march of 'kzk_transient'.
-  MarchSize march = {};
+  kzk::Cost march = {};
 };
 
 /// Transient pressure of an array: result[i + k * grid.npoints()] for grid point i and sample k of

@@ -44,7 +44,7 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
           set.c_str());
     }
   }
-  settings.threads = static_cast<int>(number_option(options, "threads"));
+  settings.threads = read_threads(options);
   settings.reuse = number_option(options, "reuse") != 0;
   settings.memory = number_option(options, "memory");
   settings.kzk = read_march(options, false);
@@ -123,7 +123,7 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
   }
   Console console(entry, number_option(prhs[kOptions], "progress") != 0);
   settings.progress = [&](double fraction) { return console(fraction); };
-  settings.expected = [&](double seconds) { console.expect(seconds); };
+  settings.announce = [&](double seconds) { console.announce(seconds); };
   settings.estimate_error = nlhs > 1;
 
   std::vector<std::size_t> size = result_size(grid);
@@ -150,7 +150,7 @@ extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* 
   using namespace kestrel;
   host::run_entry(
       [&] {
-        // Either of two functions may have been called.
+        // Either of two functions may have been called; only one of them wants harmonics.
         const bool harmonics =
             nrhs > gateway::kOptions && has_field(prhs[gateway::kOptions], "wanted");
         const char* entry = harmonics ? "kestrel.harmonics" : "kestrel.cw_field";

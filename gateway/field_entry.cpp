@@ -76,7 +76,7 @@ kzk::Parameters read_march(const mxArray* options, bool pulse) {
 
   kzk::Parameters march;
   const mxArray* given = field_value(options, "kzk");
-  if (given == nullptr || (mxIsEmpty(given) && !mxIsStruct(given))) return march;
+  if (given == nullptr || (mxIsNumeric(given) && mxIsEmpty(given))) return march;
   if (!mxIsStruct(given) || mxGetNumberOfElements(given) != 1) {
     host::fail("the option 'kzk' must be one structure with some of the fields %s.", names.c_str());
   }
@@ -88,7 +88,9 @@ kzk::Parameters read_march(const mxArray* options, bool pulse) {
     if (field == fields.end()) {
       host::fail("the option 'kzk' has a field '%s'; what it may have is %s.", name, names.c_str());
     }
-    const double value = read_scalar(mxGetFieldByNumber(given, 0, i), "option 'kzk'", name);
+    const mxArray* entry = mxGetFieldByNumber(given, 0, i);
+    if (entry == nullptr || (mxIsNumeric(entry) && mxIsEmpty(entry))) continue;  // the default
+    const double value = read_scalar(entry, "option 'kzk'", name);
     if (field->number != nullptr) {
       march.*field->number = static_cast<float>(value);
     } else if (!std::isnan(value)) {  // which means the default, as 0 does
@@ -99,6 +101,15 @@ kzk::Parameters read_march(const mxArray* options, bool pulse) {
     }
   }
   return march;
+}
+
+int read_threads(const mxArray* options) {
+  constexpr double kMost = 1024;
+  const double threads = number_option(options, "threads");
+  if (!(threads >= 0 && threads <= kMost && threads == std::floor(threads))) {
+    host::fail("threads must be a whole number from 0 to %g, but it is %g.", kMost, threads);
+  }
+  return static_cast<int>(threads);
 }
 
 int read_nodes(const mxArray* ndiv) {
@@ -124,7 +135,7 @@ bool Console::operator()(double fraction) {
   return true;
 }
 
-void Console::expect(double seconds) const {
+void Console::announce(double seconds) const {
   constexpr double kLong = 6;
   if (_prints && seconds > kLong) host::print("%s: this takes about %.0f s\n", _entry, seconds);
 }

@@ -31,6 +31,9 @@ const fields::Method* read_method(const mxArray* options, std::span<const fields
 /// continuous wave step, radial_step, radius, harmonics and harmonic. Fails for other fields.
 kzk::Parameters read_march(const mxArray* options, bool pulse);
 
+/// The option 'threads': 0 for one per processor core, or their number.
+int read_threads(const mxArray* options);
+
 /// A number of quadrature nodes, at least 1.
 int read_nodes(const mxArray* ndiv);
 
@@ -43,7 +46,7 @@ class Console {
   bool operator()(double fraction);
 
   /// Says how long the work will take, if that is long.
-  void expect(double seconds) const;
+  void announce(double seconds) const;
 
  private:
   static constexpr double kPeriod = 4;

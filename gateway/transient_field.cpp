@@ -108,12 +108,12 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
 
   fields::TransientSettings settings;
   settings.method = read_method(prhs[kOptions], fields::transient_methods());
-  settings.threads = static_cast<int>(number_option(prhs[kOptions], "threads"));
+  settings.threads = read_threads(prhs[kOptions]);
   settings.kzk = read_march(prhs[kOptions], true);
   if (!settings.method->marched) settings.nodes = read_nodes(prhs[kNdiv]);
   Console console(kEntry, number_option(prhs[kOptions], "progress") != 0);
   settings.progress = [&](double fraction) { return console(fraction); };
-  settings.expected = [&](double seconds) { console.expect(seconds); };
+  settings.announce = [&](double seconds) { console.announce(seconds); };
 
   mxArray* result = create_result(grid, time.nt());
   double* pressure = mxGetDoubles(result);

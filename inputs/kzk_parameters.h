@@ -16,6 +16,8 @@ struct Parameters {
   float guard_periods = 0;       ///< before and after the signal, pulses only: 0.5-100
   int harmonics = 0;             ///< carried, continuous wave only: 1-160
   int harmonic = 0;              ///< delivered, continuous wave only: 1-harmonics
+
+  bool operator==(const Parameters&) const = default;
 };
 
 inline constexpr int default_harmonics = 30;

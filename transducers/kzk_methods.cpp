@@ -17,17 +17,18 @@ void fill_problem(kzk::Problem& problem, const Transducer& element, const kzk::A
   problem.aperture = aperture;
   problem.fluid = {medium._f0, medium._soundspeed, medium._rho_density, medium._beta,
                    medium._dBcmMHz};
-  const NumericalIntegration& rule = *element.integral();
-  problem.parameters = {rule.kzk_parameter(0), rule.kzk_parameter(1), rule.kzk_parameter(2),
-                        rule.kzk_parameter(3), rule.kzk_parameter(4), rule.kzk_count(0),
-                        rule.kzk_count(1)};
+  if (const NumericalIntegration* rule = element.integral()) {
+    problem.parameters = {rule->kzk_parameter(0), rule->kzk_parameter(1), rule->kzk_parameter(2),
+                          rule->kzk_parameter(3), rule->kzk_parameter(4), rule->kzk_count(0),
+                          rule->kzk_count(1)};
+  }
   problem.points = points;
 }
 
 /// Issues the march's warnings and answers its code.
-int report(const kzk::Report& report) {
-  for (const std::string& warning : report.warnings) host::warn(warning.c_str());
-  return static_cast<int>(report.code);
+int code_of(const kzk::Report& march) {
+  for (const std::string& warning : march.warnings) host::warn(warning.c_str());
+  return static_cast<int>(march.code);
 }
 
 }  // namespace
@@ -64,8 +65,8 @@ kzk::TransientProblem kzk_transient_problem(const Transducer& element,
   kzk::TransientProblem problem;
   fill_problem(problem, element, aperture, points);
   problem.amplitude = element.get_amplitude();
-  problem.drive.at = [excitation](double t) { return excitation->at(t); };
-  problem.drive.frequency = excitation->get_f0();
+  problem.drive.at = [excitation](double t) { return excitation->exact_at(t); };
+  problem.drive.frequency = excitation->mean_frequency();
   if (excitation->get_pulse_width() > 0) problem.drive.duration = excitation->get_pulse_width();
   problem.drive.sampling_interval = excitation->sampling_interval();
   problem.drive.delay = element.get_time_delay();
@@ -74,11 +75,15 @@ kzk::TransientProblem kzk_transient_problem(const Transducer& element,
 }
 
 int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
+  if (element.medium() == nullptr || element.global_coordinate_grid() == nullptr ||
+      element.real_pressure_plane() == nullptr) {
+    return kMisuse;
+  }
   if (is_negligible(element.get_amplitude())) return kSuccess;
   try {
     const std::vector<kzk::Point> points = kzk_points(element);
     const kzk::CwResult result = kzk::march_cw(kzk_cw_problem(element, aperture, points));
-    const int code = report(result);
+    const int code = code_of(result);
     if (code != kSuccess) return code;
     for (std::size_t i = 0; i < points.size(); ++i) {
       element.superpose_complex_pressure(static_cast<int>(i), result.pressure[i]);
@@ -90,7 +95,8 @@ int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
 }
 
 int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture) {
-  if (element._excitation_function == nullptr || element.time_vector() == nullptr ||
+  if (element.medium() == nullptr || element.global_coordinate_grid() == nullptr ||
+      element._excitation_function == nullptr || element.time_vector() == nullptr ||
       element.transient_pressure() == nullptr) {
     return kMisuse;
   }
@@ -100,7 +106,7 @@ int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture) 
     const std::vector<double> times = kzk_times(element);
     const kzk::TransientResult result =
         kzk::march_transient(kzk_transient_problem(element, aperture, points, times));
-    const int code = report(result);
+    const int code = code_of(result);
     if (code != kSuccess) return code;
     for (std::size_t i = 0; i < points.size(); ++i) {
       element.superpose_transient_pressure(static_cast<int>(i),

@@ -86,9 +86,10 @@ TEST(March, ToldHowLongItTakesAndHowFarItIsAndEndsWhenTold) {
   Settings settings = marched(2);
   settings.kzk.step_factor = 0.05F;
   settings.kzk.harmonics = 80;
+  settings.kzk.radial_step = 0.005F;
   double expected = 0, last = 0;
   int calls = 0;
-  settings.expected = [&](double seconds) { expected = seconds; };
+  settings.announce = [&](double seconds) { expected = seconds; };
   settings.progress = [&](double fraction) {
     EXPECT_GE(fraction, last);
     EXPECT_LE(fraction, 1);
@@ -116,7 +117,7 @@ TEST(March, SaysWhatIsWrong) {
   std::vector<Element> array = pair();
   array[1].amplitude = 1e9;
   refused(
-      "element 2: the method 'kzk_cw' failed: The nonlinear march blew up; the drive is too "
+      "element 2: the method 'kzk_cw' failed. The nonlinear march blew up; the drive is too "
       "strong.",
       array);
   array[1].geometry = Rectangle{1e-3, 1e-3};
@@ -126,9 +127,34 @@ TEST(March, SaysWhatIsWrong) {
   refused("harmonic 13 was asked for, but the march carries the harmonics 1 to 12.", pair(),
           marched(), {1, 13});
   refused("harmonic 0 was asked for", pair(), marched(), {0});
+  array = pair();
+  array[1].apodization_index = 2;
+  refused("element 2: the method 'kzk_cw' marches uniform faces only, but apodization_index is 2.",
+          array);
+  Settings settings = marched();
+  settings.kzk.harmonic = 13;
+  refused("harmonic 13 was asked for, but the march carries the harmonics 1 to 12.", pair(),
+          settings, {});
+  settings.kzk.harmonics = 161;
+  refused("161 harmonics were ordered, but a march carries at most 160.", pair(), settings);
+  settings.method = find_continuous_wave_method("fnm_cw");
+  settings.nodes = 4;
+  const std::string linear = outcome_of([&] {
+                               compute_field(pair(), *grid, lossy_water(), settings, field.data());
+                             }).error.value_or("no error");
+  EXPECT_EQ(linear,
+            "parameters of a nonlinear march were given, but the method 'fnm_cw' does not march.");
   Settings with_tolerance = marched();
   with_tolerance.tolerance = 1e-3;
   refused("'kzk_cw' takes no tolerance", pair(), with_tolerance);
+}
+
+TEST(March, AnElementWithoutInputsIsRefused) {
+  for (const Element& e : pair()) {
+    const auto transducer = make_transducer(e);
+    EXPECT_EQ(transducer->kzk_cw(), kMisuse);
+    EXPECT_EQ(transducer->kzk_transient(), kMisuse);
+  }
 }
 
 TEST(March, WarnsOnceOfWhatSeveralElementsWarn) {
@@ -139,8 +165,65 @@ TEST(March, WarnsOnceOfWhatSeveralElementsWarn) {
   Field field(static_cast<std::size_t>(grid->npoints()));
   const standalone::Capture capture;
   compute_field(pair(), *grid, medium, marched(), field.data());
-  EXPECT_EQ(capture.warnings().size(), 2U);
+  ASSERT_EQ(capture.warnings().size(), 2U);
+  for (const std::string& warning : capture.warnings())
+    EXPECT_EQ(warning.rfind("element 1: ", 0), 0);
   EXPECT_GT(peak(field), 0);
+}
+
+/// A signal given by its samples is marched as the pulse that it samples: at the frequency where
+/// its power lies, with the loss there, and its mean counts once.
+TEST(March, SampledSignalsAreThePulsesThatTheySample) {
+  const auto grid = regular_grid({1, 1, 1}, {0, 0, 30e-3}, {0, 0, 0});
+  TimeSamples time(20e-9, 19e-6, 24e-6);
+  const auto pressure = [&](const char* method, const ExcitationFunction& drive, Geometry geometry,
+                            const Medium& medium) {
+    TransientSettings settings;
+    settings.method = find_transient_method(method);
+    settings.nodes = 32;
+    if (settings.method->marched) {
+      settings.kzk.step_factor = 2;
+      settings.kzk.radial_step = 0.02F;
+      settings.kzk.samples_per_period = 40;
+    }
+    const ExcitationFunction* drives[] = {&drive};
+    std::vector<double> result(static_cast<std::size_t>(time.nt()));
+    compute_transient_field({element(geometry, {}, {}, 0.1)}, *grid, medium, time, drives, settings,
+                            result.data());
+    return result;
+  };
+  const auto expect_close = [](const std::vector<double>& actual,
+                               const std::vector<double>& expected, double allowed) {
+    double peak = 0, apart = 0;
+    for (std::size_t i = 0; i < actual.size(); ++i) {
+      peak = std::max(peak, std::abs(expected[i]));
+      apart = std::max(apart, std::abs(actual[i] - expected[i]));
+    }
+    EXPECT_LE(apart / peak, allowed);
+  };
+  const auto sampled = [](auto signal) {
+    std::vector<double> samples(120);
+    for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = signal(20e-9 * double(i));
+    return standalone::Value::row(samples);
+  };
+
+  Medium lossy = water(1);
+  lossy._beta = 3.5;
+  lossy._f0 = 0;  // nobody says at which frequency
+  const HanningPulse pulse(1, 3e6, 1.6e-6, 0, 2);
+  const auto row = sampled([&](double t) { return pulse.at(t); });
+  const ExcitationFunction samples(row, 20e-9, 2.38e-6, 0, 0);
+  EXPECT_NEAR(samples.mean_frequency(), 3e6, 0.1e6);
+  const Shell shell{10e-3, 30e-3};
+  expect_close(pressure("kzk_transient", samples, shell, lossy),
+               pressure("kzk_transient", pulse, shell, lossy), 0.02);
+
+  // A push has a mean; weak, it is the linear method's.
+  const auto push_row =
+      sampled([](double t) { return 1e-3 * std::pow(std::sin(M_PI * t / 2.4e-6), 2); });
+  const ExcitationFunction push(push_row, 20e-9, 2.38e-6, 0, 0);
+  expect_close(pressure("kzk_transient", push, Circle{10e-3}, water()),
+               pressure("fnm_tsd", push, Circle{10e-3}, water()), 0.02);
 }
 
 TEST(March, AddsPulses) {

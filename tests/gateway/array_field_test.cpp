@@ -150,7 +150,7 @@ TEST(HarmonicsEntry, NamesWhatIsWrongWithAMarch) {
   refused("must be one structure", std::move(options().set("kzk", 3.0)), shells(),
           "kestrel.cw_field: ");
   refused(
-      "element 1: the method 'kzk_cw' failed: The nonlinear march blew up; the drive is too "
+      "element 1: the method 'kzk_cw' failed. The nonlinear march blew up; the drive is too "
       "strong.",
       march_options(), shells(1e9), "kestrel.cw_field: ");
 }

@@ -23,8 +23,9 @@ int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture);
 std::vector<kzk::Point> kzk_points(Transducer& element);
 /// The samples of its time axis, s.
 std::vector<double> kzk_times(const Transducer& element);
-/// Then the march that its medium, rule, weight and, for a pulse, excitation and delay ask for. The
-/// problem refers to the points and times.
+/// Then the march that its medium, weight, rule (if it has one) and, for a pulse, excitation and
+/// delay ask for. The problem refers to the points and times. A pulse is driven by the signal's
+/// exact lines; its reference frequency is where the signal's power lies.
 kzk::CwProblem kzk_cw_problem(const Transducer& element, const kzk::Aperture& aperture,
                               std::span<const kzk::Point> points);
 kzk::TransientProblem kzk_transient_problem(const Transducer& element,
