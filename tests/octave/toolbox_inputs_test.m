@@ -7,6 +7,7 @@ function toolbox_inputs_test()
   arrays();
   focusing();
   media();
+  missing_arguments();
   refusals();
   help_texts();
 end
@@ -130,6 +131,43 @@ function media()
          'values put in');
 end
 
+% A call with fewer arguments than it takes says which ones those are.
+function missing_arguments()
+  cases = {
+    'rectangle', 2, '(width, height, name, value, ...)'
+    'circle', 1, '(radius, name, value, ...)'
+    'ring', 2, '(inner_radius, outer_radius, name, value, ...)'
+    'shell', 2, '(radius, rad_curvature, name, value, ...)'
+    'shell_ring', 3, '(inner_radius, outer_radius, geometric_focus, name, value, ...)'
+    'linear_array', 4, '(n, width, height, pitch, name, value, ...)'
+    'planar_array', 4, '(n, width, height, pitch, name, value, ...)'
+    'curved_array', 5, '(n, width, height, pitch, radius, name, value, ...)'
+    'annular_array', 2, '(inner_radii, outer_radii, name, value, ...)'
+    'bowl_array', 4, '(n, element_radius, aperture_radius, rad_curvature, name, value, ...)'
+    'focus', 4, '(array, points, medium, f0, name, value, ...)'
+    'focus_delays', 3, '(array, point, medium)'
+    'steer', 4, '(array, angles, medium, f0, name, value, ...)'
+    'apodize', 2, '(array, window, name, value, ...)'
+    'cw_field', 5, '(array, grid, medium, ndiv, f0, name, value, ...)'
+    'transient_field', 6, '(array, grid, medium, time, ndiv, excitation, name, value, ...)'
+    'harmonics', 5, '(element, grid, medium, f0, numbers, name, value, ...)'
+    'intensity', 2, '(p, medium)'
+    'beam_metrics', 2, '(p, grid, name, value, ...)'
+    'show_field', 2, '(p, grid, name, value, ...)'
+    'show_array', 1, '(array, name, value, ...)'
+  };
+  verbs = {'were', 'was', 'were', 'were', 'were', 'were'};
+  for i = 1:size(cases, 1)
+    [name, needed, usage] = cases{i, :};
+    for given = 0:needed - 1
+      words = sprintf('there %s %d argument%s.', verbs{1 + given}, given, repmat('s', given ~= 1));
+      expect_refusals(['kestrel.', name], {
+        num2cell(ones(1, given)), ['expected ', usage, ', but ', words]
+      });
+    end
+  end
+end
+
 function refusals()
   water = kestrel.medium('water');
   rect = kestrel.rectangle(1e-3, 1e-3);
@@ -232,8 +270,6 @@ function refusals()
     {'water', 'density', 0}, 'density must be greater than 0.'
   });
   expect_refusals('kestrel.cw_field', {
-    {rect, grid, water, 8}, ...
-      'expected (array, grid, medium, ndiv, f0, name, value, ...), but there were 4 arguments.'
     {1, grid, water, 8, 1e6}, ...
       'the array must be a structure array of elements, as kestrel.rectangle returns.'
     {[rect, bad_shape], grid, water, 8, 1e6}, ...

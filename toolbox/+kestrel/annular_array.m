@@ -26,6 +26,7 @@ function array = annular_array(inner_radii, outer_radii, varargin)
 %   See also kestrel.ring, kestrel.circle, kestrel.shell_ring, kestrel.focus,
 %   kestrel.cw_field.
   caller = 'kestrel.annular_array';
+  kestrel.detail.check_count(caller, nargin, 2, '(inner_radii, outer_radii, name, value, ...)');
   kestrel.detail.check_numbers(caller, 'inner_radii', inner_radii);
   kestrel.detail.check_numbers(caller, 'outer_radii', outer_radii);
   n = numel(inner_radii);

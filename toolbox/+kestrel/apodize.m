@@ -35,6 +35,7 @@ function array = apodize(array, window, varargin)
 %
 %   See also kestrel.focus, kestrel.steer, kestrel.planar_array, kestrel.cw_field.
   caller = 'kestrel.apodize';
+  kestrel.detail.check_count(caller, nargin, 2, '(array, window, name, value, ...)');
   kestrel.detail.check_array(caller, array);
   options = kestrel.detail.parse_options(caller, struct('along', 'xy', 'euler', []), varargin);
   options.along = kestrel.detail.check_choice(caller, 'along', options.along, {'xy', 'radius'});

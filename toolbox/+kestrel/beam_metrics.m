@@ -38,6 +38,7 @@ function metrics = beam_metrics(p, grid, varargin)
 %   See also kestrel.cw_field, kestrel.intensity, kestrel.show_field,
 %   set_coordinate_grid.
   caller = 'kestrel.beam_metrics';
+  kestrel.detail.check_count(caller, nargin, 2, '(p, grid, name, value, ...)');
   [p, values] = kestrel.detail.check_field(caller, p, grid, 'measured');
   options = kestrel.detail.parse_options(caller, struct('source_pressure', NaN), varargin);
   source = options.source_pressure;

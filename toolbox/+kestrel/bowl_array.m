@@ -29,6 +29,8 @@ function array = bowl_array(n, element_radius, aperture_radius, rad_curvature, v
 %   See also kestrel.circle, kestrel.curved_array, kestrel.shell, kestrel.focus,
 %   kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.bowl_array';
+  kestrel.detail.check_count(caller, nargin, 4, ...
+    '(n, element_radius, aperture_radius, rad_curvature, name, value, ...)');
   n = kestrel.detail.check_scalar(caller, 'n', n, 'count');
   element_radius = kestrel.detail.check_scalar(caller, 'element_radius', element_radius, ...
                                                'positive');

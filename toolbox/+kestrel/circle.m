@@ -19,6 +19,7 @@ function element = circle(radius, varargin)
 %
 %   See also kestrel.ring, kestrel.rectangle, kestrel.show_array.
   caller = 'kestrel.circle';
+  kestrel.detail.check_count(caller, nargin, 1, '(radius, name, value, ...)');
   geometry = {kestrel.detail.check_scalar(caller, 'radius', radius, 'positive')};
   element = kestrel.detail.make_element(caller, 'circ', geometry, varargin);
 end

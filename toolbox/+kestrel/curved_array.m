@@ -25,6 +25,8 @@ function array = curved_array(n, width, height, pitch, radius, varargin)
 %   See also kestrel.linear_array, kestrel.bowl_array, kestrel.focus,
 %   kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.curved_array';
+  kestrel.detail.check_count(caller, nargin, 5, ...
+                             '(n, width, height, pitch, radius, name, value, ...)');
   n = kestrel.detail.check_scalar(caller, 'n', n, 'count');
   prototype = kestrel.rectangle(width, height);
   pitch = kestrel.detail.check_scalar(caller, 'pitch', pitch, 'positive');

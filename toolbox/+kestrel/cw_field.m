@@ -53,11 +53,8 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %   See also kestrel.harmonics, kestrel.show_field, kestrel.focus, kestrel.medium,
 %   set_coordinate_grid.
   caller = 'kestrel.cw_field';
-  if nargin < 5
-    error('kestrel:argument', ...
-          ['%s: expected (array, grid, medium, ndiv, f0, name, value, ...), ' ...
-           'but there were %d arguments.'], caller, nargin);
-  end
+  kestrel.detail.check_count(caller, nargin, 5, ...
+                             '(array, grid, medium, ndiv, f0, name, value, ...)');
   options = struct('method', 'fnm_cw', 'threads', 0, 'reuse', true, 'tolerance', [], ...
                    'memory', 512e6, 'progress', true, 'instruction_set', 'auto', 'kzk', []);
   options = kestrel.detail.parse_options(caller, options, varargin);

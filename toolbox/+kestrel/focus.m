@@ -45,6 +45,7 @@ function array = focus(array, points, medium, f0, varargin)
 %   See also kestrel.steer, kestrel.apodize, kestrel.linear_array,
 %   kestrel.annular_array, kestrel.cw_field.
   caller = 'kestrel.focus';
+  kestrel.detail.check_count(caller, nargin, 4, '(array, points, medium, f0, name, value, ...)');
   kestrel.detail.check_array(caller, array);
   if isnumeric(points) && isvector(points)
     points = kestrel.detail.check_vector(caller, 'point', points, 3);

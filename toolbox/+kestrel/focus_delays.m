@@ -22,10 +22,7 @@ function array = focus_delays(array, point, medium)
 %
 %   See also kestrel.transient_field, kestrel.focus.
   caller = 'kestrel.focus_delays';
-  if nargin ~= 3
-    error('kestrel:argument', '%s: expected (array, point, medium), but there were %d arguments.', ...
-          caller, nargin);
-  end
+  kestrel.detail.check_count(caller, nargin, 3, '(array, point, medium)');
   kestrel.detail.check_array(caller, array);
   point = kestrel.detail.check_vector(caller, 'point', point, 3);
   kestrel.detail.check_medium(caller, medium);

@@ -15,6 +15,7 @@ function i = intensity(p, medium)
 %
 %   See also kestrel.cw_field, kestrel.beam_metrics, kestrel.show_field.
   caller = 'kestrel.intensity';
+  kestrel.detail.check_count(caller, nargin, 2, '(p, medium)');
   if ~isnumeric(p)
     error('kestrel:argument', '%s: p must be numeric.', caller);
   end

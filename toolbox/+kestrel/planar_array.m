@@ -17,6 +17,7 @@ function array = planar_array(n, width, height, pitch, varargin)
 %   See also kestrel.linear_array, kestrel.rectangle, kestrel.focus,
 %   kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.planar_array';
+  kestrel.detail.check_count(caller, nargin, 4, '(n, width, height, pitch, name, value, ...)');
   n = kestrel.detail.check_vector(caller, 'n', n, 2);
   pitch = kestrel.detail.check_vector(caller, 'pitch', pitch, 2);
   array = kestrel.detail.make_lattice(caller, n, {width, height}, pitch, varargin);

@@ -24,6 +24,7 @@ function element = rectangle(width, height, varargin)
 %   See also kestrel.linear_array, kestrel.planar_array, kestrel.circle,
 %   kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.rectangle';
+  kestrel.detail.check_count(caller, nargin, 2, '(width, height, name, value, ...)');
   geometry = {kestrel.detail.check_scalar(caller, 'width', width, 'positive'), ...
               kestrel.detail.check_scalar(caller, 'height', height, 'positive')};
   element = kestrel.detail.make_element(caller, 'rect', geometry, varargin);

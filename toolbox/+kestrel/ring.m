@@ -17,6 +17,7 @@ function element = ring(inner_radius, outer_radius, varargin)
 %
 %   See also kestrel.circle, kestrel.shell_ring, kestrel.show_array.
   caller = 'kestrel.ring';
+  kestrel.detail.check_count(caller, nargin, 2, '(inner_radius, outer_radius, name, value, ...)');
   geometry = kestrel.detail.check_radii(caller, inner_radius, outer_radius);
   element = kestrel.detail.make_element(caller, 'ring', geometry, varargin);
 end

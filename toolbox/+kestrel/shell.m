@@ -20,6 +20,7 @@ function element = shell(radius, rad_curvature, varargin)
 %
 %   See also kestrel.shell_ring, kestrel.circle, kestrel.show_array.
   caller = 'kestrel.shell';
+  kestrel.detail.check_count(caller, nargin, 2, '(radius, rad_curvature, name, value, ...)');
   radius = kestrel.detail.check_scalar(caller, 'radius', radius, 'positive');
   geometry = {radius, kestrel.detail.check_curvature(caller, 'rad_curvature', rad_curvature, ...
                                                      radius)};

@@ -20,6 +20,8 @@ function element = shell_ring(inner_radius, outer_radius, geometric_focus, varar
 %
 %   See also kestrel.shell, kestrel.ring, kestrel.show_array.
   caller = 'kestrel.shell_ring';
+  kestrel.detail.check_count(caller, nargin, 3, ...
+                             '(inner_radius, outer_radius, geometric_focus, name, value, ...)');
   geometry = kestrel.detail.check_radii(caller, inner_radius, outer_radius);
   geometry{3} = kestrel.detail.check_curvature(caller, 'geometric_focus', geometric_focus, ...
                                                geometry{2});

@@ -22,6 +22,7 @@ function h = show_array(array, varargin)
 %
 %   See also kestrel.show_field, kestrel.linear_array, kestrel.rectangle.
   caller = 'kestrel.show_array';
+  kestrel.detail.check_count(caller, nargin, 1, '(array, name, value, ...)');
   kestrel.detail.check_array(caller, array);
   if isempty(array)
     error('kestrel:argument', '%s: the array has no elements.', caller);

@@ -43,6 +43,7 @@ function h = show_field(p, grid, varargin)
 %   See also kestrel.cw_field, kestrel.beam_metrics, kestrel.show_array,
 %   set_coordinate_grid.
   caller = 'kestrel.show_field';
+  kestrel.detail.check_count(caller, nargin, 2, '(p, grid, name, value, ...)');
   [p, values] = kestrel.detail.check_field(caller, p, grid, 'drawn');
   counts = cellfun(@numel, values);
   if prod(counts) == 1

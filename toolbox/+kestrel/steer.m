@@ -30,6 +30,7 @@ function array = steer(array, angles, medium, f0, varargin)
 %
 %   See also kestrel.focus, kestrel.apodize, kestrel.linear_array, kestrel.cw_field.
   caller = 'kestrel.steer';
+  kestrel.detail.check_count(caller, nargin, 4, '(array, angles, medium, f0, name, value, ...)');
   kestrel.detail.check_array(caller, array);
   if isnumeric(angles) && isscalar(angles)
     angles = [angles, 0];

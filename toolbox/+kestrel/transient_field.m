@@ -64,11 +64,8 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %   See also set_time_samples, set_excitation_function, kestrel.focus_delays,
 %   kestrel.cw_field.
   caller = 'kestrel.transient_field';
-  if nargin < 6
-    error('kestrel:argument', ...
-          ['%s: expected (array, grid, medium, time, ndiv, excitation, name, value, ...), ' ...
-           'but there were %d arguments.'], caller, nargin);
-  end
+  kestrel.detail.check_count(caller, nargin, 6, ...
+                             '(array, grid, medium, time, ndiv, excitation, name, value, ...)');
   options = struct('method', 'fnm_tsd', 'threads', 0, 'progress', true, 'kzk', []);
   options = kestrel.detail.parse_options(caller, options, varargin);
   if ~ischar(options.method)
