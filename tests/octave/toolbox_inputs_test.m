@@ -281,7 +281,48 @@ function refusals()
       'the grid''s coordinates must be an m-by-3 matrix.'
     {rect, grid, water, 0.5, 1e6}, 'ndiv must be a whole number of at least 1.'
     {rect, grid, water, 8, -1}, 'f0 must be greater than 0.'
+    {rect, grid, water, {}, 1e6, 'tolerance', 1e-3}, 'ndiv must be one real, finite number.'
   });
+  marches();
+end
+
+% Arguments of the nonlinear methods, and what counts as left out.
+function marches()
+  water = kestrel.medium('water');
+  piston = kestrel.circle(8e-3);
+  point = set_coordinate_grid([0 0 30e-3]);
+  pulse = set_excitation_function(2, 1, 1e6, 3e-6, 0);
+  time = set_time_samples(0.1e-6, 20e-6, 21e-6);
+  calls = {   % the list of arguments, and the fields that KZK may have
+    'kestrel.cw_field', @(ndiv, kzk) {piston, point, water, ndiv, 1e6, 'method', 'kzk_cw', ...
+                                      'kzk', kzk}, 'step, radial_step, radius, harmonics, harmonic.'
+    'kestrel.transient_field', @(ndiv, kzk) {piston, point, water, time, ndiv, pulse, 'method', ...
+                                             'kzk_transient', 'kzk', kzk}, ...
+      'step, radial_step, radius, samples, guard.'
+    'kestrel.harmonics', @(ndiv, kzk) {piston, point, water, 1e6, 1, 'kzk', kzk}, ...
+      'step, radial_step, radius, harmonics, harmonic.'
+  };
+  for i = 1:3
+    [name, list, fields] = calls{i, :};
+    for kzk = {{}, '', struct([]), 3, 'fine'}
+      expect_refusals(name, {
+        list([], kzk{1}), ...
+          ['the option ''kzk'' must be one structure with some of the fields ', fields]
+      });
+    end
+    march = struct('radial_step', 0.05, 'radius', 3);
+    p = feval(name, list([], march){:});
+    march.step = [];
+    expect(isequal(feval(name, list([], march){:}), p), '%s: [] is the default', name);
+    if i < 3
+      expect(isequal(feval(name, list(8, march){:}), p), '%s: ndiv does not count', name);
+      expect_refusals(name, {
+        list('8', []), 'ndiv must be one real, finite number.'
+        list({}, []), 'ndiv must be one real, finite number.'
+        list(0.5, []), 'ndiv must be a whole number of at least 1.'
+      });
+    end
+  end
 end
 
 % Every public function shows its own help text: a summary, then how to call it.

@@ -74,15 +74,16 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
     options.tolerance = kestrel.detail.check_scalar(caller, 'tolerance', options.tolerance, ...
                                                     'positive');
   end
+  options.kzk = kestrel.detail.check_march(caller, options.kzk, ...
+                                           'step, radial_step, radius, harmonics, harmonic');
 
   % The elements are checked where they are read, in the compiled part.
   kestrel.detail.check_grid(caller, grid);
   kestrel.detail.check_medium(caller, medium);
-  if strcmp(options.method, 'kzk_cw')
-    ndiv = [];  % marched, without quadrature
-  elseif ~isempty(ndiv)
+  marched = strcmp(options.method, 'kzk_cw');   % without quadrature
+  if ~isnumeric(ndiv) || ~isempty(ndiv)
     ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
-  elseif isempty(options.tolerance)
+  elseif isempty(options.tolerance) && ~marched
     error('kestrel:argument', ...
           '%s: ndiv may be [] only when the option ''tolerance'' is given.', caller);
   end

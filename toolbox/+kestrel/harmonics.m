@@ -61,7 +61,8 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
   options = struct('method', 'kzk_cw', 'threads', 0, 'reuse', false, 'tolerance', [], ...
                    'memory', 512e6, 'instruction_set', 'auto', 'kzk', [], 'wanted', [], ...
                    'progress', kestrel.detail.check_switch(caller, 'progress', given.progress));
-  options.kzk = given.kzk;
+  options.kzk = kestrel.detail.check_march(caller, given.kzk, ...
+                                           'step, radial_step, radius, harmonics, harmonic');
   if ~isequal(given.threads, 0)
     options.threads = kestrel.detail.check_scalar(caller, 'threads', given.threads, 'count');
   end
@@ -78,4 +79,7 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
   [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.array_field, array, grid, medium, ...
                                             [], f0, options);
   [p, info] = deal(result{[1 end]});
+  if nargout > 1
+    info = rmfield(info, {'nodes', 'way', 'reused_elements', 'error_estimate'});   % of no meaning
+  end
 end

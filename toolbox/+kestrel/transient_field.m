@@ -75,6 +75,8 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
     options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
   end
   options.progress = kestrel.detail.check_switch(caller, 'progress', options.progress);
+  options.kzk = kestrel.detail.check_march(caller, options.kzk, ...
+                                           'step, radial_step, radius, samples, guard');
 
   % Elements, times and excitations are checked where they are read, in the compiled part.
   kestrel.detail.check_grid(caller, grid);
@@ -83,9 +85,8 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
     error('kestrel:argument', ...
           '%s: the time must be one structure, as set_time_samples returns.', caller);
   end
-  if strcmp(options.method, 'kzk_transient')
-    ndiv = [];  % marched, without quadrature
-  else
+  marched = strcmp(options.method, 'kzk_transient');   % without quadrature
+  if ~(marched && isnumeric(ndiv) && isempty(ndiv))
     ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
   end
 
