@@ -323,6 +323,10 @@ function marches()
       });
     end
   end
+  [~, info] = feval(name, list([], march){:});   % of kestrel.harmonics
+  expect(isequal(fieldnames(info).', {'method', 'time', 'threads', 'instruction_set', ...
+                                      'memory', 'planes', 'radial_nodes', 'harmonics'}), ...
+         'only what means something for a march');
 end
 
 % Every public function shows its own help text: a summary, then how to call it.

@@ -13,11 +13,13 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %      P       nx-by-ny-by-nz for a regular grid, m-by-1 for a list of m points, in
 %              pascals when amplitudes are in m/s. Time runs as exp(+jwt).
 %
-%   [P, INFO] = kestrel.cw_field(...) also returns what was done: the time in
-%   seconds, the least and the greatest number of nodes, the way taken ('reuse',
-%   'direct' or 'reuse and direct'), the instruction set, the threads, the working
-%   memory in bytes, and error_estimate, the largest difference between P and a
-%   converged field on a sample of points, relative to the largest |P|.
+%   [P, INFO] = kestrel.cw_field(...) also returns what was done: the method, the time in
+%   seconds, the least and the greatest number of nodes, the way taken ('reuse', 'direct',
+%   'reuse and direct' or 'march') and how many elements were reused, the threads, the
+%   instruction set, the working memory in bytes, and error_estimate, the largest
+%   difference between P and a converged field on a sample of points, relative to the
+%   largest |P|. A march ('kzk_cw') has no quadrature: its nodes are [0 0] and its
+%   error_estimate is NaN; instead it has planes, radial_nodes and harmonics.
 %
 %   ... = kestrel.cw_field(..., NAME, VALUE, ...) with the options
 %      'method'     a continuous-wave method by name, 'fnm_cw' if not given
@@ -33,8 +35,9 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %                   compare them
 %      'kzk'        for the nonlinear beam of the method 'kzk_cw', which circles and
 %                   shells have: a structure with some of the fields step, radial_step,
-%                   radius, harmonics, harmonic (the one delivered); see
-%                   kestrel.harmonics, which gives several at once
+%                   radius, harmonics, harmonic (the one delivered, 1 if not given); see
+%                   kestrel.harmonics, which gives several at once and says where the
+%                   method is right
 %
 %   Points behind an element's face receive nothing from it. An empty ARRAY gives
 %   zeros. Ctrl-C ends the calculation. Values that are NaN or Inf are warned of.

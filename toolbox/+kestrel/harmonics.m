@@ -11,17 +11,25 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
 %      ELEMENT  from kestrel.circle or kestrel.shell, its amplitude the velocity of the
 %               face in m/s. Of several elements each beam is computed alone and the beams
 %               are added: how they distort each other is not modelled
-%      MEDIUM   from kestrel.medium. Its nonlinearityparameter distorts the wave, and its
-%               attenuation, in proportion to the frequency, damps each harmonic
+%      MEDIUM   from kestrel.medium. Its nonlinearityparameter distorts the wave. Its
+%               attenuation damps each harmonic in proportion to the frequency: harmonic n
+%               loses n times as many decibels as the first. In water it would be n^2
+%               times: give the attenuation at the frequency that matters, which is
+%               0.0022 * f dB/(cm MHz) in water at f MHz
 %
 %   The beam is marched from the face by the parabolic (Khokhlov-Zabolotskaya-Kuznetsov)
 %   equation: right for beams many wavelengths wide, up to some 0.45 rad off the axis; close
 %   to the source (below a fifth of the circle's Rayleigh distance) on the axis only; for
-%   shells of up to 25 degrees half angle. Warnings come where it is known to fail, and when
-%   the shock is stronger than the harmonics carried can hold.
+%   shells of up to 25 degrees half angle.
+%
+%   Warnings come for a source of ka below 10, for a shell of a half angle above 25 degrees,
+%   when the shock is stronger than the harmonics carried can hold, for a parameter out of
+%   range, a nonlinearityparameter below 0, and points outside a domain that was set too
+%   small. Otherwise where the points lie is not looked at: more than 0.45 rad off the axis,
+%   and off the axis near the face, the result is wrong without a warning.
 %
 %   ... = kestrel.harmonics(..., NAME, VALUE, ...) with the options
-%      'kzk'       structure with some of these fields; 0 or none is the default:
+%      'kzk'       structure with some of these fields; 0, [] or none is the default:
 %                  harmonics    how many are carried, 1 to 160. 30 if not given; at a strong
 %                               shock, trust the lowest sixth
 %                  step         axial step, times the default one, 0.05 to 4
@@ -35,9 +43,9 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
 %      'progress'  false: say nothing, however long it takes. Otherwise long work says
 %                  beforehand about how long it will take, and then how far it is
 %
-%   [P, INFO] = kestrel.harmonics(...) also returns the time in seconds, the number of
-%   threads, the axial planes, radial nodes and harmonics of the march, and its memory in
-%   bytes.
+%   [P, INFO] = kestrel.harmonics(...) also returns the method, the time in seconds, the
+%   threads, the instruction set, the memory of the march in bytes, and its planes,
+%   radial_nodes and harmonics.
 %
 %   An element with an amplitude of 0 radiates nothing. Ctrl-C ends the calculation.
 %
@@ -47,12 +55,19 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
 %   Example: a focused source in water, 0.1 m/s (0.15 MPa) at its face
 %      medium = kestrel.medium('water');
 %      shell = kestrel.shell(15e-3, 60e-3, 'amplitude', 0.1);
-%      grid = set_coordinate_grid([1 1 0.2e-3], 0, 0, 0, 0, 30e-3, 90e-3);
+%      grid = set_coordinate_grid([0.3e-3 1 0.5e-3], -6e-3, 6e-3, 0, 0, 30e-3, 90e-3);
 %      p = kestrel.harmonics(shell, grid, medium, 1e6, 1:5);
-%      z = linspace(30, 90, size(p, 3));
-%      plot(z, abs(squeeze(p)) / 1e6), xlabel('depth (mm)'), ylabel('MPa')
+%   the second harmonic's beam; the pressure over two periods at a point, here the middle
+%   of the grid, as far as these five harmonics make it up; and the intensity, the sum of
+%   the harmonics' own:
+%      kestrel.show_field(p(:, :, :, 2), grid);
+%      t = linspace(0, 2e-6, 401);
+%      wave = real(squeeze(p(21, 1, 61, :)).' * exp(2j * pi * 1e6 * (1:5).' * t));
+%      plot(1e6 * t, 1e-6 * wave), xlabel('time (us)'), ylabel('MPa')
+%      i = sum(kestrel.intensity(p, medium), 4);
 %
-%   See also kestrel.cw_field, kestrel.transient_field, kestrel.shell, kestrel.medium.
+%   See also kestrel.cw_field, kestrel.transient_field, kestrel.show_field,
+%   kestrel.intensity, kestrel.shell, kestrel.medium.
   caller = 'kestrel.harmonics';
   kestrel.detail.check_count(caller, nargin, 5, ...
                              '(element, grid, medium, f0, numbers, name, value, ...)');
@@ -79,7 +94,7 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
   [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.array_field, array, grid, medium, ...
                                             [], f0, options);
   [p, info] = deal(result{[1 end]});
-  if nargout > 1
-    info = rmfield(info, {'nodes', 'way', 'reused_elements', 'error_estimate'});   % of no meaning
+  if nargout > 1   % without what has no meaning for a march
+    info = rmfield(info, {'nodes', 'way', 'reused_elements', 'error_estimate'});
   end
 end

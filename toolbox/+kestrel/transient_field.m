@@ -17,28 +17,32 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %
 %   [P, INFO] = kestrel.transient_field(...) also returns what was done: the method, the
 %   time in seconds, the nodes, the threads, the instruction set, and the working memory
-%   in bytes.
+%   in bytes. A march ('kzk_transient') has no quadrature: its nodes are 0; instead it has
+%   planes, radial_nodes and samples, the time samples marched.
 %
 %   ... = kestrel.transient_field(..., NAME, VALUE, ...) with the options
-%      'method'    one of
-%                  'fnm_tsd'                      fast nearfield method with time-space
-%                                                 decomposition, the default
-%                  'fnm_transient'                the same without decomposition: the same
-%                                                 numbers, many times slower
-%                  'fnm_tsd_low_precision', 'fnm_tsd_sse'   in single precision
-%                  'fnm_fdtsd'                    for sampled excitations
-%                  'fnm_transient_behind_source', 'fnm_tsd_behind_source'   the points
-%                                                 behind a shell
-%                  'rayleigh_transient'           Rayleigh integral, NDIV by NDIV
-%                  'impulse_response'             of the velocity potential, m/s: P does
-%                                                 not depend on NDIV and EXCITATION
-%                  'kzk_transient'                nonlinear pulses of circles and shells in
-%                                                 a lossy medium, by the parabolic equation
-%                  Not every shape has every method
-%      'kzk'       for 'kzk_transient': a structure with some of the fields step, radial_step
-%                  and radius, as in kestrel.harmonics, samples, the time samples per period
-%                  of the excitation's frequency (100 if not given, 20 to 2000), and guard,
-%                  the periods marched before and after the signal (3; 0.5 to 100)
+%      'method'    one of these; not every shape has every method
+%         'fnm_tsd'            fast nearfield method with time-space decomposition, the
+%                              default
+%         'fnm_transient'      the same without decomposition: the same numbers, many
+%                              times slower. Only of a sampled signal with a mean it
+%                              counts the mean twice: take the mean out
+%         'fnm_tsd_low_precision', 'fnm_tsd_sse'
+%                              in single precision
+%         'fnm_fdtsd'          for sampled excitations
+%         'fnm_transient_behind_source', 'fnm_tsd_behind_source'
+%                              the points behind a shell
+%         'rayleigh_transient' Rayleigh integral, NDIV by NDIV
+%         'impulse_response'   of the velocity potential, m/s: P does not depend on NDIV
+%                              and EXCITATION
+%         'kzk_transient'      nonlinear pulses of circles and shells in a lossy medium,
+%                              by the parabolic equation; kestrel.harmonics says where
+%                              it is right
+%      'kzk'       for 'kzk_transient': a structure with some of the fields step,
+%                  radial_step and radius, as in kestrel.harmonics, samples, the time
+%                  samples per period of the excitation's frequency (100 if not given, 20
+%                  to 2000), and guard, the periods marched before and after the signal
+%                  (3; 0.5 to 100)
 %      'threads'   number of threads; 0, the default, is one per processor core. The
 %                  result does not depend on it
 %      'progress'  false: say nothing, however long it takes

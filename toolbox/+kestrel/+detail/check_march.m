@@ -8,7 +8,8 @@ function march = check_march(caller, march, fields)
   end
   if ~isstruct(march) || ~isscalar(march)
     error('kestrel:option', ...
-          '%s: the option ''kzk'' must be one structure with some of the fields %s.', caller, fields);
+          '%s: the option ''kzk'' must be one structure with some of the fields %s.', ...
+          caller, fields);
   end
   names = fieldnames(march);
   march = rmfield(march, names(structfun(@(v) isnumeric(v) && isempty(v), march)));
