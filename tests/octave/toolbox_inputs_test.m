@@ -265,6 +265,13 @@ function refusals()
     {rect, 1}, ...
       'array 2: the array must be a structure array of elements, as kestrel.rectangle returns.'
   });
+  plane = set_coordinate_grid(1, 0, 2, 0, 0, 0, 3);
+  expect_refusals('kestrel.show_field', {
+    {ones(3, 1, 4, 5), plane}, ...
+      ['the grid has 3 by 1 by 4 points, but p has 60 values: of its 5 fields pick one, ' ...
+       'as p(:, :, :, 2).']
+    {ones(3, 1, 8), plane}, 'the grid has 3 by 1 by 4 points, but p has 24 values.'
+  });
   expect_refusals('kestrel.medium', {
     {'mercury'}, 'the name must be one of ''water'', ''lossless'', ''muscle'', ''liver'', ''fat''.'
     {'water', 'density', 0}, 'density must be greater than 0.'

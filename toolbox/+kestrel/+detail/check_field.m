@@ -9,8 +9,13 @@ function [p, values] = check_field(caller, p, grid, purpose)
   values = kestrel.detail.grid_axes(grid);
   counts = cellfun(@numel, values);
   if ~isnumeric(p) || numel(p) ~= prod(counts)
-    error('kestrel:argument', '%s: the grid has %d by %d by %d points, but p has %d values.', ...
-          caller, counts(1), counts(2), counts(3), numel(p));
+    hint = '';
+    fields = numel(p) / prod(counts);
+    if fields > 1 && size(p, ndims(p)) == fields   % harmonics, or times
+      hint = sprintf(': of its %d fields pick one, as p(:, :, :, 2)', fields);
+    end
+    error('kestrel:argument', '%s: the grid has %d by %d by %d points, but p has %d values%s.', ...
+          caller, counts(1), counts(2), counts(3), numel(p), hint);
   end
   p = reshape(p, counts);
 end
