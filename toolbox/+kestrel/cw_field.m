@@ -37,7 +37,7 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %                   shells have: a structure with some of the fields step, radial_step,
 %                   radius, harmonics, harmonic (the one delivered, 1 if not given); see
 %                   kestrel.harmonics, which gives several at once and says where the
-%                   method is right
+%                   method is right. No other method takes it
 %
 %   Points behind an element's face receive nothing from it. An empty ARRAY gives
 %   zeros. Ctrl-C ends the calculation. Values that are NaN or Inf are warned of.
@@ -77,8 +77,6 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
     options.tolerance = kestrel.detail.check_scalar(caller, 'tolerance', options.tolerance, ...
                                                     'positive');
   end
-  options.kzk = kestrel.detail.check_march(caller, options.kzk, ...
-                                           'step, radial_step, radius, harmonics, harmonic');
 
   % The elements are checked where they are read, in the compiled part.
   kestrel.detail.check_grid(caller, grid);

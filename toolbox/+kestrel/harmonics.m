@@ -23,8 +23,8 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
 %   shells of up to 25 degrees half angle.
 %
 %   Warnings come for a source of ka below 10, for a shell of a half angle above 25 degrees,
-%   when the shock is stronger than the harmonics carried can hold, for a parameter out of
-%   range, a nonlinearityparameter below 0, and points outside a domain that was set too
+%   when the shock is stronger than the harmonics carried can hold, for a step or radius out
+%   of range, a nonlinearityparameter below 0, and points outside a domain that was set too
 %   small. Otherwise where the points lie is not looked at: more than 0.45 rad off the axis,
 %   and off the axis near the face, the result is wrong without a warning.
 %
@@ -37,20 +37,22 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
 %                               less for a shell of high gain
 %                  radius       of the domain, in radii of the source, 1.5 to 100. Default
 %                               wide enough for GRID
-%                  What is out of range is warned of, and the default used
+%                  A step, radial_step or radius out of range is warned of, and the
+%                  default used
 %      'threads'   number of threads; 0, the default, is one per processor core. The result
 %                  does not depend on it
 %      'progress'  false: say nothing, however long it takes. Otherwise long work says
 %                  beforehand about how long it will take, and then how far it is
 %
 %   [P, INFO] = kestrel.harmonics(...) also returns the method, the time in seconds, the
-%   threads, the instruction set, the memory of the march in bytes, and its planes,
+%   threads, the instruction set, and of the largest march the memory in bytes, the planes,
 %   radial_nodes and harmonics.
 %
 %   An element with an amplitude of 0 radiates nothing. Ctrl-C ends the calculation.
 %
-%   Errors: an argument that is not what it should be; a harmonic that is not carried; a
-%   shape that cannot be marched; a drive so strong that the field does not stay finite.
+%   Errors: an argument that is not what it should be; a harmonic that is not carried, or
+%   more of them than a march can carry; a shape that cannot be marched, or a face with an
+%   apodization_index; a drive so strong that the field does not stay finite.
 %
 %   Example: a focused source in water, 0.1 m/s (0.15 MPa) at its face
 %      medium = kestrel.medium('water');
@@ -76,8 +78,7 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
   options = struct('method', 'kzk_cw', 'threads', 0, 'reuse', false, 'tolerance', [], ...
                    'memory', 512e6, 'instruction_set', 'auto', 'kzk', [], 'wanted', [], ...
                    'progress', kestrel.detail.check_switch(caller, 'progress', given.progress));
-  options.kzk = kestrel.detail.check_march(caller, given.kzk, ...
-                                           'step, radial_step, radius, harmonics, harmonic');
+  options.kzk = given.kzk;
   if ~isequal(given.threads, 0)
     options.threads = kestrel.detail.check_scalar(caller, 'threads', given.threads, 'count');
   end

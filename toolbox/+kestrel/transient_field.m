@@ -18,7 +18,7 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %   [P, INFO] = kestrel.transient_field(...) also returns what was done: the method, the
 %   time in seconds, the nodes, the threads, the instruction set, and the working memory
 %   in bytes. A march ('kzk_transient') has no quadrature: its nodes are 0; instead it has
-%   planes, radial_nodes and samples, the time samples marched.
+%   planes, radial_nodes and samples, the time samples, of the largest march.
 %
 %   ... = kestrel.transient_field(..., NAME, VALUE, ...) with the options
 %      'method'    one of these; not every shape has every method
@@ -42,7 +42,7 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %                  radial_step and radius, as in kestrel.harmonics, samples, the time
 %                  samples per period of the excitation's frequency (100 if not given, 20
 %                  to 2000), and guard, the periods marched before and after the signal
-%                  (3; 0.5 to 100)
+%                  (3; 0.5 to 100). No other method takes it
 %      'threads'   number of threads; 0, the default, is one per processor core. The
 %                  result does not depend on it
 %      'progress'  false: say nothing, however long it takes
@@ -79,8 +79,6 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
     options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
   end
   options.progress = kestrel.detail.check_switch(caller, 'progress', options.progress);
-  options.kzk = kestrel.detail.check_march(caller, options.kzk, ...
-                                           'step, radial_step, radius, samples, guard');
 
   % Elements, times and excitations are checked where they are read, in the compiled part.
   kestrel.detail.check_grid(caller, grid);
