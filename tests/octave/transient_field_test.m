@@ -41,6 +41,10 @@ own = kestrel.transient_field(pair, grid, medium, short, 12, [hanning; tone]);
 apart = kestrel.transient_field(pair(1), grid, medium, short, 12, hanning) ...
         + kestrel.transient_field(pair(2), grid, medium, short, 12, tone);
 assert(max(abs(own(:) - apart(:))) <= 1e-13 * max(abs(own(:))));
+listed = [18 4 9] * 1e-6;
+text = evalc('some = kestrel.transient_field(pair, grid, medium, set_time_samples(listed), 12, hanning);');
+assert(isempty(text), text);
+assert(max(max(max(max(abs(some - both(:, :, :, [71 1 26])))))) <= 1e-12 * max(abs(both(:))));
 nothing = kestrel.transient_field(pair([]), grid, medium, short, 12, hanning);
 assert(isequal(nothing, zeros(size(both))));
 
