@@ -26,6 +26,11 @@ double source_pressure(const kzk::CwProblem& problem) {
   return problem.fluid.density * problem.fluid.sound_speed * std::abs(problem.weight);
 }
 
+/// Np/m and Hz.
+double attenuation(const kzk::Problem& problem) {
+  return problem.fluid.attenuation * 100 / 1e6 * std::log(10.0) / 20;
+}
+
 /// Harmonics 1 .. harmonics of one node after a plane wave's way to `sigma`, sin at the source.
 std::vector<double> marched_plane_wave(double sigma, int harmonics, double goldberg,
                                        const Fault& fault) {
@@ -131,17 +136,19 @@ std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, con
   const double c = plan.sound_speed;
   const double omega = plan.wavenumber * c;
   const double p0 = source_pressure(problem);
-  const kzk::Equation equation{fault.diffraction * 0.25 / plan.beam.gain(),
-                               plan.alpha * plan.beam.length(),
-                               fault.nonlinearity * plan.beam.length() * plan.beta * omega * p0 /
-                                   (plan.density * c * c * c)};
+  const kzk::Equation equation{
+      fault.diffraction * 0.25 / plan.beam.gain(),
+      fault.loss_over_depth ? plan.alpha * plan.beam.length() : plan.absorption(),
+      fault.nonlinearity * plan.beam.length() * plan.beta * omega * p0 /
+          (plan.density * c * c * c)};
   const int carried = equation.nonlinearity == 0         ? 1
                       : problem.parameters.harmonics > 0 ? problem.parameters.harmonics
                                                          : kzk::default_harmonics;
   kzk::HarmonicBeam beam(equation, plan.grid, carried,
                          {fault.order, true, plan.smoothing_half_steps()});
   kzk::Workers workers(1);
-  beam.start(fault.focusing * plan.beam.focusing());
+  beam.start(fault.focusing * plan.beam.focusing(),
+             fault.loss_over_depth ? 0 : plan.leading_loss());
   std::vector<Complex> values(wanted * problem.points.size());
   double sigma = 0;
   std::size_t next = 1;
@@ -499,6 +506,51 @@ double absorbed_pulse_error(const Fault& fault) {
     error = std::max(error, std::abs(after / before - std::pow(10.0, -decibels / 20)));
   }
   return error;
+}
+
+double lossy_axis_error(const kzk::CwProblem& problem, const Fault& fault) {
+  const double alpha = attenuation(problem) * problem.fluid.f0;
+  const auto values =
+      fault == Fault{} ? kzk::march_cw(problem).pressure : landed_march(problem, 1, fault);
+  double error = 0;
+  for (std::size_t i = 0; i < problem.points.size(); ++i) {
+    const double exact = std::abs(
+        reference::on_axis(source_of(problem), wavenumber(problem), problem.points[i].z, alpha));
+    error =
+        std::max(error, std::fabs(std::abs(values.at(i)) / source_pressure(problem) / exact - 1));
+  }
+  return error;
+}
+
+double lossy_pulse_error(const kzk::CwProblem& problem) {
+  const Pulse pulse{problem.fluid.f0, PulseShape::raised_cosine};
+  const auto [times, values] = marched_traces(problem, pulse, {});
+  const double c = problem.fluid.sound_speed;
+  // The spectrum of the drive up to four times its frequency, by the midpoint rule.
+  const int lines = 400, instants = 300;
+  const double spacing = 4 * pulse.frequency / lines, dt = pulse.duration() / instants;
+  double worst = 0;
+  for (std::size_t i = 0; i < problem.points.size(); ++i) {
+    std::vector<Complex> spectrum(lines);
+    for (int line = 1; line < lines; ++line) {
+      const double f = line * spacing;
+      for (int n = 0; n < instants; ++n)
+        spectrum[line] += pulse.at((n + 0.5) * dt) * std::polar(dt, -2 * pi * f * (n + 0.5) * dt);
+      spectrum[line] *= reference::on_axis(source_of(problem), 2 * pi * f / c, problem.points[i].z,
+                                           attenuation(problem) * f);
+    }
+    double peak = 0, error = 0;
+    for (std::size_t j = 0; j < times.size(); ++j) {
+      double exact = 0;
+      for (int line = 1; line < lines; ++line)
+        exact += 2 * spacing *
+                 std::real(spectrum[line] * std::polar(1.0, 2 * pi * line * spacing * times[j]));
+      peak = std::max(peak, std::fabs(exact));
+      error = std::max(error, std::fabs(values[i * times.size() + j] - exact));
+    }
+    worst = std::max(worst, error / peak);
+  }
+  return worst;
 }
 
 }  // namespace kestrel::checks

@@ -21,6 +21,7 @@ struct Fault {
   double focusing = 1;  ///< 0: none at all
   double absorption = 1;
   bool inverted_factor = false;  ///< of the reading depth
+  bool loss_over_depth = false;  ///< absorbed over the reading depth, not over the mean path
   bool axial_depth = false;      ///< the reading depth of the axis everywhere
   bool backward_euler = false;   ///< throughout
   kzk::RadialOrder order = kzk::RadialOrder::fourth;
@@ -89,5 +90,9 @@ double nonlinear_power_error(double nonlinearity, const Fault& fault = {});
 double absorbed_field_error(const Fault& fault = {});
 /// The same of a linear pulse's spectral components at 0.7, 1 and 1.5 times its frequency.
 double absorbed_pulse_error(const Fault& fault = {});
+/// Of the amplitude of a linear beam in an absorbing fluid on the axis, from its closed form.
+double lossy_axis_error(const kzk::CwProblem& problem, const Fault& fault = {});
+/// Of a three-cycle pulse in an absorbing fluid on the axis, from its closed form, over its peak.
+double lossy_pulse_error(const kzk::CwProblem& problem);
 
 }  // namespace kestrel::checks

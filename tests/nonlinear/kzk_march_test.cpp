@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "numerics/instruction_set.h"
@@ -138,7 +140,7 @@ std::vector<BadInput<P>> bad_inputs() {
       {"curvature NaN", aperture(&Aperture::curvature, nan), failed, none, ""},
       {"curvature negative", aperture(&Aperture::curvature, -0.06), failed, none, ""},
       {"step factor too large", parameter(&Parameters::step_factor, 5), done, same,
-       "axial step factor must lie between 0.05 and 4"},
+       "axial step factor must lie between 0.05 and 4; using the default, 1."},
       {"step factor negative", parameter(&Parameters::step_factor, -5), done, same, ""},
       {"step factor NaN", parameter(&Parameters::step_factor, std::nanf("")), done, same, ""},
       {"domain too small", parameter(&Parameters::domain_radius, 1), done, same,
@@ -192,7 +194,8 @@ TEST(KzkBadInput, ContinuousWave) {
        },
        failed, none, ""},
       {"second harmonic of a linear beam",
-       [](auto& p) { p.fluid.beta = 0, p.parameters.harmonic = 2; }, done, none, ""},
+       [](auto& p) { p.fluid.beta = 0, p.parameters.harmonic = 2; }, done, none,
+       "The nonlinearity parameter is 0: there are no harmonics above the first."},
       {"shock beyond the harmonics", [](auto& p) { p.weight = 3, p.fluid.attenuation = 0; }, done,
        some, "raise the number of harmonics"},
   };
@@ -220,7 +223,7 @@ TEST(KzkBadInput, Transient) {
        [](auto& p) { p.drive.frequency = p.fluid.f0 = p.fluid.attenuation = 0; }, done, some,
        "f0 not set; using default of 1 MHz"},
       {"too few samples", [](auto& p) { p.parameters.samples_per_period = 10; }, done, some,
-       "time samples per period must lie between 20 and 2000"},
+       "time samples per period must lie between 20 and 2000; using the default, 100."},
       {"times before the wave", [](auto& p) { p.times = early; }, done, none, ""},
       {"times for ever, of a drive that ends", [](auto& p) { p.times = late; }, done, some, ""},
       {"times for ever, of a drive that does not",
@@ -228,6 +231,52 @@ TEST(KzkBadInput, Transient) {
   };
   inputs.insert(inputs.end(), own.begin(), own.end());
   expect_answers(small_pulse(), inputs);
+}
+
+TEST(KzkMarch, RefusesMoreStorageThanAllowedAndSaysWhatNeedsLess) {
+  CwProblem wave = small_shell();
+  wave.parameters = {
+      .radial_step = 0.0005f, .domain_radius = 100, .harmonics = kzk::most_harmonics};
+  TransientProblem pulse = small_pulse();
+  pulse.parameters = {.radial_step = 0.0005f, .samples_per_period = 2000};
+  CwProblem many = small_shell();
+  const std::vector<Point> crowd(100000, {0, 0.05});
+  const std::vector<int> all = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+  many.points = crowd;
+  many.wanted = all;
+  // The list of points and the result count, too.
+  EXPECT_GT(kzk::estimate_cw(many).bytes, 100000 * (10 * 16.0 + 40));
+  const auto expect_refusal = [](const auto& result, const std::string& remedy) {
+    EXPECT_EQ(result.code, Code::out_of_memory);
+    EXPECT_TRUE(result.pressure.empty());
+    char needed[120];
+    std::snprintf(needed, sizeof needed, "The march needs %.3g GiB of storage, more than the 1 GiB",
+                  result.cost.bytes / kzk::most_bytes);
+    EXPECT_EQ(result.reason.find(needed), 0u) << result.reason;
+    EXPECT_NE(result.reason.find(remedy), std::string::npos) << result.reason;
+  };
+  expect_refusal(kzk::march_cw(wave), "fewer harmonics");
+  expect_refusal(kzk::march_transient(pulse), "fewer samples per period");
+}
+
+TEST(KzkMarch, WorkersAreNoMoreThanCanBeUsed) {
+  const int cores = static_cast<int>(std::thread::hardware_concurrency());
+  EXPECT_EQ(kzk::Workers::useful(1000, 1), 1);
+  EXPECT_EQ(kzk::Workers::useful(0, 1000), 1);
+  EXPECT_EQ(kzk::Workers::useful(2, 1000), 2);
+  if (cores > 0) {
+    EXPECT_EQ(kzk::Workers::useful(1000 * cores, 1000 * cores), 2 * cores);
+  }
+}
+
+TEST(KzkMarch, PulsesAreAttenuatedAtTheFrequencyThatTheyUse) {
+  TransientProblem pulse = small_pulse();
+  pulse.fluid.f0 = 0;
+  const auto known = kzk::march_transient(pulse).pressure;
+  pulse.drive.frequency = 0;  // the reference is then 1 MHz, as before
+  EXPECT_EQ(kzk::march_transient(pulse).pressure, known);
+  pulse.fluid.attenuation = 0;
+  EXPECT_GT(difference(kzk::march_transient(pulse).pressure, known), 0.1);
 }
 
 TEST(KzkMarch, PointsOutsideAreSkippedAndTheOthersUnchanged) {
@@ -338,6 +387,20 @@ TEST(KzkMarch, ProgressRisesAndCancels) {
   TransientProblem pulse = small_pulse();
   pulse.progress = wave.progress;
   EXPECT_EQ(kzk::march_transient(pulse).code, Code::cancelled);
+  // Already while the drive, which may be slow, is looked up for the source plane.
+  long looked_up = 0;
+  const auto count = [&, at = pulse.drive.at](double t) {
+    ++looked_up;
+    return at(t);
+  };
+  pulse.drive.at = count;
+  pulse.progress = nullptr;
+  kzk::march_transient(pulse);
+  const long all = looked_up;
+  looked_up = 0;
+  pulse.progress = [](double) { return false; };
+  EXPECT_EQ(kzk::march_transient(pulse).code, Code::cancelled);
+  EXPECT_LT(looked_up, all / 2);
 }
 
 TEST(KzkMarch, DelayAndOrderOfTimesOnlyShiftTheTrace) {

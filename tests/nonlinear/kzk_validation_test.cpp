@@ -24,6 +24,7 @@ const Fault diffraction_reversed = {.diffraction = -1};
 const Fault focus_reversed = {.focusing = -1};
 const Fault focus_lost = {.focusing = 0};
 const Fault absorption_up = {.absorption = 1.01};
+const Fault absorption_over_depth = {.loss_over_depth = true};
 const Fault factor_inverted = {.inverted_factor = true};
 const Fault axial_depth = {.axial_depth = true};
 const Fault backward_euler = {.backward_euler = true};
@@ -203,6 +204,12 @@ std::vector<Check> all_checks() {
                   [](const Fault& f) { return checks::nonlinear_power_error(0.6, f); },
                   {backward_euler}});
   list.push_back({"absorption", 1e-11, checks::absorbed_field_error, {absorption_up}});
+  CwProblem lossy = linear_shell(20, 8, {});
+  lossy.fluid.attenuation = 2;
+  list.push_back({"absorption off a shell's focus",
+                  5e-3,
+                  on_axis(lossy, {0.5, 0.7, 1.2, 2, 3}, checks::lossy_axis_error),
+                  {absorption_over_depth}});
   list.push_back({"absorption of a pulse", 2e-3, checks::absorbed_pulse_error, {absorption_up}});
   return list;
 }
@@ -216,8 +223,9 @@ TEST_P(KzkCheck, HoldsAndCatchesItsFaults) {
     EXPECT_GT(check.measure(fault), check.acceptance)
         << "misses nonlinearity " << fault.nonlinearity << ", diffraction " << fault.diffraction
         << ", focusing " << fault.focusing << ", inverted factor " << fault.inverted_factor
-        << ", axial depth " << fault.axial_depth << ", absorption " << fault.absorption
-        << ", plain rows " << (fault.order == kzk::RadialOrder::second);
+        << ", absorption over depth " << fault.loss_over_depth << ", axial depth "
+        << fault.axial_depth << ", absorption " << fault.absorption << ", plain rows "
+        << (fault.order == kzk::RadialOrder::second);
 }
 
 void PrintTo(const Check& check, std::ostream* out) { *out << check.name; }

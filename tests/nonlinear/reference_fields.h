@@ -23,15 +23,15 @@ struct Source {
 };
 
 /// Pressure over rho c w on the axis: the wave from the centre less the wave from the rim (for the
-/// cap by O'Neil, with the convention exp(j w t)).
-inline Complex on_axis(const Source& source, double k, double z) {
-  if (source.curvature == 0)
-    return std::polar(1.0, -k * z) - std::polar(1.0, -k * std::hypot(z, source.radius));
+/// cap by O'Neil, with the convention exp(j w t)), in a fluid that absorbs `alpha` Np/m.
+inline Complex on_axis(const Source& source, double k, double z, double alpha = 0) {
+  const auto wave = [=](double way) { return std::polar(std::exp(-alpha * way), -k * way); };
+  if (source.curvature == 0) return wave(z) - wave(std::hypot(z, source.radius));
   const double r = source.curvature;
   const double h = source.rim_depth();
-  if (std::fabs(z - r) < 1e-9 * r) return Complex(0, k * h) * std::polar(1.0, -k * r);
+  if (std::fabs(z - r) < 1e-9 * r) return Complex(alpha, k) * h * wave(r);
   const double rim = std::sqrt(z * z + 2 * h * (r - z));
-  return (std::polar(1.0, -k * z) - std::polar(1.0, -k * rim)) / (1 - z / r);
+  return (wave(z) - wave(rim)) / (1 - z / r);
 }
 
 /// Calls visit(distance, area) for every cell of the source's surface, midpoints in equal steps of

@@ -82,6 +82,11 @@ class Beam {
     return {_curvature * (rim_path + p.z) / span, 2.0 * _curvature / span};
   }
 
+  /// The mean of the ways from the rim and from the centre of the face to what is read at `depth`
+  /// is leading_path() + path_rate() * depth, exactly. Sound is absorbed over that mean.
+  double leading_path() const { return 0.25 * _effective_radius * _effective_radius * _bend; }
+  double path_rate() const { return 1.0 - leading_path() * _bend; }
+
  private:
   Beam(double radius, double curvature, double effective_radius, double length, double gain,
        double rim_depth)
@@ -90,7 +95,8 @@ class Beam {
         _effective_radius(effective_radius),
         _length(length),
         _gain(gain),
-        _rim_depth(rim_depth) {}
+        _rim_depth(rim_depth),
+        _bend(curvature > 0.0 ? 1.0 / curvature : 0.0) {}
 
   double _radius;
   double _curvature;  // 0 for the piston
@@ -98,6 +104,7 @@ class Beam {
   double _length;
   double _gain;
   double _rim_depth;
+  double _bend;  // 1 / curvature; 0 for the piston
 };
 
 }  // namespace kestrel::kzk

@@ -17,6 +17,7 @@ constexpr double tolerable_shock_share = 0.02;
 struct CwPlan {
   Plan plan;
   int harmonics;
+  int threads;
   std::vector<int> wanted;
   double source_pressure;
   Equation equation;
@@ -25,30 +26,36 @@ struct CwPlan {
 
 CwPlan make_cw_plan(const CwProblem& problem, std::vector<std::string>& warnings) {
   const Parameters& parameters = problem.parameters;
-  CwPlan cw{make_plan(problem, 0.0, warnings), 0, problem.wanted, 0.0, {}, {}};
+  CwPlan cw{make_plan(problem, 0.0, warnings), 0, 1, problem.wanted, 0.0, {}, {}};
   const Plan& plan = cw.plan;
   const int carried =
-      static_cast<int>(parameter_or(parameters.harmonics, 1, most_harmonics, default_harmonics,
-                                    "the number of harmonics", warnings));
+      static_cast<int>(asked_or(parameters.harmonics, 1, most_harmonics, default_harmonics,
+                                "the number of harmonics", warnings));
   if (cw.wanted.empty())
     cw.wanted.push_back(static_cast<int>(
-        parameter_or(parameters.harmonic, 1, carried, 1, "the harmonic delivered", warnings)));
+        asked_or(parameters.harmonic, 1, carried, 1, "the harmonic delivered", warnings)));
   for (const int m : cw.wanted)
     if (m < 1 || m > carried)
       throw Refusal{Code::failed, "A harmonic was asked for that the march does not carry."};
+  if (problem.fluid.beta == 0.0 && *std::max_element(cw.wanted.begin(), cw.wanted.end()) > 1)
+    warnings.emplace_back(
+        "The nonlinearity parameter is 0: there are no harmonics above the first.");
   cw.source_pressure = plan.density * plan.sound_speed * std::abs(problem.weight);
   const double omega = plan.wavenumber * plan.sound_speed;
   const double c = plan.sound_speed;
-  cw.equation = {0.25 / plan.beam.gain(), plan.alpha * plan.beam.length(),
+  cw.equation = {0.25 / plan.beam.gain(), plan.absorption(),
                  plan.beam.length() * plan.beta * omega * std::abs(problem.weight) / (c * c)};
   if (!std::isfinite(cw.source_pressure) || !std::isfinite(cw.equation.nonlinearity))
     throw Refusal{Code::failed, "The element's weight must be finite."};
   // Without nonlinearity the fundamental is all there is.
   cw.harmonics = cw.equation.nonlinearity == 0.0 ? 1 : carried;
+  if (plan.readers.empty()) return cw;
+  cw.threads = Workers::useful(problem.threads, HarmonicBeam::tasks(cw.harmonics, plan.grid.nodes));
+  const double last_planes = 4.0 * cw.wanted.size() * plan.grid.nodes;
+  const double values = static_cast<double>(cw.wanted.size()) * problem.points.size();
   cw.cost = {static_cast<long>(plan.planes.size()), plan.grid.nodes, cw.harmonics,
-             HarmonicBeam::storage(cw.harmonics, plan.grid.nodes) +
-                 4.0 * 2.0 * sizeof(double) * cw.wanted.size() * plan.grid.nodes};
-  if (plan.readers.empty()) cw.cost = {};
+             HarmonicBeam::storage(cw.harmonics, plan.grid.nodes, cw.threads) + plan.storage() +
+                 sizeof(std::complex<double>) * (last_planes + values)};
   return cw;
 }
 
@@ -97,12 +104,13 @@ void march(const CwProblem& problem, const CwPlan& cw, CwResult& result) {
   HarmonicBeam beam(cw.equation, plan.grid, cw.harmonics,
                     {RadialOrder::fourth, true, plan.smoothing_half_steps()});
   LastPlanes last(cw.wanted.size(), plan.grid.nodes);
-  Workers workers(problem.threads);
-  std::vector<std::complex<double>> pressure(result.pressure.size());
+  Workers workers(cw.threads);
+  std::vector<std::complex<double>>& pressure = result.pressure;
+  pressure.resize(cw.wanted.size() * problem.points.size());
   const double turn = std::arg(problem.weight);
   double share = 0.0;
 
-  beam.start(plan.beam.focusing());
+  beam.start(plan.beam.focusing(), plan.leading_loss());
   last.keep(0, beam, cw.wanted);
   auto reader = plan.readers.begin();
   for (std::size_t plane = 1; plane < plan.planes.size(); ++plane) {
@@ -130,7 +138,6 @@ void march(const CwProblem& problem, const CwPlan& cw, CwResult& result) {
     result.warnings.emplace_back(
         "The shock is stronger than the harmonics carried can hold; raise the number of "
         "harmonics, and trust only the lowest sixth of them.");
-  result.pressure.swap(pressure);
 }
 
 }  // namespace
@@ -139,16 +146,23 @@ CwResult march_cw(const CwProblem& problem) {
   CwResult result;
   report_into(result, [&] {
     result.harmonics = problem.wanted.empty() ? std::vector<int>{1} : problem.wanted;
-    result.pressure.resize(result.harmonics.size() * problem.points.size());
-    if (std::abs(problem.weight) <= gate) return;
+    const auto silence = [&] {
+      const double values =
+          static_cast<double>(result.harmonics.size()) * static_cast<double>(problem.points.size());
+      check_storage(sizeof(std::complex<double>) * values, "The result",
+                    "fewer points or harmonics");
+      result.pressure.resize(result.harmonics.size() * problem.points.size());
+    };
+    if (std::abs(problem.weight) <= gate) return silence();
     const CwPlan cw = make_cw_plan(problem, result.warnings);
     result.harmonics = cw.wanted;
     result.cost = cw.cost;
-    if (cw.plan.readers.empty() || cw.source_pressure == 0.0) return;
-    if (cw.cost.bytes > most_bytes)
-      throw Refusal{Code::out_of_memory, "The march needs more storage than is allowed."};
+    if (cw.plan.readers.empty() || cw.source_pressure == 0.0) return silence();
+    check_storage(cw.cost.bytes, "The march",
+                  "a larger radial step, a smaller domain radius, fewer harmonics or fewer points");
     march(problem, cw, result);
   });
+  if (result.code != Code::done) result.pressure = {};
   return result;
 }
 

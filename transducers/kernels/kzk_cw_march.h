@@ -19,8 +19,8 @@ struct CwProblem : Problem {
 
 struct CwResult : Report {
   std::vector<int> harmonics;
-  /// Complex pressure, Pa: harmonic `harmonics[h]` at point i lies at h * points + i. All zero
-  /// unless the code is `done`; points that the element does not reach are zero.
+  /// Complex pressure, Pa: harmonic `harmonics[h]` at point i lies at h * points + i. Empty unless
+  /// the code is `done`; points that the element does not reach are zero.
   std::vector<std::complex<double>> pressure;
   Cost cost;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 
 #include "numerics/run_kernel.h"
 #include "transducers/kernels/kzk_nonlinear_step.h"
@@ -49,13 +50,21 @@ HarmonicBeam::HarmonicBeam(const Equation& equation, const RadialGrid& grid, int
   }
 }
 
-double HarmonicBeam::storage(int harmonics, double nodes) {
+double HarmonicBeam::storage(int harmonics, double nodes, int threads) {
   const double padded = (harmonics + wide_lanes - 1) / wide_lanes * wide_lanes;
-  return sizeof(double) * nodes * (2.0 * harmonics + 4.0 * padded + 8.0 + 2.0 * wide_lanes);
+  const double state = nodes * (2.0 * harmonics + 4.0 * padded + 8.0);
+  const double work = nodes * 2.0 * wide_lanes + nonlinear_scratch(harmonics, wide_lanes);
+  return sizeof(double) * (state + threads * work);
 }
 
-void HarmonicBeam::start(double focusing) {
+long HarmonicBeam::tasks(int harmonics, int nodes) {
+  return (std::max(harmonics, nodes) + wide_lanes - 1) / wide_lanes;
+}
+
+void HarmonicBeam::start(double focusing, double loss) {
   start_uniform(_harmonics, _planes.data(), _grid.nodes, _grid.per_radius, focusing);
+  const double left = std::exp(-loss);
+  for (int i = 0; i < 2 * _grid.nodes; ++i) harmonic(1)[i] *= left;
 }
 
 template <class Math>

@@ -22,8 +22,10 @@ class HarmonicBeam {
 
   HarmonicBeam(const Equation& equation, const RadialGrid& grid, int harmonics, Options options);
 
-  /// Bytes that a state takes, beside a few per thread.
-  static double storage(int harmonics, double nodes);
+  /// Bytes that a state takes when `threads` threads work on it.
+  static double storage(int harmonics, double nodes, int threads);
+  /// The most tasks that a state shares out at a time.
+  static long tasks(int harmonics, int nodes);
 
   int harmonics() const { return _harmonics; }
   const RadialGrid& grid() const { return _grid; }
@@ -31,8 +33,9 @@ class HarmonicBeam {
   double* harmonic(int n) { return _planes.data() + 2L * (n - 1) * _grid.nodes; }
   const double* harmonic(int n) const { return _planes.data() + 2L * (n - 1) * _grid.nodes; }
 
-  /// The plane of a uniformly moving piston (focusing 0) or cap (its gain).
-  void start(double focusing);
+  /// The plane of a uniformly moving piston (focusing 0) or cap (its gain), that `loss` Np have
+  /// already acted on.
+  void start(double focusing, double loss = 0);
   /// One axial step; false when the field has blown up.
   bool advance(double ds, Workers& workers);
   /// The largest share of the wave's power, over the nodes that carry much of it, above the

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace kestrel::kzk {
 
@@ -12,12 +13,6 @@ constexpr double two_pi = 6.28318530717958647692;
 /// Points shallower than this (in lengths) lie in the near zone, where the parabolic equation has
 /// no wide-angle accuracy to protect.
 constexpr double near_zone = 0.2;
-
-double resolved_frequency(double f0, std::vector<std::string>& warnings) {
-  if (f0 > 1e-10) return f0;
-  warnings.emplace_back("f0 not set; using default of 1 MHz to calculate wavelength.");
-  return 1e6;
-}
 
 double resolved_sound_speed(double c, std::vector<std::string>& warnings) {
   if (c > 1e-10) return c;
@@ -49,6 +44,35 @@ void warn_of_limits(const Plan& plan, std::vector<std::string>& warnings) {
 }
 
 }  // namespace
+
+void check_storage(double bytes, const char* what, const char* remedy) {
+  if (bytes <= most_bytes) return;
+  constexpr double gib = 1024.0 * 1024.0 * 1024.0;
+  char text[300];
+  std::snprintf(text, sizeof text,
+                "%s needs %.3g GiB of storage, more than the %g GiB it may take; %s need less.",
+                what, bytes / gib, most_bytes / gib, remedy);
+  throw Refusal{Code::out_of_memory, text};
+}
+
+double asked_or(double value, double low, double high, double fallback, const char* what,
+                std::vector<std::string>& warnings) {
+  if (!(value > 0)) return fallback;
+  if (value >= low && value <= high) return value;
+  char text[200];
+  std::snprintf(text, sizeof text,
+                "KZK parameter out of range: %s must lie between %g and %g; using the default, "
+                "%.4g.",
+                what, low, high, fallback);
+  warnings.emplace_back(text);
+  return fallback;
+}
+
+double frequency_or_default(double f0, std::vector<std::string>& warnings) {
+  if (f0 > 1e-10) return f0;
+  warnings.emplace_back("f0 not set; using default of 1 MHz to calculate wavelength.");
+  return 1e6;
+}
 
 // Calibrated on one 2.4 GHz processor core with AVX2: pistons to 1 and 4 Rayleigh distances, shells
 // of gain 6 and 16, linear to 1.5 MPa at the source, 1 to 120 harmonics, 30 and 100 samples a
@@ -94,7 +118,7 @@ Plan make_plan(const Problem& problem, double frequency, std::vector<std::string
   const Fluid& fluid = problem.fluid;
   const Parameters& parameters = problem.parameters;
   const bool own_reference = frequency > 0.0;
-  if (!own_reference) frequency = resolved_frequency(fluid.f0, warnings);
+  if (!own_reference) frequency = frequency_or_default(fluid.f0, warnings);
   const double attenuated = own_reference ? frequency : fluid.f0;
   const double c = resolved_sound_speed(fluid.sound_speed, warnings);
   const double k = two_pi * frequency / c;
@@ -104,7 +128,17 @@ Plan make_plan(const Problem& problem, double frequency, std::vector<std::string
   if (!beam.valid())
     throw Refusal{Code::failed,
                   "The radius must be positive and no larger than the radius of curvature."};
-  Plan plan{beam, k, c, fluid.density, 0.0, resolved_beta(fluid.beta, warnings), {}, 1.0, {}, {}};
+  Plan plan{beam,
+            k,
+            c,
+            fluid.density,
+            0.0,
+            resolved_beta(fluid.beta, warnings),
+            {},
+            1.0,
+            problem.true_depth,
+            {},
+            {}};
   if (!(fluid.density >= 0.0) || !std::isfinite(fluid.density) || !std::isfinite(plan.beta))
     throw Refusal{Code::failed, "The density and the nonlinearity parameter must be finite."};
   const double slope = resolved_attenuation(fluid.attenuation, warnings);
@@ -113,6 +147,8 @@ Plan make_plan(const Problem& problem, double frequency, std::vector<std::string
   warn_of_limits(plan, warnings);
 
   double widest = 0.0, outermost = 0.0, deepest = 0.0;
+  check_storage(sizeof(Reader) * static_cast<double>(problem.points.size()), "The list of points",
+                "fewer points");
   plan.readers.reserve(problem.points.size());
   for (std::size_t i = 0; i < problem.points.size(); ++i) {
     const Point& point = problem.points[i];
@@ -134,17 +170,18 @@ Plan make_plan(const Problem& problem, double frequency, std::vector<std::string
                             ? std::max(2.0, 0.7 + 1.3 * (deepest - 1.0)) + 2.5 * deepest / gain
                             : 3.0 + 1.7 * deepest;
   plan.step_factor =
-      parameter_or(parameters.step_factor, 0.05f, 4.0f, 1.0, "the axial step factor", warnings);
-  const double step = parameter_or(parameters.radial_step, 0.0005f, 0.1f, 0.0,
-                                   "the radial step, in source radii,", warnings);
+      asked_or(parameters.step_factor, 0.05f, 4.0f, 1.0, "the axial step factor", warnings);
+  const double step =
+      asked_or(parameters.radial_step, 0.0005f, 0.1f, 1.0 / std::ceil(1.0 / finest - 1e-9),
+               "the radial step, in source radii,", warnings);
   const double radius =
-      parameter_or(parameters.domain_radius, 1.5f, 100.0f, std::max(spread, 1.4 * outermost),
-                   "the domain radius, in source radii,", warnings);
-  const double per_radius = step > 0.0 ? std::round(1.0 / step) : std::ceil(1.0 / finest - 1e-9);
+      asked_or(parameters.domain_radius, 1.5f, 100.0f, std::max(spread, 1.4 * outermost),
+               "the domain radius, in source radii,", warnings);
+  const double per_radius = std::round(1.0 / step);
   const double nodes = std::ceil(radius * per_radius) + 1.0;
   // Long before the nodes overflow an int, one plane alone exceeds the storage limit.
-  if (!(nodes * sizeof(double) < most_bytes))
-    throw Refusal{Code::out_of_memory, "The radial grid needs more storage than is allowed."};
+  check_storage(nodes * sizeof(double), "One plane of the march alone",
+                "a larger radial step, a smaller domain radius or points less far off");
   plan.grid = {static_cast<int>(per_radius), static_cast<int>(nodes)};
   if (outermost > plan.grid.radius())
     warnings.emplace_back("Some points lie outside the KZK domain radius; they receive nothing.");

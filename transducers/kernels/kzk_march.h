@@ -48,7 +48,7 @@ using Progress = std::function<bool(double)>;
 /// See the definition for what it was calibrated on.
 double estimated_seconds(const Cost& cost, int threads);
 
-/// No march takes more storage than this.
+/// No march takes more storage than this, its list of points and its result included.
 inline constexpr double most_bytes = 1024.0 * 1024.0 * 1024.0;
 /// Nor more axial steps; it would never end.
 inline constexpr double most_planes = 1e7;
@@ -83,6 +83,18 @@ struct Refusal {
   std::string reason;
 };
 
+/// Throws Refusal when `what` needs more than `most_bytes`; `remedy` names what would need less.
+void check_storage(double bytes, const char* what, const char* remedy);
+
+/// `value` when it lies in [low, high]; otherwise `fallback`, with a warning when `value` is a
+/// positive number, which somebody must have meant. Limits of a float are given as floats, so that
+/// a limit itself is in range.
+double asked_or(double value, double low, double high, double fallback, const char* what,
+                std::vector<std::string>& warnings);
+
+/// f0 when it is set; else 1 MHz, with a warning.
+double frequency_or_default(double f0, std::vector<std::string>& warnings);
+
 /// One point of the observation list, placed on the marched grid.
 struct Reader {
   std::size_t point;  ///< its number in Problem::points
@@ -102,8 +114,20 @@ struct Plan {
   double beta;
   RadialGrid grid;
   double step_factor;
+  bool true_depth;              ///< as in the problem
   std::vector<double> planes;   ///< sigma of every plane, from 0
   std::vector<Reader> readers;  ///< sorted by depth
+
+  /// The attenuation that the march applies per length, and what is due before its first step.
+  double absorption() const {
+    return alpha * beam.length() * (true_depth ? beam.path_rate() : 1.0);
+  }
+  double leading_loss() const { return true_depth ? alpha * beam.leading_path() : 0.0; }
+  /// Bytes of the planes and readers.
+  double storage() const {
+    return static_cast<double>(planes.capacity() * sizeof(double) +
+                               readers.capacity() * sizeof(Reader));
+  }
 
   double sigma_end() const { return planes.empty() ? 0.0 : planes.back(); }
   /// Backward-Euler half steps at the start: they take out the widest-angle part of the rim's
@@ -111,8 +135,9 @@ struct Plan {
   int smoothing_half_steps() const;
 };
 
-/// Makes the plan for `problem` at the reference frequency `frequency` (the medium's f0 when not
-/// positive). Throws Refusal for geometry or constants that no march can start from.
+/// Makes the plan for `problem` at the reference frequency `frequency`, where it is attenuated;
+/// when that is not positive, at the medium's f0, and without attenuation when f0 is unset. Throws
+/// Refusal for geometry or constants that no march can start from.
 Plan make_plan(const Problem& problem, double frequency, std::vector<std::string>& warnings);
 
 /// What the axial step law depends on.

@@ -19,14 +19,23 @@ constexpr double most_edge_periods = 64.0;
 /// How far ahead a crest may have run, in reference phase. Beyond one period it has met a shock.
 constexpr double overtaking = two_pi;
 
+/// A drive takes some tens of nanoseconds to microseconds.
+constexpr long evaluations_between_progress = 2000;
+
 struct WavePlan {
   Plan plan;
   double omega;
   double dtheta;
   double theta_start;
   double samples;
+  int threads;
   Cost cost;
 };
+
+double traces_bytes(const TransientProblem& problem) {
+  return sizeof(float) * static_cast<double>(problem.points.size()) *
+         static_cast<double>(problem.times.size());
+}
 
 WavePlan make_wave_plan(const TransientProblem& problem, std::vector<std::string>& warnings) {
   const Drive& drive = problem.drive;
@@ -34,19 +43,19 @@ WavePlan make_wave_plan(const TransientProblem& problem, std::vector<std::string
   if (problem.times.empty()) throw Refusal{Code::failed, "No time samples were given."};
   if (!std::isfinite(problem.amplitude) || !std::isfinite(drive.delay))
     throw Refusal{Code::failed, "The element's amplitude and time delay must be finite."};
-  double reference = 0.0;
-  if (drive.frequency > 1e-10 && std::isfinite(drive.frequency)) reference = drive.frequency;
-  WavePlan wave{make_plan(problem, reference, warnings), 0, 0, 0, 0, {}};
+  const bool known = drive.frequency > 1e-10 && std::isfinite(drive.frequency);
+  const double reference =
+      known ? drive.frequency : frequency_or_default(problem.fluid.f0, warnings);
+  WavePlan wave{make_plan(problem, reference, warnings), 0, 0, 0, 0, 1, {}};
   const Plan& plan = wave.plan;
   if (plan.readers.empty()) return wave;
 
   const Parameters& parameters = problem.parameters;
   const double per_period =
-      parameter_or(parameters.samples_per_period, 20.0f, 2000.0f, default_samples_per_period,
-                   "the number of time samples per period", warnings);
-  const double guard =
-      two_pi * parameter_or(parameters.guard_periods, 0.5f, 100.0f, default_guard_periods,
-                            "the guard, in periods,", warnings);
+      asked_or(parameters.samples_per_period, 20.0f, 2000.0f, default_samples_per_period,
+               "the number of time samples per period", warnings);
+  const double guard = two_pi * asked_or(parameters.guard_periods, 0.5f, 100.0f,
+                                         default_guard_periods, "the guard, in periods,", warnings);
   wave.omega = plan.wavenumber * plan.sound_speed;
   wave.dtheta = two_pi / per_period;
   if (drive.sampling_interval > 0.0)
@@ -76,12 +85,14 @@ WavePlan make_wave_plan(const TransientProblem& problem, std::vector<std::string
     wave.samples = 0.0;
     return wave;
   }
+  wave.threads = Workers::useful(problem.threads, WaveBeam::tasks(plan.grid));
+  // The drive on the source plane is gone when the last planes are kept, and smaller than those.
+  const double last_planes = 4.0 * sizeof(float) * wave.samples * (plan.grid.nodes + 16.0);
+  const double waveform = sizeof(double) * wave.samples;
   wave.cost = {static_cast<long>(plan.planes.size()), plan.grid.nodes,
                static_cast<long>(std::min(wave.samples, 1e15)),
-               WaveBeam::storage(plan.grid, wave.samples) +
-                   4.0 * sizeof(float) * wave.samples * (plan.grid.nodes + 16.0) +
-                   sizeof(float) * static_cast<double>(problem.points.size()) *
-                       static_cast<double>(problem.times.size()),
+               WaveBeam::storage(plan.grid, wave.samples, plan.alpha > 0.0, wave.threads) +
+                   last_planes + waveform + plan.storage() + traces_bytes(problem),
                Unknown::time_sample};
   return wave;
 }
@@ -97,7 +108,14 @@ double start(const TransientProblem& problem, const WavePlan& wave, WaveBeam& be
   const int driven = std::min(grid.per_radius + 1, grid.nodes);
   std::vector<double> plane(beam.samples() * driven);
   double peak = 0.0;
+  long evaluated = 0;
   for (long i = 0; i < beam.samples(); ++i) {
+    // A sampled drive, looked up for every radius, can take long.
+    if (problem.progress && evaluated >= evaluations_between_progress) {
+      if (!problem.progress(0.0)) throw Refusal{Code::cancelled, "Cancelled."};
+      evaluated = 0;
+    }
+    evaluated += focusing == 0.0 ? 1 : driven;
     const double theta = wave.theta_start + i * wave.dtheta;
     const double uniform = focusing == 0.0 ? drive(theta) : 0.0;
     for (int j = 0; j < driven; ++j) {
@@ -167,9 +185,9 @@ void march(const TransientProblem& problem, const WavePlan& wave, TransientResul
   const RadialGrid& grid = plan.grid;
   const auto samples = static_cast<long>(wave.samples);
   const double c = plan.sound_speed;
-  Equation equation{0.25 / plan.beam.gain(), plan.alpha * plan.beam.length(), 0.0};
+  Equation equation{0.25 / plan.beam.gain(), plan.absorption(), 0.0};
   // The drive's peak is known only when the source plane is filled; nonlinearity scales with it.
-  const WaveBeam::Options options{true, plan.smoothing_half_steps()};
+  const WaveBeam::Options options{true, plan.smoothing_half_steps(), plan.leading_loss()};
   WaveBeam beam(equation, grid, samples, wave.dtheta, options);
   const double peak = start(problem, wave, beam);
   if (peak == 0.0) return;
@@ -179,8 +197,7 @@ void march(const TransientProblem& problem, const WavePlan& wave, TransientResul
   beam.set_nonlinearity(nonlinearity);
   const double source_pressure = plan.density * c * std::fabs(problem.amplitude) * peak;
 
-  Workers workers(problem.threads);
-  std::vector<float> pressure(result.pressure.size());
+  Workers workers(wave.threads);
   std::array<std::vector<float>, 4> planes;
   TraceReader traces(problem, wave);
   auto reader = plan.readers.begin();
@@ -192,15 +209,14 @@ void march(const TransientProblem& problem, const WavePlan& wave, TransientResul
     if (upcoming != plan.readers.end() && upcoming->base <= plane) planes[plane % 4] = beam.waves();
     for (; reader != plan.readers.end() && reader->base + 3 == plane; ++reader)
       traces.read(*reader, beam, planes, source_pressure * reader->factor,
-                  pressure.data() + reader->point * problem.times.size());
+                  result.pressure.data() + reader->point * problem.times.size());
     if (problem.progress && plane > 0 &&
         !problem.progress(static_cast<double>(plane) / (plan.planes.size() - 1)))
       throw Refusal{Code::cancelled, "Cancelled."};
   }
-  for (const float value : pressure)
+  for (const float value : result.pressure)
     if (!std::isfinite(value))
       throw Refusal{Code::failed, "The nonlinear march did not stay finite."};
-  result.pressure.swap(pressure);
 }
 
 }  // namespace
@@ -208,19 +224,21 @@ void march(const TransientProblem& problem, const WavePlan& wave, TransientResul
 TransientResult march_transient(const TransientProblem& problem) {
   TransientResult result;
   report_into(result, [&] {
-    if (static_cast<double>(problem.points.size()) * static_cast<double>(problem.times.size()) *
-            sizeof(float) >
-        most_bytes)
-      throw Refusal{Code::out_of_memory, "The traces need more storage than is allowed."};
-    result.pressure.resize(problem.points.size() * problem.times.size());
-    if (std::fabs(problem.amplitude) <= gate) return;
+    check_storage(traces_bytes(problem), "The result", "fewer points or times");
+    const auto silence = [&] {
+      result.pressure.resize(problem.points.size() * problem.times.size());
+    };
+    if (std::fabs(problem.amplitude) <= gate) return silence();
     const WavePlan wave = make_wave_plan(problem, result.warnings);
     result.cost = wave.cost;
-    if (wave.samples == 0.0 || wave.plan.density == 0.0) return;
-    if (wave.cost.bytes > most_bytes)
-      throw Refusal{Code::out_of_memory, "The march needs more storage than is allowed."};
+    if (wave.samples == 0.0 || wave.plan.density == 0.0) return silence();
+    check_storage(wave.cost.bytes, "The march",
+                  "a larger radial step, a smaller domain radius, fewer samples per period, times "
+                  "or points");
+    silence();
     march(problem, wave, result);
   });
+  if (result.code != Code::done) result.pressure = {};
   return result;
 }
 

@@ -27,8 +27,8 @@ struct TransientProblem : Problem {
 };
 
 struct TransientResult : Report {
-  /// Pressure, Pa: point i at time j lies at i * times + j. Single precision, as the march. All
-  /// zero unless the code is `done`.
+  /// Pressure, Pa: point i at time j lies at i * times + j. Single precision, as the march.
+  /// Empty unless the code is `done`.
   std::vector<float> pressure;
   Cost cost;
 };

@@ -39,7 +39,6 @@ class WaveAbsorption {
   }
 
   long work_size(int columns) const { return _length * columns; }
-  static double storage(long samples) { return sizeof(float) * 2.5 * samples * 4.0; }
 
   /// Sets the loss in Np at the reference frequency of the following calls.
   void set_loss(double loss) {

@@ -27,7 +27,7 @@ WaveBeam::WaveBeam(const Equation& equation, const RadialGrid& grid, long sample
       _dtheta(dtheta),
       _smoothing(options.smoothing_half_steps),
       // Half a portion ahead of the wave on average, not behind it.
-      _pending(0.5 * absorption_portion),
+      _pending(0.5 * absorption_portion + options.leading_loss),
       _diffraction(grid),
       _waves(_stride * _diffraction.size()),
       _absorbing_layer(options.absorbing_layer),
@@ -36,8 +36,14 @@ WaveBeam::WaveBeam(const Equation& equation, const RadialGrid& grid, long sample
   if (equation.absorption > 0.0) _absorption.emplace(samples, dtheta);
 }
 
-double WaveBeam::storage(const RadialGrid& grid, double samples) {
-  return sizeof(float) * samples * ((grid.nodes + block) + 2.5 * block + 10.0);
+double WaveBeam::storage(const RadialGrid& grid, double samples, bool lossy, int threads) {
+  double floats = (samples + 1.0) * (grid.nodes + block);
+  if (lossy) {
+    double length = 1;
+    while (length < 1.25 * samples) length *= 2;
+    floats += length * (3.0 + threads * block);
+  }
+  return sizeof(float) * floats;
 }
 
 void WaveBeam::diffract(double ds) {

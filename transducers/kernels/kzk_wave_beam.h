@@ -19,12 +19,16 @@ class WaveBeam {
   struct Options {
     bool absorbing_layer = true;
     int smoothing_half_steps = 0;
+    double leading_loss = 0;  ///< Np at the reference frequency, due before the first step
   };
 
   WaveBeam(const Equation& equation, const RadialGrid& grid, long samples, double dtheta,
            Options options);
 
-  static double storage(const RadialGrid& grid, double samples);
+  /// Bytes that a state takes when `threads` threads work on it.
+  static double storage(const RadialGrid& grid, double samples, bool lossy, int threads);
+  /// The most tasks that a state shares out at a time.
+  static long tasks(const RadialGrid& grid) { return (grid.nodes + block - 1) / block; }
 
   long samples() const { return _samples; }
   double dtheta() const { return _dtheta; }

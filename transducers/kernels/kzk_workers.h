@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <functional>
@@ -15,6 +16,14 @@ namespace kestrel::kzk {
 /// does not depend on the number of threads. Tasks must not throw.
 class Workers {
  public:
+  /// How many of `threads` threads `tasks` tasks at a time can use. Waiting threads spin: more than
+  /// two on each of the machine's cores only take turns at it.
+  static int useful(int threads, long tasks) {
+    const int cores = static_cast<int>(std::thread::hardware_concurrency());  // 0 when unknown
+    const int most = cores > 0 ? std::min(threads, 2 * cores) : threads;
+    return static_cast<int>(std::clamp(tasks, 1L, std::max(1L, static_cast<long>(most))));
+  }
+
   /// `threads` including the caller's; with 1 (or when the system refuses more) no thread is made.
   explicit Workers(int threads) {
     if (threads > 1) _threads.reserve(static_cast<std::size_t>(threads));
