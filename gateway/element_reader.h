@@ -16,8 +16,8 @@ struct ShapeText {
 };
 ShapeText read_shape_text(const mxArray* array, int index);
 
-/// The geometry of element `index` of the transducer structure array, whose shape `shape` names; none
-/// when no shape has that name.
+/// The geometry of element `index` of the transducer structure array, whose shape `shape` names;
+/// none when no shape has that name.
 ///
 /// | shape      | geometry fields                                   |
 /// | "circ"     | radius                                            |
@@ -32,9 +32,9 @@ std::optional<fields::Geometry> read_geometry(const mxArray* array, int index,
 std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const ShapeText& shape,
                                          double amplitude, double phase);
 
-/// Everything about element `index`. Amplitude 1, phase 0, time delay 0 and apodization index 0 where
-/// the array has no such field. What is there must be real doubles; fails with the element's number,
-/// counted from 1, and the field.
+/// Everything about element `index`. Amplitude 1, phase 0, time delay 0 and apodization index 0
+/// where the array has no such field. What is there must be real doubles; fails with the element's
+/// number, counted from 1, and the field.
 fields::Element read_element(const mxArray* array, int index);
 
 /// A scalar field with a default for arrays that have no such field.

@@ -49,8 +49,9 @@ double read_frequency(const mxArray* value) {
 }
 
 void warn_of_display_flag(const mxArray* flag) {
-  const double value =
-      mxIsChar(flag) && !mxIsEmpty(flag) ? mxGetScalar(flag) : read_scalar(flag, "argument", "display flag");
+  const double value = mxIsChar(flag) && !mxIsEmpty(flag)
+                           ? mxGetScalar(flag)
+                           : read_scalar(flag, "argument", "display flag");
   if (value != 0.0) host::warn("The use of the display flag was deprecated.\n");
 }
 
@@ -58,10 +59,10 @@ void warn_of_display_flag(const mxArray* flag) {
 /// through, position by position.
 ///
 /// Each element enters the list twice: when it is created, and again as whatever stands at its own
-/// index once it has been placed and wired. So position 2k holds element k, position 2k + 1 the same
-/// as position k; from the second element on, centre and orientation of element i go to the object
-/// at position i, and only positions 0 .. n-1 are computed. Programs rely on these results; for the
-/// superposition of a whole array they call the entry once per element.
+/// index once it has been placed and wired. So position 2k holds element k, position 2k + 1 the
+/// same as position k; from the second element on, centre and orientation of element i go to the
+/// object at position i, and only positions 0 .. n-1 are computed. Programs rely on these results;
+/// for the superposition of a whole array they call the entry once per element.
 struct ElementList {
   std::vector<std::unique_ptr<Transducer>> owned;
   std::vector<Transducer*> list;
@@ -95,10 +96,12 @@ ElementList build_elements(const mxArray* transducers, int n, CoordinateGrid& gr
 
 void check_result(int result) {
   switch (result) {
-    case kSuccess: return;
+    case kSuccess:
+      return;
     case kNotImplemented:
       host::fail("This function is not implemented for this transducer shape.");
-    case kOutOfMemory: host::fail("Out of memory.");
+    case kOutOfMemory:
+      host::fail("Out of memory.");
     default:
       host::fail("An unspecified error occurred. See this function's documentation for details.");
   }
@@ -127,11 +130,11 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
   medium._f0 = read_frequency(prhs[kFrequency]);
 
   const auto npoints = static_cast<std::size_t>(grid.npoints());
-  mxArray* result =
-      grid.regular() ? host::create_complex_result(static_cast<std::size_t>(grid.nx()),
-                                                   static_cast<std::size_t>(grid.ny()),
-                                                   static_cast<std::size_t>(grid.nz()))
-                     : host::create_complex_result(npoints);
+  mxArray* result = grid.regular()
+                        ? host::create_complex_result(static_cast<std::size_t>(grid.nx()),
+                                                      static_cast<std::size_t>(grid.ny()),
+                                                      static_cast<std::size_t>(grid.nz()))
+                        : host::create_complex_result(npoints);
   host::Array<double> real_plane(npoints), imaginary_plane(npoints);
 
   NumericalIntegration integral;
@@ -159,8 +162,7 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
 }  // namespace kestrel::gateway
 
 extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
-  kestrel::host::run_entry(
-      [&] { plhs[0] = kestrel::gateway::compute(nlhs, nrhs, prhs); });
+  kestrel::host::run_entry([&] { plhs[0] = kestrel::gateway::compute(nlhs, nrhs, prhs); });
 }
 
 #if !defined(KESTREL_HOST_DEFINES_API_VERSION)

@@ -44,7 +44,8 @@ class CoordinateGrid {
   /// the origin.
   CartesianCoordinate spatial_index_value(int const& k) const;
 
-  /// visit(k, point) for k = 0 .. npoints()-1: what spatial_index_value gives, without its divisions.
+  /// visit(k, point) for k = 0 .. npoints()-1: what spatial_index_value gives, without its
+  /// divisions.
   template <class Visit>
   void for_each_point(const Visit& visit) const {
     int k = 0;

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 namespace kestrel::kzk {
 
 /// What a user may ask of a march. Every quantity is dimensionless; 0, a negative value or NaN
@@ -29,25 +26,6 @@ inline constexpr double default_guard_periods = 3;
 inline int carried_harmonics(const Parameters& parameters) {
   const int asked = parameters.harmonics;
   return asked >= 1 && asked <= most_harmonics ? asked : default_harmonics;
-}
-
-/// `value` when it lies in [low, high]; otherwise `fallback`, with a warning when `value` is a
-/// positive number, which somebody must have meant. The limits are compared in the precision of the
-/// value, so that a limit itself is in range.
-template <class Value>
-double parameter_or(Value value, Value low, Value high, double fallback, const char* what,
-                    std::vector<std::string>& warnings) {
-  if (!(value > 0)) return fallback;
-  if (value >= low && value <= high) return value;
-  const auto text = [](double number) {
-    std::string digits = std::to_string(number);
-    digits.erase(digits.find_last_not_of('0') + 1);
-    if (digits.back() == '.') digits.pop_back();
-    return digits;
-  };
-  warnings.push_back(std::string("KZK parameter out of range: ") + what + " must lie between " +
-                     text(low) + " and " + text(high) + "; using the default.");
-  return fallback;
 }
 
 }  // namespace kestrel::kzk

@@ -26,10 +26,14 @@ std::atomic<InstructionSet> last_used{InstructionSet::scalar};
 
 const char* name(InstructionSet set) {
   switch (set) {
-    case InstructionSet::scalar: return "scalar";
-    case InstructionSet::baseline: return "baseline";
-    case InstructionSet::avx2: return "avx2";
-    case InstructionSet::avx512: return "avx512";
+    case InstructionSet::scalar:
+      return "scalar";
+    case InstructionSet::baseline:
+      return "baseline";
+    case InstructionSet::avx2:
+      return "avx2";
+    case InstructionSet::avx512:
+      return "avx512";
   }
   return "unknown";
 }
@@ -38,12 +42,14 @@ bool is_supported(InstructionSet set) {
 #if KESTREL_X86_TARGETS
   // __builtin_cpu_supports also asks whether the operating system saves the wide registers.
   switch (set) {
-    case InstructionSet::avx2: return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    case InstructionSet::avx2:
+      return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
     case InstructionSet::avx512:
       return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
              __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw") &&
              __builtin_cpu_supports("fma");
-    default: return true;
+    default:
+      return true;
   }
 #else
   return set == InstructionSet::scalar || set == InstructionSet::baseline;

@@ -9,7 +9,8 @@ namespace kestrel {
 /// (numerics/wide_math.h) and agree with it to a few units in the last place of the field's peak.
 enum class InstructionSet : std::uint8_t {
   scalar,    ///< one point after the other, standard library functions
-  baseline,  ///< what every processor of the build's target has (SSE2 on x86-64), no fused multiply-add
+  baseline,  ///< what every processor of the build's target has (SSE2 on x86-64), no fused
+             ///< multiply-add
   avx2,      ///< x86-64 with AVX2 and FMA
   avx512,    ///< x86-64 with AVX-512 F, DQ, VL, BW
 };

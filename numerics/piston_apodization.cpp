@@ -48,21 +48,31 @@ double piston_apodization::derivativequartic(double sigma, double a) {
 
 double piston_apodization::evaluate(int index, double sigma, double a) {
   switch (index) {
-    case 1: return cosine(sigma, a);
-    case 2: return raisedcosine(sigma, a);
-    case 3: return quadratic(sigma, a);
-    case 4: return quartic(sigma, a);
-    default: return 1.0;
+    case 1:
+      return cosine(sigma, a);
+    case 2:
+      return raisedcosine(sigma, a);
+    case 3:
+      return quadratic(sigma, a);
+    case 4:
+      return quartic(sigma, a);
+    default:
+      return 1.0;
   }
 }
 
 double piston_apodization::derivative(int index, double sigma, double a) {
   switch (index) {
-    case 1: return derivativecosine(sigma, a);
-    case 2: return derivativeraisedcosine(sigma, a);
-    case 3: return derivativequadratic(sigma, a);
-    case 4: return derivativequartic(sigma, a);
-    default: return 0.0;
+    case 1:
+      return derivativecosine(sigma, a);
+    case 2:
+      return derivativeraisedcosine(sigma, a);
+    case 3:
+      return derivativequadratic(sigma, a);
+    case 4:
+      return derivativequartic(sigma, a);
+    default:
+      return 0.0;
   }
 }
 

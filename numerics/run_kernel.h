@@ -59,11 +59,15 @@ void run_kernel(InstructionSet set, const Kernel& kernel) {
   detail::note_instruction_set(set);
   switch (set) {
 #if KESTREL_X86_TARGETS
-    case InstructionSet::avx512: return detail::run_avx512(kernel);
-    case InstructionSet::avx2: return detail::run_avx2(kernel);
+    case InstructionSet::avx512:
+      return detail::run_avx512(kernel);
+    case InstructionSet::avx2:
+      return detail::run_avx2(kernel);
 #endif
-    case InstructionSet::scalar: return detail::run_scalar(kernel);
-    default: return detail::run_baseline(kernel);
+    case InstructionSet::scalar:
+      return detail::run_scalar(kernel);
+    default:
+      return detail::run_baseline(kernel);
   }
 }
 

@@ -50,6 +50,8 @@ inline std::complex<float> smart_exp(float x, float y) {
   detail::exp_skipping_zeros(x, y, re, im);
   return {re, im};
 }
-inline std::complex<float> smart_exp(std::complex<float> z) { return smart_exp(z.real(), z.imag()); }
+inline std::complex<float> smart_exp(std::complex<float> z) {
+  return smart_exp(z.real(), z.imag());
+}
 
 }  // namespace kestrel

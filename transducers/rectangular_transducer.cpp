@@ -31,7 +31,8 @@ double unit_squared(double abscissa) {
 template <class Method, class Narrow>
 void fill_edge_tables(Method& method, const NumericalIntegration& rule, double a, double b,
                       Narrow narrow) {
-  method.unit_node_squared = from_abscissas(rule, [&](double x) { return unit_squared(narrow(x)); });
+  method.unit_node_squared =
+      from_abscissas(rule, [&](double x) { return unit_squared(narrow(x)); });
   method.unit_weight = from_weights(rule, [&](double w) { return narrow(w) * 0.5; });
   method.x_node = from_abscissas(rule, [&](double x) { return narrow(x) * a; });
   method.x_weight = from_weights(rule, [&](double w) { return narrow(w) * a; });
@@ -109,9 +110,8 @@ int RectangularTransducer::fnm_cw_sse() {
     RectangleFourNodes method;
     method.half_width = static_cast<float>(_width * 0.5);
     method.half_height = static_cast<float>(_height * 0.5);
-    method.propagation = {
-        static_cast<float>(negative_attenuation::frequency_first(*_medium)),
-        static_cast<float>(negative_wavenumber(*_medium, frequency))};
+    method.propagation = {static_cast<float>(negative_attenuation::frequency_first(*_medium)),
+                          static_cast<float>(negative_wavenumber(*_medium, frequency))};
     method.prefactor = fnm_prefactor(_complex_weight, *_medium);
     fill_edge_tables(tables, *_integral, static_cast<double>(method.half_width),
                      static_cast<double>(method.half_height), [](double x) { return x; });
@@ -203,8 +203,8 @@ int RectangularTransducer::farfield(bool lossless) {
     method.half_width_k = a * k;
     method.half_height_k = b * k;
     // The stored frequency again: unset, it leaves no field.
-    method.amplitude = _complex_weight *
-                       std::complex<double>(0, _medium->_f0 * _medium->_rho_density * 4 * a * b);
+    method.amplitude =
+        _complex_weight * std::complex<double>(0, _medium->_f0 * _medium->_rho_density * 4 * a * b);
     method.propagation = {lossless ? 0 : negative_attenuation::nepers_first(*_medium), -k};
     return method;
   });
@@ -299,8 +299,8 @@ int RectangularTransducer::free_fnm_tsd() {
 int RectangularTransducer::impulse_response() {
   if (!_medium) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
-  return superpose_impulse_response<RectangleImpulse>(
-      *this, {{{_width, _height, _medium->_soundspeed}}});
+  return superpose_impulse_response<RectangleImpulse>(*this,
+                                                      {{{_width, _height, _medium->_soundspeed}}});
 }
 
 int RectangularTransducer::impulse_begin_and_end_times() {

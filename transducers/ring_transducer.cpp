@@ -26,8 +26,8 @@ int RingTransducer::fnm_cw() {
   return run_field_method(*this, [&] {
     _integral->gauss_quadrature(0, kPi);
     const auto edge = [&](double radius, double sign) {
-      const std::complex<double> prefactor = ((radius / kPi) * _complex_weight) *
-                                             _medium->_soundspeed * _medium->_rho_density;
+      const std::complex<double> prefactor =
+          ((radius / kPi) * _complex_weight) * _medium->_soundspeed * _medium->_rho_density;
       return disc_edge(*_integral, radius, sign, prefactor);
     };
     DiscFnm<true> method;

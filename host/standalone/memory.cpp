@@ -118,8 +118,8 @@ bool allocation_granted() {
 void* allocate_block(std::size_t count, std::size_t size) {
   if (size != 0 && count > std::numeric_limits<std::ptrdiff_t>::max() / size) return nullptr;
   if (!allocation_granted()) return nullptr;
-  std::unique_ptr<void, void (*)(void*)> block(
-      std::calloc(1, count * size != 0 ? count * size : 1), std::free);
+  std::unique_ptr<void, void (*)(void*)> block(std::calloc(1, count * size != 0 ? count * size : 1),
+                                               std::free);
   if (block != nullptr) blocks().add(block.get());
   return block.release();
 }

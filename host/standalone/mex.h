@@ -31,8 +31,8 @@ void mexWarnMsgIdAndTxt(const char* identifier, const char* format, ...)
 /// this call too.
 int mexCallMATLAB(int nlhs, mxArray* plhs[], int nrhs, mxArray* prhs[], const char* name);
 
-/// Runs the function that the program has registered under the whole text, if there is one; 1 when it
-/// made an error call.
+/// Runs the function that the program has registered under the whole text, if there is one; 1 when
+/// it made an error call.
 int mexEvalString(const char* statement);
 
 void mexMakeMemoryPersistent(void* block);

@@ -23,8 +23,14 @@ inline std::vector<double> cap_weights(const NumericalIntegration& rule) {
 inline CapFnm cap_fnm(const CapGeometry& cap, const Medium& medium,
                       const NumericalIntegration& rule, double prefactor,
                       std::complex<double> weight, Propagation propagation) {
-  return {cap,           prefactor,         weight,           medium._rho_density,
-          medium._f0,    cap_cosines(rule), cap_weights(rule), propagation};
+  return {cap,
+          prefactor,
+          weight,
+          medium._rho_density,
+          medium._f0,
+          cap_cosines(rule),
+          cap_weights(rule),
+          propagation};
 }
 
 /// Rayleigh sum of one cap: midpoints in the polar angle from the apex and in the azimuth.
@@ -35,8 +41,8 @@ inline CapSurface cap_surface(const CapGeometry& cap, const Medium& medium, int 
   for (int m = 0; m < n; ++m) {
     const double theta = (m + 0.5) * polar;
     const double radius = cap.curvature * std::sin(theta);
-    surface.circles.push_back({radius, cap.curvature * std::cos(theta),
-                               cap.curvature * radius * polar * azimuthal});
+    surface.circles.push_back(
+        {radius, cap.curvature * std::cos(theta), cap.curvature * radius * polar * azimuthal});
   }
   surface.azimuth = table_of(n, [&](int i) {
     const double half_sine = std::sin((i + 0.5) * azimuthal / 2);

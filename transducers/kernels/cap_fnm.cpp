@@ -59,8 +59,8 @@ struct CapKernel {
 
 std::complex<double> cap_focus_pressure(const CapGeometry& cap, const Propagation& propagation,
                                         double density, double f0, std::complex<double> weight) {
-  const std::complex<double> e = smart_exp(propagation.attenuation * cap.curvature,
-                                           propagation.phase * cap.curvature);
+  const std::complex<double> e =
+      smart_exp(propagation.attenuation * cap.curvature, propagation.phase * cap.curvature);
   const double gain = cap.curvature - cap.rim_depth;
   return std::complex<double>(-kTwoPi * density * f0 * gain * e.imag(),
                               kTwoPi * density * f0 * gain * e.real()) *

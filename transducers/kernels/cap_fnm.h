@@ -10,9 +10,9 @@ namespace kestrel {
 /// A spherical cap: aperture radius a cut from a sphere of radius R_c, apex at the origin, concave
 /// towards +z, centre of curvature at z = R_c. At most a hemisphere.
 struct CapGeometry {
-  double radius = 0;            ///< a, metres
-  double curvature = 0;         ///< R_c, metres
-  double rim_depth = 0;         ///< h = sqrt(R_c^2 - a^2), from the centre back to the rim plane
+  double radius = 0;     ///< a, metres
+  double curvature = 0;  ///< R_c, metres
+  double rim_depth = 0;  ///< h = sqrt(R_c^2 - a^2), from the centre back to the rim plane
 
   CapGeometry(double a, double rc)
       : radius(a), curvature(rc), rim_depth(std::sqrt(rc * rc - a * a)) {}
@@ -42,13 +42,13 @@ std::complex<double> cap_focus_pressure(const CapGeometry& cap, const Propagatio
 ///
 /// with zeta = z - R_c, R^2 = R_c^2 + r^2 + zeta^2 - 2 a r cos psi + 2 zeta h, L the path along the
 /// line through the centre of curvature, and F the solid-angle element of the rim seen along that
-/// line. The surface integral over the cap (H. T. O'Neil, "Theory of focusing radiators", J. Acoust.
-/// Soc. Am. 21, 516-526 (1949)) in polar coordinates about that line leaves only the rim.
+/// line. The surface integral over the cap (H. T. O'Neil, "Theory of focusing radiators", J.
+/// Acoust. Soc. Am. 21, 516-526 (1949)) in polar coordinates about that line leaves only the rim.
 struct CapFnm {
   CapGeometry cap;
-  double prefactor = 0;          ///< rho c R_c a / pi
-  std::complex<double> weight;   ///< complex weight of the element, negated for a hole
-  double density = 0, f0 = 0;    ///< of the closed form at the focus
+  double prefactor = 0;         ///< rho c R_c a / pi
+  std::complex<double> weight;  ///< complex weight of the element, negated for a hole
+  double density = 0, f0 = 0;   ///< of the closed form at the focus
   std::vector<double> cosine, node_weight;
   Propagation propagation;
 

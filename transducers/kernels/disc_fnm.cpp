@@ -10,7 +10,7 @@ namespace {
 /// What every edge term of a planar axisymmetric source starts from, per point.
 template <class Math, bool lossy>
 struct DiscPoints {
-  alignas(64) double r[FieldTile::capacity];          ///< distance from the axis
+  alignas(64) double r[FieldTile::capacity];  ///< distance from the axis
   alignas(64) double r_squared[FieldTile::capacity];
   alignas(64) double z_squared[FieldTile::capacity];
   alignas(64) double direct_re[FieldTile::capacity];  ///< E(z)
@@ -34,8 +34,8 @@ struct DiscPoints {
   KESTREL_INLINE void difference(int i, double d_squared, const Propagation& propagation,
                                  double& re, double& im) const {
     const double path = std::sqrt(z_squared[i] + d_squared);
-    Math::template attenuated_phase<lossy>(propagation.attenuation * path,
-                                           propagation.phase * path, re, im);
+    Math::template attenuated_phase<lossy>(propagation.attenuation * path, propagation.phase * path,
+                                           re, im);
     re -= direct_re[i];
     im -= direct_im[i];
   }

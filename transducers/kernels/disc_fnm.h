@@ -9,10 +9,10 @@ namespace kestrel {
 
 /// One circular edge of a planar source.
 struct DiscEdge {
-  double radius = 0;                       ///< a, metres
-  double sign = 1;                         ///< -1 for the rim of a hole
-  std::complex<double> prefactor;          ///< rho c a w / pi
-  std::vector<double> twice_radius_cosine; ///< 2a cos psi_j
+  double radius = 0;                        ///< a, metres
+  double sign = 1;                          ///< -1 for the rim of a hole
+  std::complex<double> prefactor;           ///< rho c a w / pi
+  std::vector<double> twice_radius_cosine;  ///< 2a cos psi_j
 };
 
 /// Fast nearfield expression of a circular piston, or of a planar ring as outer disc less hole:
@@ -22,11 +22,12 @@ struct DiscEdge {
 ///     R^2 = z^2 + r^2 + a^2 - 2 a r cos psi,         E(R) = e^{-(alpha + jk)R}
 ///
 /// The Rayleigh integral in polar coordinates about the point's projection; the radial part
-/// integrates in closed form and leaves the rim (G. R. Harris, "Review of transient field theory for
-/// a baffled planar piston", J. Acoust. Soc. Am. 70, 10-20 (1981), has the same reduction in time).
+/// integrates in closed form and leaves the rim (G. R. Harris, "Review of transient field theory
+/// for a baffled planar piston", J. Acoust. Soc. Am. 70, 10-20 (1981), has the same reduction in
+/// time).
 ///
-/// `fold_prefactor`: a ring multiplies each term by its edge's prefactor, a piston its finished sum;
-/// the two round differently.
+/// `fold_prefactor`: a ring multiplies each term by its edge's prefactor, a piston its finished
+/// sum; the two round differently.
 template <bool fold_prefactor>
 struct DiscFnm {
   std::vector<DiscEdge> edges;
@@ -47,9 +48,9 @@ extern template struct DiscFnm<true>;
 /// with the derivative of the profile, so a sum over radii sigma_m of edge terms.
 struct ApodizedDiscFnm {
   struct Radius {
-    double sigma = 0;          ///< metres
+    double sigma = 0;  ///< metres
     double sigma_squared = 0;
-    double derivative = 0;     ///< of the profile at sigma
+    double derivative = 0;  ///< of the profile at sigma
     double weight = 0;
   };
   double radius = 0;  ///< of the piston, metres

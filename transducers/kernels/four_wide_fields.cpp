@@ -179,8 +179,8 @@ std::complex<double> DiscSurfaceFourWide::pressure(double x, double y, double z,
     const float4 radius_squared = float4::splat(circle.radius_squared);
     for (std::size_t block = 0; block < cosine.blocks(); ++block) {
       const float4 path = sqrt(cosine[block] * slope + radius_squared + s);
-      const float4 g = exp_ps(float4::splat(propagation.attenuation) * path) *
-                       float4::splat(circle.area) / path;
+      const float4 g =
+          exp_ps(float4::splat(propagation.attenuation) * path) * float4::splat(circle.area) / path;
       float4 re, im;
       complex_exp(float4::splat(0), float4::splat(propagation.phase) * path, &re, &im);
       sum.re = sum.re + g * re;
@@ -210,8 +210,8 @@ std::complex<double> CapFourWide::pressure(double x, double y, double z, int reg
     const float4 c = cosine[block];
     const float4 t1 = r * c * h, t3 = r * a * c;
     const float4 f = (t1 + t2) / ((((zeta * (a + a)) * t1 + r_rc * r_rc) - t3 * t3) + t2 * t2);
-    const float4 path = sqrt((((rc * rc + r * r) + zeta * zeta) - (a + a) * r * c) +
-                             (zeta + zeta) * h);
+    const float4 path =
+        sqrt((((rc * rc + r * r) + zeta * zeta) - (a + a) * r * c) + (zeta + zeta) * h);
     float4 re, im;
     propagate(propagation, path, &re, &im);
     sum.re = sum.re + weight[block] * (f * (re - direct_re));

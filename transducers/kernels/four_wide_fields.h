@@ -2,8 +2,8 @@
 
 /// The four-wide field methods: single precision, one observation point at a time, four lanes over
 /// quadrature nodes (or over the integrals of one node). Their accuracy is that of `complex_exp`,
-/// some 1e-3 of the peak; they are kept for programs whose results rest on them. The double methods,
-/// vectorised over points, are both faster and exact.
+/// some 1e-3 of the peak; they are kept for programs whose results rest on them. The double
+/// methods, vectorised over points, are both faster and exact.
 
 #include <complex>
 #include <vector>

@@ -6,9 +6,9 @@ namespace kestrel {
 /// variant adds them.
 ///
 /// The projection (x, y) of an observation point divides the face of half sides a, b into four
-/// sub-rectangles with signed sides dxp = a + x, dxm = a - x, dyp = b + y, dym = b - y. A point that
-/// projects inside the extent of a direction has four integrals in it, split at the projection,
-/// where the integrand peaks; a point outside has two, each taken over a whole edge.
+/// sub-rectangles with signed sides dxp = a + x, dxm = a - x, dyp = b + y, dym = b - y. A point
+/// that projects inside the extent of a direction has four integrals in it, split at the
+/// projection, where the integrand peaks; a point outside has two, each taken over a whole edge.
 enum RectangleDistance { dxp = 0, dxm = 1, dyp = 2, dym = 3 };
 
 struct SplitIntegral {

@@ -62,10 +62,10 @@ void RectangleRadiators::evaluate(FieldTile& tile, int) const {
   for (int i = 0; i < tile.count; ++i) {
     const double x = tile.x[i], y = tile.y[i], z = tile.z[i];
     const std::complex<double> p =
-        prefactor * (propagation.lossless()
-                         ? radiator_sum(*this, k, x, y, z)
-                         : radiator_sum(*this, std::complex<double>(k, propagation.attenuation), x,
-                                        y, z));
+        prefactor *
+        (propagation.lossless()
+             ? radiator_sum(*this, k, x, y, z)
+             : radiator_sum(*this, std::complex<double>(k, propagation.attenuation), x, y, z));
     tile.re[i] = p.real();
     tile.im[i] = p.imag();
   }

@@ -9,8 +9,8 @@ namespace kestrel {
 /// Fraunhofer field of a rectangular face: a spherical wave from its centre times one sinc
 /// directivity per side (A. D. Pierce, "Acoustics", chapter 5).
 struct RectangleFarfield {
-  double half_width_k = 0;   ///< a k
-  double half_height_k = 0;  ///< b k
+  double half_width_k = 0;         ///< a k
+  double half_height_k = 0;        ///< b k
   std::complex<double> amplitude;  ///< j 4ab rho f0 w
   Propagation propagation;
 
@@ -22,9 +22,7 @@ struct RectangleFarfield {
   double reach() const { return propagation.reach(0); }
   void evaluate(FieldTile& tile, int region) const;
 
-  static double distance(double x, double y, double z) {
-    return std::sqrt(z * z + x * x + y * y);
-  }
+  static double distance(double x, double y, double z) { return std::sqrt(z * z + x * x + y * y); }
 };
 
 /// The face cut into n-by-n equal sub-rectangles, each a Fraunhofer radiator of its own. Converges

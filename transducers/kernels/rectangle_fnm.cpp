@@ -76,7 +76,8 @@ class RectangleTile {
   KESTREL_INLINE const Real* y() const { return _y; }
 
  private:
-  static KESTREL_INLINE bool same(RectangleDistance one, RectangleDistance other, Projection where) {
+  static KESTREL_INLINE bool same(RectangleDistance one, RectangleDistance other,
+                                  Projection where) {
     return one == other || where == Projection::centred;
   }
 
@@ -96,7 +97,8 @@ class RectangleTile {
   }
 
   /// A term of an integral over a whole edge at distance l; u is the distance along it.
-  KESTREL_INLINE void edge_term(const Real* offset, Real node, const Real* l, double weight, int m) {
+  KESTREL_INLINE void edge_term(const Real* offset, Real node, const Real* l, double weight,
+                                int m) {
     KESTREL_LANES
     for (int i = 0; i < _count; ++i) {
       const Real along = node + offset[i];

@@ -35,8 +35,7 @@ struct AxisymmetricKernel {
         const SurfaceCircle circle = circles[s];
         KESTREL_LANES
         for (int i = 0; i < count; ++i) {
-          base[s][i] = Distance::base(circle, r[i], r_squared[i],
-                                     tile.z[i] - surface.axial_origin);
+          base[s][i] = Distance::base(circle, r[i], r_squared[i], tile.z[i] - surface.axial_origin);
           twice_rho_r[s][i] = 2 * circle.radius * r[i];
         }
       }

@@ -42,17 +42,17 @@ struct SphericalDistance {
   }
 };
 
-/// Midpoint sum over circles m and half-turn azimuths n (the prefactor counts the mirror half). With
-/// a hole, its circles follow those of the outer disc one by one, as the terms are added.
+/// Midpoint sum over circles m and half-turn azimuths n (the prefactor counts the mirror half).
+/// With a hole, its circles follow those of the outer disc one by one, as the terms are added.
 template <class Distance>
 struct AxisymmetricSurface {
   std::vector<SurfaceCircle> circles;
-  int surfaces = 1;               ///< 2: circles alternate between outer disc and hole
-  std::vector<double> azimuth;    ///< table that Distance wants
-  double axial_origin = 0;        ///< local z of the plane, or of the centre of curvature
-  double extent = 0;              ///< metres
+  int surfaces = 1;             ///< 2: circles alternate between outer disc and hole
+  std::vector<double> azimuth;  ///< table that Distance wants
+  double axial_origin = 0;      ///< local z of the plane, or of the centre of curvature
+  double extent = 0;            ///< metres
   std::complex<double> prefactor;
-  Propagation propagation;        ///< attenuation and phase are applied separately
+  Propagation propagation;  ///< attenuation and phase are applied separately
 
   double reach() const { return propagation.reach(extent); }
   void sum(FieldTile& tile) const;
