@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <variant>
@@ -39,11 +43,12 @@ class ArrayMarch {
   virtual const char* method() const = 0;
   /// The size of the element's march to the points of `grid`.
   virtual kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) = 0;
-  /// Marches and, when that succeeds, adds.
   struct Marched {
     kzk::Report report;
     kzk::Cost cost;
+    std::function<void()> add;  ///< adds the beam to the result
   };
+  /// Called by several threads at a time, for different elements.
   virtual Marched march(std::size_t element, int threads, const kzk::Progress& progress) = 0;
 
  protected:
@@ -81,11 +86,12 @@ class HarmonicMarch : public ArrayMarch {
     kzk::CwProblem marched = problem(placed);
     marched.threads = threads;
     marched.progress = progress;
-    const kzk::CwResult beam = kzk::march_cw(marched);
-    if (beam.code == kzk::Code::done) {
-      for (std::size_t i = 0; i < beam.pressure.size(); ++i) _result[i] += beam.pressure[i];
-    }
-    return {beam, beam.cost};
+    const auto beam = std::make_shared<const kzk::CwResult>(kzk::march_cw(marched));
+    return {*beam, beam->cost, [this, beam] {
+              for (std::size_t i = 0; i < beam->pressure.size(); ++i) {
+                _result[i] += beam->pressure[i];
+              }
+            }};
   }
 
  private:
@@ -112,20 +118,21 @@ class PulseMarch : public ArrayMarch {
     const DrivenElement driven = drive(element, grid);
     return kzk::estimate_transient(driven.problem);
   }
-  Marched march(std::size_t element, int threads, const kzk::Progress& progress) override {
+  /// On one thread: most of a pulse's work, diffraction, goes from sample to sample, and what other
+  /// threads take of the rest they lose in fetching the wave from each other.
+  Marched march(std::size_t element, int /*threads*/, const kzk::Progress& progress) override {
     DrivenElement driven = drive(element, grid());
-    driven.problem.threads = threads;
     driven.problem.progress = progress;
-    const kzk::TransientResult beam = kzk::march_transient(driven.problem);
-    if (beam.code == kzk::Code::done) {
-      const std::size_t samples = driven.times.size(), points = driven.placed.points.size();
-      for (std::size_t i = 0; i < points; ++i) {
-        for (std::size_t k = 0; k < samples; ++k) {
-          _result[i + k * points] += beam.pressure[i * samples + k];
-        }
-      }
-    }
-    return {beam, beam.cost};
+    const auto beam =
+        std::make_shared<const kzk::TransientResult>(kzk::march_transient(driven.problem));
+    return {*beam, beam->cost,
+            [this, beam, samples = driven.times.size(), points = driven.placed.points.size()] {
+              for (std::size_t i = 0; i < points; ++i) {
+                for (std::size_t k = 0; k < samples; ++k) {
+                  _result[i + k * points] += beam->pressure[i * samples + k];
+                }
+              }
+            }};
   }
 
  private:
@@ -186,58 +193,78 @@ class SparseGrid {
   CoordinateGrid _grid;
 };
 
-/// All elements in their order, on one thread that has the march's other threads help it; the
-/// host's thread stays free for progress.
-class MarchWorker : public TileWorker {
+/// Lets threads that work on elements out of order do the last of it in order.
+class Turns {
  public:
-  struct Outcome {
-    std::atomic<double> seconds{-1};  ///< expected; negative while that is not known
-    kzk::Cost largest;
-  };
-
-  MarchWorker(const MarchJob& job, ArrayMarch& array, Outcome& outcome)
-      : _job(job), _array(array), _outcome(outcome), _threads(thread_count(job.threads)) {}
-
-  void run(std::size_t) override {
-    const std::vector<double> shares = expected_shares();
-    double before = 0;
-    for (std::size_t e = 0; e < shares.size() && !stopped(); ++e) {
-      const ArrayMarch::Marched marched = _array.march(e, _threads, [&](double fraction) {
-        report(before + shares[e] * fraction);
-        return !stopped();
-      });
-      if (stopped()) return;
-      pass_on(marched.report, e + 1);
-      if (marched.cost.updates() >= _outcome.largest.updates()) _outcome.largest = marched.cost;
-      before += shares[e];
+  /// Waits until all elements before this one have had their turn; false when the work has stopped.
+  bool wait_for(std::size_t element, const std::function<bool()>& stopped) {
+    constexpr std::chrono::milliseconds kLook{20};
+    std::unique_lock lock(_mutex);
+    while (!_next_came.wait_for(lock, kLook, [&] { return _next == element; })) {
+      if (stopped()) return false;
     }
+    return true;
+  }
+  void done(std::size_t element) {
+    {
+      const std::lock_guard lock(_mutex);
+      _next = element + 1;
+    }
+    _next_came.notify_all();
   }
 
  private:
-  /// Of the whole work, by element.
-  std::vector<double> expected_shares() {
+  std::mutex _mutex;
+  std::condition_variable _next_came;
+  std::size_t _next = 0;
+};
+
+/// What the threads that march an array share. The beams are added, and their warnings passed on,
+/// in the order of the elements.
+struct MarchState {
+  std::atomic<double> seconds{-1};  ///< expected; negative while that is not known
+  Turns turns;
+  kzk::Cost largest;
+  std::set<std::string> said;
+};
+
+/// One thread of those that share out the elements.
+class MarchWorker : public TileWorker {
+ public:
+  /// `at_once` elements are marched side by side, each by `threads` threads.
+  MarchWorker(const MarchJob& job, ArrayMarch& array, MarchState& state, int at_once, int threads)
+      : _job(job), _array(array), _state(state), _at_once(at_once), _threads(threads) {}
+
+  void run(std::size_t element) override {
+    if (element == 0) _state.seconds = expected_seconds();
+    const ArrayMarch::Marched marched = _array.march(element, _threads, [&](double fraction) {
+      report(fraction);
+      return !stopped();
+    });
+    if (stopped() || !_state.turns.wait_for(element, [&] { return stopped(); })) return;
+    pass_on(marched.report, element + 1);
+    marched.add();
+    if (marched.cost.updates() >= _state.largest.updates()) _state.largest = marched.cost;
+    _state.turns.done(element);
+  }
+
+ private:
+  double expected_seconds() {
     constexpr double kSecondsPerPoint = 5e-7;  // to place it and to read its pressure
-    const double reading = kSecondsPerPoint * _job.grid.npoints();
     const SparseGrid sparse(_job.grid);
-    std::vector<double> seconds;
-    double total = 0;
+    double seconds = 0;
     for (std::size_t e = 0; e < _job.elements.size() && !stopped(); ++e) {
       const kzk::Cost cost = _array.cost(e, sparse.grid());
-      const bool allowed = cost.bytes <= kzk::most_bytes;  // otherwise it will not be marched
-      seconds.push_back(reading + (allowed ? kzk::estimated_seconds(cost, _threads) : 0));
-      total += seconds.back();
+      if (cost.bytes > kzk::most_bytes) continue;  // it will not be marched
+      seconds += kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _job.grid.npoints();
     }
-    _outcome.seconds = total;
-    if (total > 0) {
-      for (double& share : seconds) share /= total;
-    }
-    return seconds;
+    return seconds / _at_once;
   }
 
   void pass_on(const kzk::Report& march, std::size_t number) {
     const std::string element = "element " + std::to_string(number) + ": ";
     for (const std::string& warning : march.warnings) {
-      if (!_said.insert(warning).second) continue;
+      if (!_state.said.insert(warning).second) continue;
       host::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
     }
     if (march.code == kzk::Code::done) return;
@@ -247,9 +274,8 @@ class MarchWorker : public TileWorker {
 
   const MarchJob& _job;
   ArrayMarch& _array;
-  Outcome& _outcome;
-  int _threads;
-  std::set<std::string> _said;
+  MarchState& _state;
+  int _at_once, _threads;
 };
 
 kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
@@ -260,19 +286,26 @@ kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
         "%d.",
         e + 1, array.method(), job.elements[e].apodization_index);
   }
-  MarchWorker::Outcome outcome;
+  // Elements side by side need not wait for each other as the threads of one march must.
+  const int threads = thread_count(job.threads);
+  const int at_once =
+      static_cast<int>(std::clamp<std::size_t>(job.elements.size(), 1, std::size_t(threads)));
+  MarchState state;
   bool announced = false;
-  TileRunner runner(job.threads, [&](double fraction) {
-    if (!announced && outcome.seconds >= 0) {
+  TileRunner runner(at_once, [&](double fraction) {
+    if (!announced && state.seconds >= 0) {
       announced = true;
-      if (job.announce) job.announce(outcome.seconds);
+      if (job.announce) job.announce(state.seconds);
     }
     return !job.progress || job.progress(fraction);
   });
   runner.begin_stage(1);
-  runner.run(1, [&] { return std::make_unique<MarchWorker>(job, array, outcome); });
+  runner.run(job.elements.size(), [&] {
+    return std::make_unique<MarchWorker>(job, array, state, at_once, threads / at_once);
+  });
   runner.messages().replay();
-  return outcome.largest;
+  state.largest.bytes *= at_once;
+  return state.largest;
 }
 
 }  // namespace

@@ -13,10 +13,10 @@
 #include "inputs/time_samples.h"
 #include "transducers/kzk_cost.h"
 
-/// Nonlinear beams of whole arrays. Each element is marched alone, by all threads, and the fields
-/// are added in the order of the elements: how the beams of different elements distort each other
-/// is not modelled. The results are those of the elements' own methods, bit for bit, for any number
-/// of threads.
+/// Nonlinear beams of whole arrays. Each element is marched alone, several side by side when there
+/// are threads for them, and the fields are added in the order of the elements: how the beams of
+/// different elements distort each other is not modelled. The results are those of the elements'
+/// own methods, bit for bit, for any number of threads.
 
 namespace kestrel::fields {
 
@@ -32,8 +32,9 @@ struct MarchJob {
 
 /// Adds harmonic harmonics[h] to result[h * points + i], all from one march of each element;
 /// without harmonics, the one that the parameters name to result[i]. Returns the size of the
-/// largest march. Fails naming the element, with nothing but whole elements added, and with
-/// Cancelled. Warnings come once each, naming the first element that they are about.
+/// largest march, its bytes for as many marches as run at a time. Fails naming the element, with
+/// nothing but whole elements added, and with Cancelled. Warnings come once each, naming the first
+/// element that they are about.
 kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
                         std::complex<double>* result);
 
