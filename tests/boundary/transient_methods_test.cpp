@@ -180,9 +180,10 @@ TEST_F(KeptTables, AnswerMisuseAndAddNothing) {
   EXPECT_EQ(call(), kMisuse) << "another number of nodes";
   element.set_integral_pointer(&bench.rule());
 
-  const Excitation of_other_kind = tone();
+  const Excitation of_other_kind = tone(), of_as_many_terms = test::sampled(0.1);
+  EXPECT_EQ(of_as_many_terms->number_of_exact_terms(), signal->number_of_exact_terms());
   for (ExcitationFunction* wrong :
-       {of_other_kind.get(), static_cast<ExcitationFunction*>(nullptr)}) {
+       {of_other_kind.get(), of_as_many_terms.get(), static_cast<ExcitationFunction*>(nullptr)}) {
     element._excitation_function = wrong;
     EXPECT_EQ(call(), kMisuse);
   }

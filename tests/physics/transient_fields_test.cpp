@@ -185,6 +185,12 @@ TEST(TransientField, HoldsAtSpecialPoints) {
     EXPECT_LE(error_against_convolution(s, &Transducer::fnm_tsd, c.points, *hanning()), c.tolerance)
         << static_cast<int>(c.shape);
   }
+  Situation hemisphere = typical(ShapeKind::shell);
+  hemisphere.a = hemisphere.b;
+  hemisphere.nodes = 512;
+  EXPECT_LE(error_against_convolution(hemisphere, &Transducer::fnm_tsd,
+                                      {{1e-3, 0, 12e-3}, {4e-3, 2e-3, 25e-3}}, *hanning()),
+            5e-6);
 }
 
 TEST(TransientField, ByTheRayleighIntegralConverges) {
