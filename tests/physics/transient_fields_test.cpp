@@ -49,6 +49,17 @@ TEST(TimeSpaceDecomposition, IsTheDirectSum) {
   }
 }
 
+// A t-cubed pulse that decays by so much over its width that floats would not hold its terms.
+TEST(TimeSpaceDecomposition, GoesBackToDoublesWhereFloatsWouldOverflow) {
+  const TCubedPulse steep(2.5e18, 1e6, 7e-6, 2e7, 3);
+  TimeSamples axis(47e-9, 0, 60e-6);
+  const Situation s = typical(ShapeKind::disc);
+  const Traces direct = transient(s, &Transducer::fnm_transient, kPoints, axis, steep);
+  for (const Method method : {&Transducer::fnm_tsd_sse, &Transducer::fnm_tsd_low_precision}) {
+    EXPECT_LE(difference(transient(s, method, kPoints, axis, steep), direct), 1e-8);
+  }
+}
+
 // Unsorted, uneven, with doubles, and with a time that is not a number.
 TEST(TimeSpaceDecomposition, TakesTimesInAnyOrder) {
   std::vector<double> times;
