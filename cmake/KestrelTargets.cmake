@@ -70,14 +70,17 @@ function(kestrel_add_plugin name)
     list(APPEND sources "${PROJECT_SOURCE_DIR}/${source}")
   endforeach()
 
-  add_library(${name}_standalone STATIC ${sources})
+  set(version "${PROJECT_SOURCE_DIR}/gateway/required_version.cpp")
+
+  add_library(${name}_standalone STATIC ${sources} "${version}")
   kestrel_compile_options(${name}_standalone)
   target_link_libraries(${name}_standalone PUBLIC kestrel)
 
   if(OctaveMex_FOUND)
     set(exports "${PROJECT_SOURCE_DIR}/host/octave/exports.map")
     # Octave needs to be told that complex values are interleaved: by a symbol of the plug-in.
-    add_library(${name} MODULE ${sources} "${PROJECT_SOURCE_DIR}/host/octave/interleaved_complex.cpp")
+    add_library(${name} MODULE ${sources} "${version}"
+      "${PROJECT_SOURCE_DIR}/host/octave/interleaved_complex.cpp")
     kestrel_compile_options(${name})
     # Undefined mx and mex names stay open, as mkoctfile leaves them: the interpreter has them.
     target_link_libraries(${name} PRIVATE kestrel_octave)
@@ -95,7 +98,6 @@ function(kestrel_add_plugin name)
     matlab_add_mex(NAME ${name}_matlab OUTPUT_NAME ${name} MODULE R2018a
       SRC ${sources} LINK_TO kestrel_matlab)
     kestrel_compile_options(${name}_matlab)
-    target_compile_definitions(${name}_matlab PRIVATE KESTREL_HOST_DEFINES_API_VERSION)
     set_target_properties(${name}_matlab PROPERTIES
       LIBRARY_OUTPUT_DIRECTORY "${folder}")
     set_property(GLOBAL APPEND PROPERTY KESTREL_MATLAB_PLUGINS ${name}_matlab)

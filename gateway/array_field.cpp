@@ -44,10 +44,8 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
           set.c_str());
     }
   }
-  settings.threads = read_threads(options);
   settings.reuse = number_option(options, "reuse") != 0;
   settings.memory = number_option(options, "memory");
-  settings.kzk = read_march(options, false);
   const mxArray* tolerance = field_value(options, "tolerance");
   if (tolerance != nullptr && !mxIsEmpty(tolerance)) {
     settings.tolerance = read_scalar(tolerance, "options", "tolerance");
@@ -117,13 +115,12 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
   Medium medium(&prhs[kMedium]);
   medium._f0 = read_scalar(prhs[kFrequency], "argument", "f0");
   fields::Settings settings = read_settings(prhs[kOptions], prhs[kNdiv]);
+  Console console(entry, number_option(prhs[kOptions], "progress") != 0);
+  read_run(settings, prhs[kOptions], false, console);
   const std::vector<int> wanted = read_wanted(prhs[kOptions]);
   if (!wanted.empty() && settings.kzk.harmonic != 0) {
     host::fail("the option 'kzk' names a harmonic, but the list of harmonics says which ones.");
   }
-  Console console(entry, number_option(prhs[kOptions], "progress") != 0);
-  settings.progress = [&](double fraction) { return console(fraction); };
-  settings.announce = [&](double seconds) { console.announce(seconds); };
   settings.estimate_error = nlhs > 1;
 
   std::vector<std::size_t> size = result_size(grid);
@@ -158,11 +155,3 @@ extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* 
       },
       "kestrel:field");
 }
-
-#if !defined(KESTREL_HOST_DEFINES_API_VERSION)
-/// See fnm_cw_single.cpp.
-extern "C" void mexfilerequiredapiversion(unsigned int* built_by, unsigned int* required) {
-  *built_by = 0x2023B;
-  *required = 0x08000000;
-}
-#endif

@@ -64,6 +64,16 @@ class Console {
 /// The extents of a field on the grid: three of a regular grid, one of a list of points.
 std::vector<std::size_t> result_size(const CoordinateGrid& grid);
 
+/// The settings that every whole-array function has: threads, a march's parameters, and a console
+/// to tell how far the work is.
+template <class Settings>
+void read_run(Settings& settings, const mxArray* options, bool pulse, Console& console) {
+  settings.threads = read_threads(options);
+  settings.kzk = read_march(options, pulse);
+  settings.progress = [&console](double fraction) { return console(fraction); };
+  settings.announce = [&console](double seconds) { console.announce(seconds); };
+}
+
 /// Warns when of `total` values some are not finite; `finite(i)` asks for value i, which belongs to
 /// the grid point i modulo the number of points.
 void warn_of_values_that_are_not_finite(const char* entry, std::size_t total,

@@ -164,12 +164,3 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
 extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
   kestrel::host::run_entry([&] { plhs[0] = kestrel::gateway::compute(nlhs, nrhs, prhs); });
 }
-
-#if !defined(KESTREL_HOST_DEFINES_API_VERSION)
-/// The release that the plug-in was made for, and the MEX interface it wants: version 800 with
-/// interleaved complex values.
-extern "C" void mexfilerequiredapiversion(unsigned int* built_by, unsigned int* required) {
-  *built_by = 0x2023B;
-  *required = 0x08000000;
-}
-#endif

@@ -117,12 +117,9 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
 
   fields::TransientSettings settings;
   settings.method = read_method(prhs[kOptions], fields::transient_methods());
-  settings.threads = read_threads(prhs[kOptions]);
-  settings.kzk = read_march(prhs[kOptions], true);
   if (!settings.method->marched) settings.nodes = read_nodes(prhs[kNdiv]);
   Console console(kEntry, number_option(prhs[kOptions], "progress") != 0);
-  settings.progress = [&](double fraction) { return console(fraction); };
-  settings.announce = [&](double seconds) { console.announce(seconds); };
+  read_run(settings, prhs[kOptions], true, console);
 
   mxArray* result = create_result(grid, time.nt());
   double* pressure = mxGetDoubles(result);
@@ -147,11 +144,3 @@ extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* 
       },
       "kestrel:field");
 }
-
-#if !defined(KESTREL_HOST_DEFINES_API_VERSION)
-/// See fnm_cw_single.cpp.
-extern "C" void mexfilerequiredapiversion(unsigned int* built_by, unsigned int* required) {
-  *built_by = 0x2023B;
-  *required = 0x08000000;
-}
-#endif

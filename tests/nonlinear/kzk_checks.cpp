@@ -57,48 +57,48 @@ double off_by(const std::vector<double>& marched, int count, const Exact& exact)
   return error;
 }
 
+kzk::CwProblem linear(const kzk::Aperture& aperture, double wavenumber,
+                      const std::vector<Point>& points) {
+  kzk::CwProblem problem;
+  problem.aperture = aperture;
+  problem.fluid = {wavenumber * sound_speed / (2 * pi), sound_speed, density, 0, 0};
+  problem.weight = 1;
+  problem.points = points;
+  return problem;
+}
+
+/// In water, read at the parabolic equation's own depth.
+kzk::CwProblem strong(const kzk::Aperture& aperture, double f0, double attenuation,
+                      double source_pressure, const std::vector<Point>& points) {
+  kzk::CwProblem problem;
+  problem.aperture = aperture;
+  problem.fluid = {f0, sound_speed, density, 3.5, attenuation};
+  problem.weight = source_pressure / (density * sound_speed);
+  problem.points = points;
+  problem.true_depth = false;
+  return problem;
+}
+
 }  // namespace
 
 kzk::CwProblem linear_piston(double ka, const std::vector<Point>& points) {
-  kzk::CwProblem problem;
-  problem.aperture = {0.01, 0};
-  problem.fluid = {ka / 0.01 * sound_speed / (2 * pi), sound_speed, density, 0, 0};
-  problem.weight = 1;
-  problem.points = points;
-  return problem;
+  return linear({0.01, 0}, ka / 0.01, points);
 }
 
 kzk::CwProblem linear_shell(double half_angle, double gain, const std::vector<Point>& points) {
-  kzk::CwProblem problem;
   const double curvature = 0.06;
   const double angle = half_angle * pi / 180;
-  problem.aperture = {curvature * std::sin(angle), curvature};
   const double rim_depth = curvature * (1 - std::cos(angle));
-  const double k = gain / rim_depth;  // G = k a_e^2 / (2 R) = k h
-  problem.fluid = {k * sound_speed / (2 * pi), sound_speed, density, 0, 0};
-  problem.weight = 1;
-  problem.points = points;
-  return problem;
+  // G = k a_e^2 / (2 R) = k h
+  return linear({curvature * std::sin(angle), curvature}, gain / rim_depth, points);
 }
 
 kzk::CwProblem unfocused(const std::vector<Point>& points) {
-  kzk::CwProblem problem;
-  problem.aperture = {0.01, 0};
-  problem.fluid = {1e6, sound_speed, density, 3.5, 0.0022};
-  problem.weight = 0.3e6 / (density * sound_speed);
-  problem.points = points;
-  problem.true_depth = false;
-  return problem;
+  return strong({0.01, 0}, 1e6, 0.0022, 0.3e6, points);
 }
 
 kzk::CwProblem focused(const std::vector<Point>& points) {
-  kzk::CwProblem problem;
-  problem.aperture = {0.015, 0.06};
-  problem.fluid = {2e6, sound_speed, density, 3.5, 0.3};
-  problem.weight = 0.15e6 / (density * sound_speed);
-  problem.points = points;
-  problem.true_depth = false;
-  return problem;
+  return strong({0.015, 0.06}, 2e6, 0.3, 0.15e6, points);
 }
 
 double wavenumber(const kzk::Problem& problem) {

@@ -67,12 +67,9 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
   if ~ischar(options.instruction_set)
     error('kestrel:option', '%s: instruction_set must be a text.', caller);
   end
-  if ~isequal(options.threads, 0)
-    options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
-  end
+  options = kestrel.detail.check_run(caller, options);
   options.memory = kestrel.detail.check_scalar(caller, 'memory', options.memory, 'positive');
   options.reuse = kestrel.detail.check_switch(caller, 'reuse', options.reuse);
-  options.progress = kestrel.detail.check_switch(caller, 'progress', options.progress);
   if ~isempty(options.tolerance)
     options.tolerance = kestrel.detail.check_scalar(caller, 'tolerance', options.tolerance, ...
                                                     'positive');

@@ -75,20 +75,20 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
   caller = 'kestrel.harmonics';
   kestrel.detail.check_count(caller, nargin, 5, ...
                              '(element, grid, medium, f0, numbers, name, value, ...)');
-  given = kestrel.detail.parse_options(caller, struct('kzk', [], 'threads', 0, 'progress', true), ...
-                                       varargin);
-  options = struct('method', 'kzk_cw', 'threads', 0, 'reuse', false, 'tolerance', [], ...
-                   'memory', 512e6, 'instruction_set', 'auto', 'kzk', [], 'wanted', [], ...
-                   'progress', kestrel.detail.check_switch(caller, 'progress', given.progress));
-  options.kzk = given.kzk;
-  if ~isequal(given.threads, 0)
-    options.threads = kestrel.detail.check_scalar(caller, 'threads', given.threads, 'count');
-  end
+  options = struct('kzk', [], 'threads', 0, 'progress', true);
+  options = kestrel.detail.parse_options(caller, options, varargin);
+  options = kestrel.detail.check_run(caller, options);
   if ~isnumeric(numbers) || ~isreal(numbers) || isempty(numbers)
     error('kestrel:argument', '%s: the numbers of the harmonics must be whole numbers, as 1:5.', ...
           caller);
   end
+  % What the compiled part wants to know besides.
   options.wanted = double(full(numbers(:).'));
+  options.method = 'kzk_cw';
+  options.instruction_set = 'auto';
+  options.reuse = false;
+  options.memory = 512e6;
+  options.tolerance = [];
   kestrel.detail.check_grid(caller, grid);
   kestrel.detail.check_medium(caller, medium);
   f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');

@@ -75,10 +75,7 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
   if ~ischar(options.method)
     error('kestrel:option', '%s: method must be a text.', caller);
   end
-  if ~isequal(options.threads, 0)
-    options.threads = kestrel.detail.check_scalar(caller, 'threads', options.threads, 'count');
-  end
-  options.progress = kestrel.detail.check_switch(caller, 'progress', options.progress);
+  options = kestrel.detail.check_run(caller, options);
 
   % Elements, times and excitations are checked where they are read, in the compiled part.
   kestrel.detail.check_grid(caller, grid);
