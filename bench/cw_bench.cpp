@@ -20,16 +20,16 @@
 #include <string>
 #include <vector>
 
-#include "host/standalone/standalone_host.h"
+#include "elements/circular_transducer.h"
+#include "elements/rectangular_transducer.h"
+#include "elements/ring_transducer.h"
+#include "elements/spherical_ring_transducer.h"
+#include "elements/spherical_transducer.h"
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
+#include "mex/standalone/standalone_host.h"
 #include "numerics/instruction_set.h"
-#include "transducers/circular_transducer.h"
-#include "transducers/rectangular_transducer.h"
-#include "transducers/ring_transducer.h"
-#include "transducers/spherical_ring_transducer.h"
-#include "transducers/spherical_transducer.h"
 
 namespace {
 

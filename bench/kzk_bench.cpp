@@ -14,9 +14,9 @@
 #include <thread>
 #include <vector>
 
+#include "methods/kzk/cw_march.h"
+#include "methods/kzk/transient_march.h"
 #include "numerics/instruction_set.h"
-#include "transducers/kernels/kzk_cw_march.h"
-#include "transducers/kernels/kzk_transient_march.h"
 
 namespace {
 

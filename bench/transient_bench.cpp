@@ -13,19 +13,19 @@
 #include <string>
 #include <vector>
 
+#include "elements/circular_transducer.h"
+#include "elements/rectangular_transducer.h"
+#include "elements/ring_transducer.h"
+#include "elements/spherical_ring_transducer.h"
+#include "elements/spherical_transducer.h"
 #include "excitation/hanning_pulse.h"
 #include "excitation/t_cubed_pulse.h"
 #include "excitation/tone_burst.h"
-#include "host/standalone/standalone_host.h"
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
 #include "inputs/time_samples.h"
-#include "transducers/circular_transducer.h"
-#include "transducers/rectangular_transducer.h"
-#include "transducers/ring_transducer.h"
-#include "transducers/spherical_ring_transducer.h"
-#include "transducers/spherical_transducer.h"
+#include "mex/standalone/standalone_host.h"
 
 namespace {
 

@@ -9,14 +9,12 @@ set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/kestrel")
 target_include_directories(kestrel PUBLIC
   $<INSTALL_INTERFACE:${include_dir}>
   $<INSTALL_INTERFACE:${include_dir}/kestrel>
-  $<INSTALL_INTERFACE:${include_dir}/kestrel/host/standalone>)
-install(DIRECTORY host numerics inputs excitation transducers fields
+  $<INSTALL_INTERFACE:${include_dir}/kestrel/mex/standalone>)
+install(DIRECTORY src/ mex
   DESTINATION "${include_dir}/kestrel"
   FILES_MATCHING PATTERN "*.h"
-  PATTERN host/octave EXCLUDE
-  PATTERN detail EXCLUDE
-  PATTERN kernels EXCLUDE)
-install(FILES kestrel/kestrel.h DESTINATION "${include_dir}/kestrel")
+  PATTERN mex/host/octave EXCLUDE)
+install(FILES include/kestrel/kestrel.h DESTINATION "${include_dir}/kestrel")
 
 install(TARGETS kestrel EXPORT kestrel-targets ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(EXPORT kestrel-targets NAMESPACE kestrel:: DESTINATION "${package_dir}")

@@ -41,10 +41,12 @@ endmacro()
 function(kestrel_add_host_library name)
   cmake_parse_arguments(arg "" "" "INCLUDES;DEFINITIONS;LINK" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS
-    host/*.cpp inputs/*.cpp excitation/*.cpp transducers/*.cpp fields/*.cpp)
+    mex/host/*.cpp mex/readers/structure_reader.cpp src/inputs/*.cpp src/excitation/*.cpp
+    src/methods/kzk/element_methods.cpp src/methods/transient/transient_methods.cpp src/elements/*.cpp src/fields/*.cpp)
   add_library(${name} STATIC ${sources} $<TARGET_OBJECTS:kestrel_kernels>)
   kestrel_compile_options(${name})
-  foreach(folder IN ITEMS "${PROJECT_SOURCE_DIR}" LISTS arg_INCLUDES)
+  set(roots "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}")
+  foreach(folder IN LISTS roots arg_INCLUDES)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${folder}>)
   endforeach()
   target_compile_definitions(${name} PUBLIC ${arg_DEFINITIONS})
@@ -53,7 +55,7 @@ endfunction()
 
 # kestrel_add_plugin(<name> [FOLDER folder] [SOURCES file...])
 #
-# One compiled entry, gateway/<name>.cpp and SOURCES, for every host; FOLDER is its place in the
+# One compiled entry, mex/entries/<name>.cpp and SOURCES, for every host; FOLDER is its place in the
 # toolbox, a package folder for entries that users call through a function of the package:
 #   <name>              the plug-in for Octave, <name>.mex in the toolbox folder
 #   <name>_matlab       the plug-in for MATLAB, <name>.mexa64 or the like, beside it
@@ -65,22 +67,22 @@ function(kestrel_add_plugin name)
   if(arg_FOLDER)
     string(APPEND folder "/${arg_FOLDER}")
   endif()
-  set(sources "${PROJECT_SOURCE_DIR}/gateway/${name}.cpp")
+  set(sources "${PROJECT_SOURCE_DIR}/mex/entries/${name}.cpp")
   foreach(source IN LISTS arg_SOURCES)
-    list(APPEND sources "${PROJECT_SOURCE_DIR}/${source}")
+    list(APPEND sources "${PROJECT_SOURCE_DIR}/mex/${source}")
   endforeach()
 
-  set(version "${PROJECT_SOURCE_DIR}/gateway/required_version.cpp")
+  set(version "${PROJECT_SOURCE_DIR}/mex/entries/required_version.cpp")
 
   add_library(${name}_standalone STATIC ${sources} "${version}")
   kestrel_compile_options(${name}_standalone)
   target_link_libraries(${name}_standalone PUBLIC kestrel)
 
   if(OctaveMex_FOUND)
-    set(exports "${PROJECT_SOURCE_DIR}/host/octave/exports.map")
+    set(exports "${PROJECT_SOURCE_DIR}/mex/host/octave/exports.map")
     # Octave needs to be told that complex values are interleaved: by a symbol of the plug-in.
     add_library(${name} MODULE ${sources} "${version}"
-      "${PROJECT_SOURCE_DIR}/host/octave/interleaved_complex.cpp")
+      "${PROJECT_SOURCE_DIR}/mex/host/octave/interleaved_complex.cpp")
     kestrel_compile_options(${name})
     # Undefined mx and mex names stay open, as mkoctfile leaves them: the interpreter has them.
     target_link_libraries(${name} PRIVATE kestrel_octave)

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <sstream>
 #include <string>
 
+#include "elements/triangle_transducer.h"
 #include "tests/boundary/outcome.h"
 #include "tests/support/reference_fields.h"
-#include "transducers/triangle_transducer.h"
 
 namespace kestrel::test {
 namespace {

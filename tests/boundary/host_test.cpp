@@ -1,4 +1,4 @@
-#include "host/host.h"
+#include "mex/host/host.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "host/complex_array.h"
-#include "host/entry.h"
-#include "host/standalone/standalone_host.h"
+#include "mex/host/complex_array.h"
+#include "mex/host/entry.h"
+#include "mex/standalone/standalone_host.h"
 
 namespace kestrel::host {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
-#include "inputs/structure_reader.h"
+#include "mex/readers/structure_reader.h"
 #include "tests/boundary/outcome.h"
 
 namespace kestrel {

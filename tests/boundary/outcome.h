@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "host/error.h"
-#include "host/standalone/standalone_host.h"
+#include "mex/host/error.h"
+#include "mex/standalone/standalone_host.h"
 
 namespace kestrel {
 

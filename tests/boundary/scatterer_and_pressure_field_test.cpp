@@ -1,10 +1,10 @@
 #include <complex>
 #include <gtest/gtest.h>
 
-#include "host/standalone/standalone_host.h"
-#include "transducers/debug_m128.h"
-#include "transducers/pressure_field.h"
-#include "transducers/scatterer.h"
+#include "elements/debug_m128.h"
+#include "elements/pressure_field.h"
+#include "elements/scatterer.h"
+#include "mex/standalone/standalone_host.h"
 
 namespace kestrel {
 namespace {

@@ -1,6 +1,6 @@
 // The standalone host stands in for MATLAB in all other tests: what they rely on.
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

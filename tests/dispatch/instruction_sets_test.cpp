@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 #include "numerics/instruction_set.h"
 #include "tests/support/reference_fields.h"
 #include "tests/support/transient_situation.h"

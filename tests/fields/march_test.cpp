@@ -1,14 +1,13 @@
 // Nonlinear beams of whole arrays: what each element's own method gives, whatever the threads; all
 // harmonics from one march; progress, cancelling, and what is refused.
 
-#include "fields/march.h"
-
 #include <cmath>
 #include <gtest/gtest.h>
 #include <vector>
 
 #include "arrays.h"
 #include "boundary/outcome.h"
+#include "fields/kzk_array.h"
 #include "fields/transient_field.h"
 #include "support/transient_situation.h"
 

@@ -8,7 +8,7 @@
 
 #include "arrays.h"
 #include "boundary/outcome.h"
-#include "fields/element_worker.h"
+#include "fields/array_tile.h"
 #include "support/transient_situation.h"
 
 namespace kestrel::fields {

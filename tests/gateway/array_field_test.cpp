@@ -3,7 +3,7 @@
 #include <complex>
 #include <gtest/gtest.h>
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 
 namespace kestrel::standalone {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 #include "tests/support/allocations.h"
 #include "tests/support/situation.h"
 

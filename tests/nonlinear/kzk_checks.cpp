@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "methods/kzk/burgers_step.h"
+#include "methods/kzk/nonlinear_step.h"
+#include "methods/kzk/wave_beam.h"
 #include "tests/nonlinear/reference_fields.h"
-#include "transducers/kernels/kzk_burgers_step.h"
-#include "transducers/kernels/kzk_nonlinear_step.h"
-#include "transducers/kernels/kzk_wave_beam.h"
 
 namespace kestrel::checks {
 

@@ -3,9 +3,9 @@
 #include <complex>
 #include <vector>
 
-#include "transducers/kernels/kzk_cw_march.h"
-#include "transducers/kernels/kzk_harmonic_beam.h"
-#include "transducers/kernels/kzk_transient_march.h"
+#include "methods/kzk/cw_march.h"
+#include "methods/kzk/harmonic_beam.h"
+#include "methods/kzk/transient_march.h"
 
 /// The checks that the tests and the validation table (docs/validate_kzk.cpp) share. Each returns
 /// what was measured; who calls it knows what is acceptable.

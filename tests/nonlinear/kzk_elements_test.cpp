@@ -9,10 +9,10 @@
 #include <numbers>
 #include <vector>
 
+#include "elements/circular_transducer.h"
+#include "elements/spherical_transducer.h"
 #include "excitation/hanning_pulse.h"
-#include "host/standalone/standalone_host.h"
-#include "transducers/circular_transducer.h"
-#include "transducers/spherical_transducer.h"
+#include "mex/standalone/standalone_host.h"
 
 namespace kestrel {
 namespace {

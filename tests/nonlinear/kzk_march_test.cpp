@@ -8,10 +8,10 @@
 #include <thread>
 #include <vector>
 
+#include "methods/kzk/nonlinear_step.h"
+#include "methods/kzk/wave_diffraction.h"
 #include "numerics/instruction_set.h"
 #include "tests/nonlinear/kzk_checks.h"
-#include "transducers/kernels/kzk_nonlinear_step.h"
-#include "transducers/kernels/kzk_wave_diffraction.h"
 
 /// What a march does with its input: every kind of bad input, and what must not change a result.
 

@@ -2,20 +2,25 @@
 cmake_minimum_required(VERSION 3.25)
 
 # What only the sources beside it need.
-set(internal inputs/sample_count.h inputs/structure_reader.h
-  fields/direct_field.h fields/element_worker.h fields/error_estimate.h fields/march.h
-  fields/node_rule.h
-  fields/points.h fields/reuse_plan.h fields/reused_field.h fields/sampled_field.h)
+set(internal inputs/sample_count.h
+  elements/cap_methods.h elements/disc_methods.h
+  fields/array_tile.h fields/direct_field.h fields/error_estimate.h fields/kzk_array.h
+  fields/node_rule.h fields/points.h fields/pointwise_field.h fields/reuse_plan.h
+  fields/reused_field.h)
 
-file(GLOB missed RELATIVE "${root}"
-  "${root}/inputs/*.h" "${root}/excitation/*.h" "${root}/transducers/*.h" "${root}/fields/*.h")
+file(GLOB missed RELATIVE "${root}/src"
+  "${root}/src/inputs/*.h" "${root}/src/excitation/*.h" "${root}/src/elements/*.h"
+  "${root}/src/fields/*.h")
 list(REMOVE_ITEM missed ${internal})
 
-set(ahead kestrel/kestrel.h)
+set(ahead ../include/kestrel/kestrel.h)
 while(ahead)
   list(POP_FRONT ahead header)
   list(REMOVE_ITEM missed ${header})
-  file(STRINGS "${root}/${header}" lines REGEX "^#include \"")
+  if(NOT EXISTS "${root}/src/${header}")
+    continue()  # a header of the host
+  endif()
+  file(STRINGS "${root}/src/${header}" lines REGEX "^#include \"")
   foreach(line IN LISTS lines)
     string(REGEX REPLACE "^#include \"(.*)\".*" "\\1" included "${line}")
     if(included IN_LIST missed)

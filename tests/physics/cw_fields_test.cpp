@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 #include "tests/support/situation.h"
 #include "tests/support/surface_integral.h"
 

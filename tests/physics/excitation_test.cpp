@@ -13,8 +13,8 @@
 #include "excitation/signal_rate.h"
 #include "excitation/t_cubed_pulse.h"
 #include "excitation/tone_burst.h"
-#include "host/standalone/standalone_host.h"
 #include "inputs/time_samples.h"
+#include "mex/standalone/standalone_host.h"
 #include "numerics/four_wide_math.h"
 
 namespace kestrel {

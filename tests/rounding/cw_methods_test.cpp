@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 #include "numerics/instruction_set.h"
 #include "tests/support/reference_fields.h"
 

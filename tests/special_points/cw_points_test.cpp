@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/standalone/standalone_host.h"
+#include "mex/standalone/standalone_host.h"
 #include "numerics/instruction_set.h"
 #include "tests/support/reference_fields.h"
 #include "tests/support/surface_integral.h"

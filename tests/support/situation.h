@@ -9,14 +9,14 @@
 #include <utility>
 #include <vector>
 
+#include "elements/circular_transducer.h"
+#include "elements/rectangular_transducer.h"
+#include "elements/ring_transducer.h"
+#include "elements/spherical_ring_transducer.h"
+#include "elements/spherical_transducer.h"
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
-#include "transducers/circular_transducer.h"
-#include "transducers/rectangular_transducer.h"
-#include "transducers/ring_transducer.h"
-#include "transducers/spherical_ring_transducer.h"
-#include "transducers/spherical_transducer.h"
 
 namespace kestrel::test {
 

@@ -11,10 +11,10 @@
 #include "excitation/signal_rate.h"
 #include "excitation/t_cubed_pulse.h"
 #include "excitation/tone_burst.h"
-#include "host/standalone/standalone_host.h"
 #include "inputs/time_samples.h"
+#include "methods/transient/impulse_response.h"
+#include "mex/standalone/standalone_host.h"
 #include "tests/support/situation.h"
-#include "transducers/kernels/impulse_response.h"
 
 namespace kestrel::test {
 

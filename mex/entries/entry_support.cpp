@@ -1,0 +1,180 @@
+#include "mex/entries/entry_support.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <new>
+
+#include "mex/host/host.h"
+#include "mex/readers/element_reader.h"
+#include "mex/readers/structure_reader.h"
+
+namespace kestrel::gateway {
+
+std::vector<fields::Element> read_elements(const mxArray* array) {
+  if (mxIsEmpty(array) && !mxIsStruct(array)) return {};
+  if (!mxIsStruct(array)) {
+    host::fail("the array must be a structure array of elements, as kestrel.rectangle returns.");
+  }
+  const std::size_t count = mxGetNumberOfElements(array);
+  if (count > static_cast<std::size_t>(INT_MAX)) host::fail("the array has %zu elements.", count);
+  std::vector<fields::Element> elements;
+  elements.reserve(count);
+  for (const char* field : {"shape", "center", "euler"}) {
+    if (count > 0 && !has_field(array, field)) host::fail("the array lacks the field '%s'.", field);
+  }
+  for (int i = 0; i < static_cast<int>(count); ++i) {
+    refuse_complex_weight(array, i);
+    elements.push_back(read_element(array, i));
+  }
+  return elements;
+}
+
+std::string text_option(const mxArray* options, const char* field) {
+  char text[64] = "";
+  const mxArray* value = field_value(options, field);
+  if (value == nullptr || !mxIsChar(value) || mxGetString(value, text, sizeof text) != 0) {
+    host::fail("the option '%s' must be text.", field);
+  }
+  return text;
+}
+
+double number_option(const mxArray* options, const char* field) {
+  return read_scalar(field_value(options, field), "options", field);
+}
+
+const fields::Method* read_method(const mxArray* options, std::span<const fields::Method> methods) {
+  const std::string name = text_option(options, "method");
+  for (const fields::Method& method : methods) {
+    if (name == method.name) return &method;
+  }
+  host::fail("unknown method '%s'; the methods are %s.", name.c_str(),
+             fields::list_names(methods).c_str());
+}
+
+kzk::Parameters read_march(const mxArray* options, bool pulse) {
+  struct Field {
+    const char* name;
+    float kzk::Parameters::*number;
+    int kzk::Parameters::*count;
+  };
+  using P = kzk::Parameters;
+  constexpr Field kPulse[] = {{"step", &P::step_factor, nullptr},
+                              {"radial_step", &P::radial_step, nullptr},
+                              {"radius", &P::domain_radius, nullptr},
+                              {"samples", &P::samples_per_period, nullptr},
+                              {"guard", &P::guard_periods, nullptr}};
+  constexpr Field kWave[] = {kPulse[0],
+                             kPulse[1],
+                             kPulse[2],
+                             {"harmonics", nullptr, &P::harmonics},
+                             {"harmonic", nullptr, &P::harmonic}};
+  const std::span<const Field> fields = pulse ? std::span<const Field>(kPulse) : kWave;
+  std::string names;
+  for (const Field& field : fields) names += (names.empty() ? "" : ", ") + std::string(field.name);
+
+  kzk::Parameters march;
+  const mxArray* given = field_value(options, "kzk");
+  if (given == nullptr || (mxIsNumeric(given) && mxIsEmpty(given))) return march;
+  if (!mxIsStruct(given) || mxGetNumberOfElements(given) != 1) {
+    host::fail("the option 'kzk' must be one structure with some of the fields %s.", names.c_str());
+  }
+  for (int i = 0; i < mxGetNumberOfFields(given); ++i) {
+    const char* name = mxGetFieldNameByNumber(given, i);
+    const auto field = std::find_if(fields.begin(), fields.end(), [&](const Field& f) {
+      return std::string_view(f.name) == name;
+    });
+    if (field == fields.end()) {
+      host::fail("the option 'kzk' has a field '%s'; what it may have is %s.", name, names.c_str());
+    }
+    const mxArray* entry = mxGetFieldByNumber(given, 0, i);
+    if (entry == nullptr || (mxIsNumeric(entry) && mxIsEmpty(entry))) continue;  // the default
+    const double value = read_scalar(entry, "option 'kzk'", name);
+    if (field->number != nullptr) {
+      march.*field->number = static_cast<float>(value);
+    } else if (!std::isnan(value)) {  // which means the default, as 0 does
+      if (value != std::floor(value)) {
+        host::fail("the option 'kzk': %s must be a whole number, but it is %g.", name, value);
+      }
+      march.*field->count = static_cast<int>(std::clamp(value, -1.0, 1e6));
+    }
+  }
+  return march;
+}
+
+int read_threads(const mxArray* options) {
+  constexpr double kMost = 1024;
+  const double threads = number_option(options, "threads");
+  if (!(threads >= 0 && threads <= kMost && threads == std::floor(threads))) {
+    host::fail("threads must be a whole number from 0 to %g, but it is %g.", kMost, threads);
+  }
+  return static_cast<int>(threads);
+}
+
+int read_nodes(const mxArray* ndiv) {
+  const double nodes = read_scalar(ndiv, "argument", "ndiv");
+  if (!(nodes >= 1 && nodes <= INT_MAX && nodes == std::floor(nodes))) {
+    host::fail("ndiv must be a whole number of at least 1, but it is %g.", nodes);
+  }
+  return static_cast<int>(nodes);
+}
+
+bool Console::operator()(double fraction) {
+  if (host::interrupted()) return false;
+  const double now = seconds();
+  if (_prints && now >= _next) {
+    if (fraction > 0) {
+      host::print("%s: %3.0f %%, %.0f s left\n", _entry, 100 * fraction,
+                  std::ceil(now * (1 - fraction) / fraction));
+    } else {
+      host::print("%s:   0 %%, %.0f s so far\n", _entry, now);
+    }
+    _next = now + kPeriod;
+  }
+  return true;
+}
+
+void Console::announce(double seconds) const {
+  constexpr double kLong = 6;
+  if (_prints && seconds > kLong) host::print("%s: this takes about %.0f s\n", _entry, seconds);
+}
+
+std::vector<std::size_t> result_size(const CoordinateGrid& grid) {
+  const auto extent = [](int n) { return static_cast<std::size_t>(n); };
+  if (!grid.regular()) return {extent(grid.npoints())};
+  return {extent(grid.nx()), extent(grid.ny()), extent(grid.nz())};
+}
+
+void warn_of_values_that_are_not_finite(const char* entry, std::size_t total,
+                                        const CoordinateGrid& grid,
+                                        const std::function<bool(std::size_t)>& finite) {
+  std::size_t count = 0, first = 0;
+  for (std::size_t i = total; i-- > 0;) {
+    if (finite(i)) continue;
+    ++count;
+    first = i;
+  }
+  if (count == 0) return;
+  const int point = static_cast<int>(first % static_cast<std::size_t>(grid.npoints()));
+  const CartesianCoordinate p = grid.spatial_index_value(point);
+  char text[256];
+  std::snprintf(text, sizeof text,
+                "%s: %zu of %zu pressures are NaN or Inf, the first at point %d, (%g, %g, %g) m.",
+                entry, count, total, point + 1, p.x, p.y, p.z);
+  host::warn(text);
+}
+
+void run_named(const char* entry, const std::function<void()>& body) {
+  std::string text;
+  try {
+    return body();
+  } catch (const Error& error) {
+    text = error.what();
+  } catch (const std::bad_alloc&) {
+    text = "Out of memory.";
+  }
+  throw Error(entry + (": " + text));
+}
+
+}  // namespace kestrel::gateway

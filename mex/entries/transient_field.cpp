@@ -1,0 +1,146 @@
+/// The compiled half of `kestrel.transient_field`: transient pressure of a whole array on a grid.
+///
+///     [p, info] = transient_field (array, grid, medium, time, ndiv, excitation, options)
+///
+/// `options` is a structure with the fields method (text), threads (0: all), progress, kzk
+/// (structure, or empty).
+
+#include "fields/transient_field.h"
+
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <vector>
+
+#include "excitation/excitation_function.h"
+#include "inputs/coordinate_grid.h"
+#include "inputs/medium.h"
+#include "inputs/time_samples.h"
+#include "mex/entries/entry_support.h"
+#include "mex/host/entry.h"
+#include "mex/host/host.h"
+
+namespace kestrel::gateway {
+
+namespace {
+
+constexpr char kEntry[] = "kestrel.transient_field";
+
+enum Argument { kArray, kGrid, kMedium, kTime, kNdiv, kExcitation, kOptions, kArguments };
+
+/// The excitations of a structure made by set_excitation_function, owned.
+class Excitations {
+ public:
+  /// A single row is read once, however many elements it drives.
+  Excitations(const mxArray* structure, std::size_t elements) {
+    const bool shared = mxIsStruct(structure) && mxGetNumberOfElements(structure) == 1;
+    std::vector<ExcitationFunction*> read;
+    ExcitationFunction::excitation_vector(&read, structure,
+                                          shared ? 1 : static_cast<int>(elements));
+    for (ExcitationFunction* excitation : read) _owned.emplace_back(excitation);
+    _view.assign(read.begin(), read.end());
+  }
+  const std::vector<const ExcitationFunction*>& view() const { return _view; }
+
+ private:
+  std::vector<std::unique_ptr<ExcitationFunction>> _owned;
+  std::vector<const ExcitationFunction*> _view;
+};
+
+/// The grid's shape with time as the last dimension.
+mxArray* create_result(const CoordinateGrid& grid, int samples) {
+  std::vector<mwSize> dimensions;
+  for (const std::size_t extent : result_size(grid))
+    dimensions.push_back(static_cast<mwSize>(extent));
+  dimensions.push_back(static_cast<mwSize>(samples));
+  const double values = static_cast<double>(grid.npoints()) * samples;
+  if (values > static_cast<double>(std::numeric_limits<std::ptrdiff_t>::max()) / sizeof(double)) {
+    host::fail("Out of memory: the result has too many points.");
+  }
+  mxArray* result = nullptr;
+  try {
+    result = mxCreateNumericArray(dimensions.size(), dimensions.data(), mxDOUBLE_CLASS, mxREAL);
+  } catch (const std::bad_alloc&) {  // Octave's way to say so
+  }
+  if (result == nullptr) {
+    host::fail("Out of memory: the result of %d points and %d times cannot be created.",
+               grid.npoints(), samples);
+  }
+  return result;
+}
+
+mxArray* describe(const fields::TransientReport& report,
+                  const fields::TransientSettings& settings) {
+  const char* fields[] = {"method", "time",   "nodes",        "threads", "instruction_set",
+                          "memory", "planes", "radial_nodes", "samples"};
+  // The last three are of a march.
+  const int count = static_cast<int>(std::size(fields)) - (settings.method->marched ? 0 : 3);
+  mxArray* info = mxCreateStructMatrix(1, 1, count, fields);
+  const auto set = [&](const char* field, mxArray* value) { mxSetField(info, 0, field, value); };
+  set("method", mxCreateString(settings.method->name));
+  set("time", mxCreateDoubleScalar(report.seconds));
+  set("nodes", mxCreateDoubleScalar(settings.nodes));
+  set("threads", mxCreateDoubleScalar(report.threads));
+  set("instruction_set", mxCreateString(name(report.instruction_set)));
+  set("memory", mxCreateDoubleScalar(report.memory));
+  if (settings.method->marched) {
+    set("planes", mxCreateDoubleScalar(static_cast<double>(report.march.planes)));
+    set("radial_nodes", mxCreateDoubleScalar(static_cast<double>(report.march.nodes)));
+    set("samples", mxCreateDoubleScalar(static_cast<double>(report.march.unknowns)));
+  }
+  return info;
+}
+
+void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
+  if (nrhs != kArguments || nlhs > 2) {
+    host::fail(
+        "expected [p, info] = transient_field(array, grid, medium, time, ndiv, excitation, "
+        "options).");
+  }
+  const std::vector<fields::Element> elements = read_elements(prhs[kArray]);
+  CoordinateGrid grid;
+  grid.allocate_memory_and_set_values(&prhs[kGrid]);
+  const Medium medium(&prhs[kMedium]);
+  TimeSamples time;
+  // An axis that is a list prints every time as it reads it, which nobody asked for here; what it
+  // prints before an error belongs to that.
+  host::Messages said;
+  try {
+    const host::Detached quiet(said);
+    time.allocate_memory_and_set_values(&prhs[kTime]);
+  } catch (const Error&) {
+    said.replay();
+    throw;
+  }
+  const Excitations excitations(prhs[kExcitation], elements.size());
+
+  fields::TransientSettings settings;
+  settings.method = read_method(prhs[kOptions], fields::transient_methods());
+  if (!settings.method->marched) settings.nodes = read_nodes(prhs[kNdiv]);
+  Console console(kEntry, number_option(prhs[kOptions], "progress") != 0);
+  read_run(settings, prhs[kOptions], true, console);
+
+  mxArray* result = create_result(grid, time.nt());
+  double* pressure = mxGetDoubles(result);
+  const fields::TransientReport report = fields::compute_transient_field(
+      elements, grid, medium, time, excitations.view(), settings, pressure);
+  warn_of_values_that_are_not_finite(
+      kEntry, static_cast<std::size_t>(grid.npoints()) * static_cast<std::size_t>(time.nt()), grid,
+      [&](std::size_t i) { return std::isfinite(pressure[i]); });
+  plhs[0] = result;
+  if (nlhs > 1) plhs[1] = describe(report, settings);
+}
+
+}  // namespace
+
+}  // namespace kestrel::gateway
+
+extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
+  using namespace kestrel;
+  host::run_entry(
+      [&] {
+        gateway::run_named(gateway::kEntry, [&] { gateway::compute(nlhs, plhs, nrhs, prhs); });
+      },
+      "kestrel:field");
+}

@@ -1,0 +1,208 @@
+#include "elements/transducer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+
+#include "mex/host/host.h"
+
+namespace kestrel {
+
+void Transducer::debug(int level) {
+  const auto line = [](const char* label, const auto& value) {
+    std::cout << label << value << std::endl;
+  };
+  line("Center Coordinates Address:", static_cast<const void*>(&_center));
+  line("center.x:", _center.x);
+  line("center.y:", _center.y);
+  line("center.z:", _center.z);
+  line("Euler Angles Address:", static_cast<const void*>(&_euler));
+  line("euler.x:", _euler.x);
+  line("euler.y:", _euler.y);
+  line("euler.z:", _euler.z);
+  line("Main obs grid address: ", static_cast<const void*>(_global_coordinate_grid));
+  line("Parameters address: ", static_cast<const void*>(_medium));
+  line("Amplitude: ", _amplitude);
+  line("Phase: ", _phase);
+  if (level < 2) return;
+
+  line("Parameters Used:", "");
+  if (_medium != nullptr) {
+    line("FS:", _medium->_fs);
+    line("F0:", _medium->_f0);
+    line("c_sound:", _medium->_soundspeed);
+    line("atten:", _medium->_dBcmMHz);
+    line("rho_den:", _medium->_rho_density);
+  }
+  line("Local information", "");
+  line("Global information", "");
+  if (const CoordinateGrid* grid = _global_coordinate_grid) {
+    line("Number of obs points:", grid->npoints());
+    std::cout << "X-range:" << grid->xmin() << " to " << grid->xmax() << std::endl;
+    std::cout << "Y-range:" << grid->ymin() << " to " << grid->ymax() << std::endl;
+    std::cout << "Z-range:" << grid->zmin() << " to " << grid->zmax() << std::endl;
+  }
+  line("Integral info", "");
+  if (level < 3) return;
+  line("Coordinates to calculate", "");
+}
+
+void Transducer::mex_debug(int level) {
+  host::print("Element center: (%e, %e, %e)\n", _center.x, _center.y, _center.z);
+  host::print("Element Euler angles: (%e, %e, %e)\n", _euler.x, _euler.y, _euler.z);
+  host::print("Amplitude: %e\n", _amplitude);
+  host::print("Phase: %e\n", _phase);
+  host::print("Time Delay: %e\n", _time_delay);
+  host::print("Complex Weight: %e + %e i\n", _complex_weight.real(), _complex_weight.imag());
+  if (level < 2) return;
+
+  host::print("Parameters:\n");
+  if (_medium != nullptr) {
+    host::print("fs: %f\n", _medium->_fs);
+    host::print("f0: %f\n", _medium->_f0);
+    host::print("c: %f\n", _medium->_soundspeed);
+    host::print("attenuation: %f\n", _medium->_dBcmMHz);
+    host::print("density: %f\n", _medium->_rho_density);
+  }
+  host::print("\nCoordinate grid:\n");
+  if (const CoordinateGrid* grid = _global_coordinate_grid) {
+    host::print("x range: %f to %f\n", grid->xmin(), grid->xmax());
+    host::print("y range: %f to %f\n", grid->ymin(), grid->ymax());
+    host::print("z range: %f to %f\n", grid->zmin(), grid->zmax());
+  }
+}
+
+void Transducer::set_center(CartesianCoordinate center) { _center = center; }
+void Transducer::set_center(double* center) { _center = {center[0], center[1], center[2]}; }
+void Transducer::set_center(double x, double y, double z) { _center = {x, y, z}; }
+
+void Transducer::set_euler(CartesianCoordinate angles) { _euler = angles; }
+void Transducer::set_euler(double* angles) { _euler = {angles[0], angles[1], angles[2]}; }
+void Transducer::set_euler(double e0, double e1, double e2) { _euler = {e0, e1, e2}; }
+
+void Transducer::renew_complex_weight() {
+  _complex_weight = {_amplitude * std::cos(_phase), _amplitude * std::sin(_phase)};
+}
+
+void Transducer::set_amplitude(double amplitude) {
+  _amplitude = amplitude;
+  renew_complex_weight();
+}
+
+void Transducer::set_phase(double phase) {
+  _phase = phase;
+  renew_complex_weight();
+}
+
+void Transducer::set_complex_weight(double* re, double* im) {
+  _complex_weight = {*re, im == nullptr ? 0.0 : *im};
+  host::warn(
+      "KESTREL no longer uses the complex_weight property. Please use phase and amplitude "
+      "instead.");
+}
+
+void Transducer::set_time_delay(double seconds) { _time_delay = seconds; }
+void Transducer::set_piston_apodization_index(int index) { _piston_apodization_index = index; }
+double Transducer::get_amplitude() const { return _amplitude; }
+double Transducer::get_phase() const { return _phase; }
+int Transducer::get_piston_apodization_index() const { return _piston_apodization_index; }
+
+double Transducer::get_impulse_end_time() const {
+  if (_impulse_end_time < 0.0) {
+    host::warn("Impulse end time used before impulse_begin_and_end_times was called.\n");
+  }
+  return _impulse_end_time;
+}
+
+void Transducer::set_global_coordinate_grid(CoordinateGrid* grid) {
+  _global_coordinate_grid = grid;
+}
+void Transducer::set_integral_pointer(NumericalIntegration* integral) { _integral = integral; }
+void Transducer::set_medium(Medium* medium) { _medium = medium; }
+void Transducer::set_time_vector(TimeSamples* time) { _time_vector = time; }
+
+void Transducer::set_complex_pressure_pointers(double* re, double* im) {
+  _real_pressure = re;
+  _imaginary_pressure = im;
+  _transient_pressure = nullptr;
+}
+
+void Transducer::set_transient_pressure_pointer(double* pressure) {
+  _transient_pressure = pressure;
+  _real_pressure = nullptr;
+  _imaginary_pressure = nullptr;
+}
+
+void Transducer::InitializeRotationMatrix() {
+  const double s0 = std::sin(_euler.x), c0 = std::cos(_euler.x);
+  const double s1 = std::sin(_euler.y), c1 = std::cos(_euler.y);
+  const double s2 = std::sin(_euler.z), c2 = std::cos(_euler.z);
+  _rotation[0][0] = c0 * c2 + s0 * s1 * s2;
+  _rotation[0][1] = c1 * s2;
+  _rotation[0][2] = c0 * s1 * s2 - s0 * c2;
+  _rotation[1][0] = s0 * s1 * c2 - c0 * s2;
+  _rotation[1][1] = c1 * c2;
+  _rotation[1][2] = s0 * s2 + c0 * s1 * c2;
+  _rotation[2][0] = s0 * c1;
+  _rotation[2][1] = -s1;
+  _rotation[2][2] = c0 * c1;
+}
+
+CartesianCoordinate Transducer::rotateTranslate(CartesianCoordinate const& point) {
+  const double dx = point.x - _center.x;
+  const double dy = point.y - _center.y;
+  const double dz = point.z - _center.z;
+  const auto row = [&](const double* r) { return r[0] * dx + r[1] * dy + r[2] * dz; };
+  return {row(_rotation[0]), row(_rotation[1]), row(_rotation[2])};
+}
+
+template <class Sample>
+void Transducer::superpose_samples(int point, const Sample* trace, int samples) {
+  const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
+  double* entry = _transient_pressure + point;
+  for (int k = 0; k < samples; ++k, entry += npoints) *entry += static_cast<double>(trace[k]);
+}
+
+void Transducer::superpose_transient_pressure(int const& i, double const* trace) {
+  superpose_samples(i, trace, _time_vector->nt());
+}
+void Transducer::superpose_transient_pressure(int const& i, float const* trace) {
+  superpose_samples(i, trace, _time_vector->nt());
+}
+void Transducer::call_superpose_transient_pressure(int const& i, double const* trace) {
+  superpose_samples(i, trace, _time_vector->nt_local());
+}
+
+template <class Sample>
+void Transducer::superpose_traces(const int* points, int count, const Sample* traces, int stride,
+                                  int samples) {
+  const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
+  double* sample = _transient_pressure;
+  for (int k = 0; k < samples; ++k, sample += npoints) {
+    const Sample* trace = traces + k;
+    for (int j = 0; j < count; ++j, trace += stride) {
+      sample[points[j]] += static_cast<double>(*trace);
+    }
+  }
+}
+void Transducer::superpose_transient_pressures(int const* points, int count, double const* traces,
+                                               int stride, int samples) {
+  superpose_traces(points, count, traces, stride, samples);
+}
+void Transducer::superpose_transient_pressures(int const* points, int count, float const* traces,
+                                               int stride, int samples) {
+  superpose_traces(points, count, traces, stride, samples);
+}
+
+void Transducer::zerofill_complex_pressure() {
+  const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
+  std::fill_n(_real_pressure, npoints, 0.0);
+  std::fill_n(_imaginary_pressure, npoints, 0.0);
+}
+
+void Transducer::zerofill_transient_pressure() {
+  const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
+  std::fill_n(_transient_pressure, npoints * static_cast<std::size_t>(_time_vector->nt()), 0.0);
+}
+
+}  // namespace kestrel

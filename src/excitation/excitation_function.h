@@ -1,0 +1,154 @@
+#pragma once
+
+#include <complex>
+#include <vector>
+
+#include "inputs/time_samples.h"
+#include "mex/host/host.h"
+#include "mex/host/mex_api.h"
+
+namespace kestrel {
+
+/// The signal that drives one element: its value and rate at a time, and its time-space
+/// decomposition (TSD)
+///
+///     f(t - tau) = sum over k of spatial_k(tau) * temporal_k(t),
+///
+/// by which the terms of all delays of a field can be summed before the time axis is walked.
+/// Spatial terms are one value per term; temporal terms are term-major, out[k * nt + i] for term k
+/// and sample i.
+///
+/// This class is the signal given by samples, held as the one-sided lines of its discrete Fourier
+/// transform; `ToneBurst`, `HanningPulse` and `TCubedPulse` are analytic. All times in seconds.
+///
+/// What a user of the sampled signal must know (results depend on it, so it stays):
+///   - `at` gives every line the factor 2, the zero-frequency and the Nyquist line included: a mean
+///     counts twice. The complex TSD terms weigh those two lines once where they are marked.
+///   - `derivative` lacks the factor omega of each line. `signal_rate` has the true rate.
+///   - The real TSD terms are not a decomposition of f(t - tau); the complex ones are (real part).
+class ExcitationFunction {
+ public:
+  /// No signal: zero everywhere.
+  ExcitationFunction() = default;
+
+  /// A signal of samples `ts` apart, zero outside 0 <= t <= w. `signal` is a row of real doubles;
+  /// the number of samples is its number of columns, so a column is one sample. Its transform is
+  /// taken by the host's own "fft". With an odd number of samples the highest line is dropped (so
+  /// one sample has no line at all).
+  ///
+  /// Lines are kept whose magnitude exceeds `clip_threshold` times the largest; a negative
+  /// threshold is in decibels, 10^(clip_threshold / 10). Zero keeps every line that is above zero
+  /// and marks the zero-frequency line; lines of no magnitude are moved out, and where the
+  /// transform came back real its negative lines are too (if the zero-frequency line is one of
+  /// them, the first line kept is weighed in its place). Any other threshold leaves the
+  /// zero-frequency line unmarked.
+  ExcitationFunction(const mxArray* signal, double ts, double w, double clip_threshold, int type);
+
+  ExcitationFunction(const ExcitationFunction&) = delete;
+  ExcitationFunction& operator=(const ExcitationFunction&) = delete;
+
+  // The order of the virtual functions is part of the interface.
+  virtual void spatial_tsd(double* out, const double& tau) const;
+  virtual void spatial_tsd(float* out, const float& tau) const;
+  /// Terms at t_i - t0 for the first `nt` samples of the axis.
+  virtual void temporal_tsd(double* out, const TimeSamples* axis, const int& nt,
+                            const double& t0) const;
+  virtual void temporal_tsd(float* out, const TimeSamples* axis, const int& nt,
+                            const float& t0) const;
+  virtual double at(const double& t) const;
+  virtual double derivative(const double& t) const;
+  virtual int number_of_tsd_terms() const;
+  virtual int get_nxtimesamples() const { return _nxtimesamples; }
+  virtual double get_pulse_width() const { return _pulse_width; }
+  virtual double get_A0() const { return _a0; }
+  virtual double get_f0() const { return _f0; }
+  virtual double get_B() const { return _b; }
+  /// 0 samples, 1 tone burst, 2 Hanning pulse, 3 t-cubed pulse.
+  virtual int get_type() const { return _type; }
+  /// Position of the zero-frequency line among the kept lines; -1 when not marked.
+  virtual int get_dc_index() const { return _dc_index; }
+  /// Position of the Nyquist line; not a position of any line when that was not kept.
+  virtual int get_nyquist_index() const { return _nyquist_index; }
+  /// Angular frequencies of the lines, rad/s; the object's own array.
+  virtual const double* get_omega_array() const { return _omega.data(); }
+  /// A new array with the real (imaginary) parts of the lines. The caller deletes it (`delete[]`).
+  virtual double* get_frequency_domain_input_signal_real() const;
+  virtual double* get_frequency_domain_input_signal_imag() const;
+  virtual ~ExcitationFunction() = default;
+
+  /// Of a sampled signal, seconds; 0 for an analytic one.
+  double sampling_interval() const { return _ts; }
+
+  /// The signal that the exact terms below give: `at`, but with the zero-frequency and Nyquist
+  /// lines of a sampled signal counted once where they are marked.
+  double exact_at(double t) const;
+
+  /// Where the signal's power lies, Hz: f0 of an analytic pulse, of a sampled signal the mean
+  /// frequency of its lines weighed by their power, but at least one period in its support. 0
+  /// without a signal.
+  double mean_frequency() const;
+
+  // What the field methods sum: a decomposition whose products give the signal itself, once, many
+  // delays or times in a call. Sampled signals give the real and the imaginary part of each complex
+  // term as two real ones. Output is term-major, out[k * n + i], at tau[i] - reference or
+  // t[i] - reference.
+  virtual int number_of_exact_terms() const;
+  virtual void exact_spatial_terms(double* out, const double* tau, int n, double reference) const;
+  virtual void exact_temporal_terms(double* out, const double* t, int n, double reference) const;
+  /// The spatial terms of an analytic pulse in single precision, four delays at a time (n a
+  /// multiple of four). A sampled signal has none and fails.
+  virtual void four_wide_spatial_terms(float* out, const double* tau, int n,
+                                       double reference) const;
+
+  /// The TSD of a sampled signal in complex form: f(t - tau) is the real part of the sum.
+  void spatial_tsd(std::complex<double>* out, const double& tau) const;
+  void temporal_tsd(std::complex<double>* out, const TimeSamples* axis, const int& nt,
+                    const double& t0) const;
+
+  /// Appends one new object per element, which the caller deletes, from the structure made by
+  /// `set_excitation_function`: its one row serves all elements, or row i serves element i. Appends
+  /// nothing when it fails.
+  static void excitation_vector(std::vector<ExcitationFunction*>* out, const mxArray* structure,
+                                int nelements);
+
+ protected:
+  /// An analytic pulse.
+  ExcitationFunction(double a0, double f0, double pulse_width, double b, int type);
+
+  static constexpr double _two_pi = 6.28318530717958;
+
+  int _type = 0;
+  double _a0 = 0.0;           ///< amplitude
+  double _f0 = 0.0;           ///< centre frequency, Hz
+  double _b = 0.0;            ///< decay rate of the t-cubed pulse, 1/s
+  double _pulse_width = 0.0;  ///< support of the signal, s
+  double _omega0 = 0.0;       ///< 2 pi f0
+  double _omegaw = 0.0;       ///< 2 pi / pulse_width
+
+ private:
+  /// 1 for a marked zero-frequency or Nyquist line, 2 for a line that stands for a pair.
+  double line_weight(int j) const { return j == _dc_index || j == _nyquist_index ? 1.0 : 2.0; }
+  void keep_lines(const host::Array<std::complex<double>>& lines,
+                  const host::Array<double>& magnitudes, double clip_threshold);
+  double sum_of_lines(double t, double (*wave)(double)) const;
+  template <class Real>
+  void write_spatial_terms(Real* out, double tau) const;
+  template <class Real>
+  void write_temporal_terms(Real* out, const TimeSamples& axis, int nt, double t0) const;
+
+  int _nxtimesamples = 0;
+  int _nterms = 0;  ///< kept lines
+  int _nyquist_index = 0;
+  int _dc_index = 0;
+  host::Array<std::complex<double>> _spectrum;
+  host::Array<double> _samples;
+  host::Array<double> _omega;
+  host::Array<double> _line_amplitude;  ///< 2 |X_j| / N
+  host::Array<double> _line_phase;
+  double _ts = 0.0;
+};
+
+/// True for 1, 2, 4, 8 and so on.
+bool isPowerOfTwo(int n);
+
+}  // namespace kestrel

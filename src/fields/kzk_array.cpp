@@ -1,0 +1,325 @@
+#include "fields/kzk_array.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <variant>
+
+#include "methods/kzk/element_methods.h"
+#include "mex/host/host.h"
+
+namespace kestrel::fields {
+
+namespace {
+
+struct ApertureOf {
+  kzk::Aperture operator()(const Circle& circle) const { return {circle.radius, 0}; }
+  kzk::Aperture operator()(const Shell& shell) const { return {shell.radius, shell.rad_curvature}; }
+  template <class Other>
+  kzk::Aperture operator()(const Other&) const {
+    host::fail("only circles and shells can be marched.");
+  }
+};
+
+/// An element on a grid, with what its march is made from.
+struct PlacedElement {
+  std::unique_ptr<Transducer> transducer;
+  kzk::Aperture aperture;
+  std::vector<kzk::Point> points;
+};
+
+/// The marches of an array, by the number of the element.
+class ArrayMarch {
+ public:
+  explicit ArrayMarch(const MarchJob& job) : _job(job), _medium(job.medium) {}
+  virtual ~ArrayMarch() = default;
+
+  virtual const char* method() const = 0;
+  /// The size of the element's march to the points of `grid`.
+  virtual kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) = 0;
+  struct Marched {
+    kzk::Report report;
+    kzk::Cost cost;
+    std::function<void()> add;  ///< adds the beam to the result
+  };
+  /// Called by several threads at a time, for different elements.
+  virtual Marched march(std::size_t element, int threads, const kzk::Progress& progress) = 0;
+
+ protected:
+  PlacedElement place(std::size_t number, const CoordinateGrid& grid) {
+    const Element& element = _job.elements[number];
+    PlacedElement placed;
+    placed.transducer = make_transducer(element);
+    placed.transducer->set_medium(&_medium);
+    // An old interface's pointer: grids are only read.
+    placed.transducer->set_global_coordinate_grid(const_cast<CoordinateGrid*>(&grid));
+    placed.aperture = std::visit(ApertureOf{}, element.geometry);
+    placed.points = detail::kzk_points(*placed.transducer);
+    return placed;
+  }
+  const CoordinateGrid& grid() const { return _job.grid; }
+  const kzk::Parameters& parameters() const { return _job.parameters; }
+
+ private:
+  const MarchJob& _job;
+  Medium _medium;
+};
+
+class HarmonicMarch : public ArrayMarch {
+ public:
+  HarmonicMarch(const MarchJob& job, std::span<const int> harmonics, std::complex<double>* result)
+      : ArrayMarch(job), _harmonics(harmonics.begin(), harmonics.end()), _result(result) {}
+
+  const char* method() const override { return "kzk_cw"; }
+  kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
+    const PlacedElement placed = place(element, grid);
+    return kzk::estimate_cw(problem(placed));
+  }
+  Marched march(std::size_t element, int threads, const kzk::Progress& progress) override {
+    const PlacedElement placed = place(element, grid());
+    kzk::CwProblem marched = problem(placed);
+    marched.threads = threads;
+    marched.progress = progress;
+    const auto beam = std::make_shared<const kzk::CwResult>(kzk::march_cw(marched));
+    return {*beam, beam->cost, [this, beam] {
+              for (std::size_t i = 0; i < beam->pressure.size(); ++i) {
+                _result[i] += beam->pressure[i];
+              }
+            }};
+  }
+
+ private:
+  kzk::CwProblem problem(const PlacedElement& placed) const {
+    kzk::CwProblem problem =
+        detail::kzk_cw_problem(*placed.transducer, placed.aperture, placed.points);
+    problem.parameters = parameters();
+    problem.wanted = _harmonics;
+    return problem;
+  }
+
+  std::vector<int> _harmonics;
+  std::complex<double>* _result;
+};
+
+class PulseMarch : public ArrayMarch {
+ public:
+  PulseMarch(const MarchJob& job, const TimeSamples& time,
+             std::span<const ExcitationFunction* const> excitations, double* result)
+      : ArrayMarch(job), _time(time), _excitations(excitations), _result(result) {}
+
+  const char* method() const override { return "kzk_transient"; }
+  kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
+    const DrivenElement driven = drive(element, grid);
+    return kzk::estimate_transient(driven.problem);
+  }
+  /// On one thread: most of a pulse's work, diffraction, goes from sample to sample, and what other
+  /// threads take of the rest they lose in fetching the wave from each other.
+  Marched march(std::size_t element, int /*threads*/, const kzk::Progress& progress) override {
+    DrivenElement driven = drive(element, grid());
+    driven.problem.progress = progress;
+    const auto beam =
+        std::make_shared<const kzk::TransientResult>(kzk::march_transient(driven.problem));
+    return {*beam, beam->cost,
+            [this, beam, samples = driven.times.size(), points = driven.placed.points.size()] {
+              for (std::size_t i = 0; i < points; ++i) {
+                for (std::size_t k = 0; k < samples; ++k) {
+                  _result[i + k * points] += beam->pressure[i * samples + k];
+                }
+              }
+            }};
+  }
+
+ private:
+  /// The problem refers to the points and times beside it, whose storage a move keeps.
+  struct DrivenElement {
+    PlacedElement placed;
+    std::vector<double> times;
+    kzk::TransientProblem problem;
+  };
+
+  DrivenElement drive(std::size_t element, const CoordinateGrid& grid) {
+    DrivenElement driven{place(element, grid), {}, {}};
+    Transducer& transducer = *driven.placed.transducer;
+    // Old interfaces' pointers, likewise.
+    transducer.set_time_vector(const_cast<TimeSamples*>(&_time));
+    transducer._excitation_function =
+        const_cast<ExcitationFunction*>(_excitations[_excitations.size() == 1 ? 0 : element]);
+    driven.times = detail::kzk_times(transducer);
+    driven.problem = detail::kzk_transient_problem(transducer, driven.placed.aperture,
+                                                   driven.placed.points, driven.times);
+    driven.problem.parameters = parameters();
+    return driven;
+  }
+
+  const TimeSamples& _time;
+  std::span<const ExcitationFunction* const> _excitations;
+  double* _result;
+};
+
+/// Some points of a grid that lie as far apart as all of them: its corners when it is regular,
+/// otherwise up to a few thousand of the list. Enough to tell the size of a march.
+class SparseGrid {
+ public:
+  explicit SparseGrid(const CoordinateGrid& grid) {
+    constexpr int kMost = 4096;
+    const int n = grid.npoints(), step = std::max(1, n / kMost);
+    std::vector<CartesianCoordinate> points;
+    if (grid.regular() && n > 0) {
+      for (const double x : {grid.xmin(), grid.xmax()}) {
+        for (const double y : {grid.ymin(), grid.ymax()}) {
+          for (const double z : {grid.zmin(), grid.zmax()}) points.push_back({x, y, z});
+        }
+      }
+    }
+    for (int i = 0; i < n; i += step) points.push_back(grid.spatial_index_value(i));
+    _columns.resize(3 * points.size());
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      _columns[i] = points[i].x;
+      _columns[points.size() + i] = points[i].y;
+      _columns[2 * points.size() + i] = points[i].z;
+    }
+    _grid.CoordinateGridVector(_columns.data(), static_cast<int>(points.size()));
+  }
+  const CoordinateGrid& grid() const { return _grid; }
+
+ private:
+  std::vector<double> _columns;
+  CoordinateGrid _grid;
+};
+
+/// Lets threads that work on elements out of order do the last of it in order.
+class Turns {
+ public:
+  /// Waits until all elements before this one have had their turn; false when the work has stopped.
+  bool wait_for(std::size_t element, const std::function<bool()>& stopped) {
+    constexpr std::chrono::milliseconds kLook{20};
+    std::unique_lock lock(_mutex);
+    while (!_next_came.wait_for(lock, kLook, [&] { return _next == element; })) {
+      if (stopped()) return false;
+    }
+    return true;
+  }
+  void done(std::size_t element) {
+    {
+      const std::lock_guard lock(_mutex);
+      _next = element + 1;
+    }
+    _next_came.notify_all();
+  }
+
+ private:
+  std::mutex _mutex;
+  std::condition_variable _next_came;
+  std::size_t _next = 0;
+};
+
+/// What the threads that march an array share. The beams are added, and their warnings passed on,
+/// in the order of the elements.
+struct MarchState {
+  std::atomic<double> seconds{-1};  ///< expected; negative while that is not known
+  Turns turns;
+  kzk::Cost largest;
+  std::set<std::string> said;
+};
+
+/// One thread of those that share out the elements.
+class MarchWorker : public TileWorker {
+ public:
+  /// `at_once` elements are marched side by side, each by `threads` threads.
+  MarchWorker(const MarchJob& job, ArrayMarch& array, MarchState& state, int at_once, int threads)
+      : _job(job), _array(array), _state(state), _at_once(at_once), _threads(threads) {}
+
+  void run(std::size_t element) override {
+    if (element == 0) _state.seconds = expected_seconds();
+    const ArrayMarch::Marched marched = _array.march(element, _threads, [&](double fraction) {
+      report(fraction);
+      return !stopped();
+    });
+    if (stopped() || !_state.turns.wait_for(element, [&] { return stopped(); })) return;
+    pass_on(marched.report, element + 1);
+    marched.add();
+    if (marched.cost.updates() >= _state.largest.updates()) _state.largest = marched.cost;
+    _state.turns.done(element);
+  }
+
+ private:
+  double expected_seconds() {
+    constexpr double kSecondsPerPoint = 5e-7;  // to place it and to read its pressure
+    const SparseGrid sparse(_job.grid);
+    double seconds = 0;
+    for (std::size_t e = 0; e < _job.elements.size() && !stopped(); ++e) {
+      const kzk::Cost cost = _array.cost(e, sparse.grid());
+      if (cost.bytes > kzk::most_bytes) continue;  // it will not be marched
+      seconds += kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _job.grid.npoints();
+    }
+    return seconds / _at_once;
+  }
+
+  void pass_on(const kzk::Report& march, std::size_t number) {
+    const std::string element = "element " + std::to_string(number) + ": ";
+    for (const std::string& warning : march.warnings) {
+      if (!_state.said.insert(warning).second) continue;
+      host::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
+    }
+    if (march.code == kzk::Code::done) return;
+    host::fail("%sthe method '%s' failed. %s", element.c_str(), _array.method(),
+               march.reason.c_str());
+  }
+
+  const MarchJob& _job;
+  ArrayMarch& _array;
+  MarchState& _state;
+  int _at_once, _threads;
+};
+
+kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
+  for (std::size_t e = 0; e < job.elements.size(); ++e) {
+    if (job.elements[e].apodization_index == 0) continue;
+    host::fail(
+        "element %zu: the method '%s' marches uniform faces only, but apodization_index is "
+        "%d.",
+        e + 1, array.method(), job.elements[e].apodization_index);
+  }
+  // Elements side by side need not wait for each other as the threads of one march must.
+  const int threads = thread_count(job.threads);
+  const int at_once =
+      static_cast<int>(std::clamp<std::size_t>(job.elements.size(), 1, std::size_t(threads)));
+  MarchState state;
+  bool announced = false;
+  TileRunner runner(at_once, [&](double fraction) {
+    if (!announced && state.seconds >= 0) {
+      announced = true;
+      if (job.announce) job.announce(state.seconds);
+    }
+    return !job.progress || job.progress(fraction);
+  });
+  runner.begin_stage(1);
+  runner.run(job.elements.size(), [&] {
+    return std::make_unique<MarchWorker>(job, array, state, at_once, threads / at_once);
+  });
+  runner.messages().replay();
+  state.largest.bytes *= at_once;
+  return state.largest;
+}
+
+}  // namespace
+
+kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
+                        std::complex<double>* result) {
+  HarmonicMarch array(job, harmonics, result);
+  return march_all(job, array);
+}
+
+kzk::Cost add_pulses(const MarchJob& job, const TimeSamples& time,
+                     std::span<const ExcitationFunction* const> excitations, double* result) {
+  PulseMarch array(job, time, excitations, result);
+  return march_all(job, array);
+}
+
+}  // namespace kestrel::fields

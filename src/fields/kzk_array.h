@@ -1,0 +1,46 @@
+#pragma once
+
+#include <complex>
+#include <span>
+#include <vector>
+
+#include "excitation/excitation_function.h"
+#include "fields/element.h"
+#include "fields/kzk_announcement.h"
+#include "fields/tile_runner.h"
+#include "inputs/coordinate_grid.h"
+#include "inputs/medium.h"
+#include "inputs/time_samples.h"
+#include "methods/kzk/cost.h"
+
+/// Nonlinear beams of whole arrays. Each element is marched alone, several side by side when there
+/// are threads for them, and the fields are added in the order of the elements: how the beams of
+/// different elements distort each other is not modelled. The results are those of the elements'
+/// own methods, bit for bit, for any number of threads.
+
+namespace kestrel::fields {
+
+struct MarchJob {
+  const std::vector<Element>& elements;
+  const CoordinateGrid& grid;
+  const Medium& medium;
+  const kzk::Parameters& parameters;
+  const Announcement& announce;
+  const TileRunner::Progress& progress;
+  int threads;
+};
+
+/// Adds harmonic harmonics[h] to result[h * points + i], all from one march of each element;
+/// without harmonics, the one that the parameters name to result[i]. Returns the size of the
+/// largest march, its bytes for as many marches as run at a time. Fails naming the element, with
+/// nothing but whole elements added, and with Cancelled. Warnings come once each, naming the first
+/// element that they are about.
+kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
+                        std::complex<double>* result);
+
+/// Adds pulses to result[i + k * points], sample k of `time`; likewise. `excitations`: one for all
+/// elements or one for each.
+kzk::Cost add_pulses(const MarchJob& job, const TimeSamples& time,
+                     std::span<const ExcitationFunction* const> excitations, double* result);
+
+}  // namespace kestrel::fields

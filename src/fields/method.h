@@ -1,0 +1,53 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "elements/transducer.h"
+#include "methods/kzk/parameters.h"
+
+namespace kestrel::fields {
+
+/// What a method's result is compared with to state its error.
+enum class Yardstick {
+  more_nodes,         ///< the method itself with more nodes
+  nearfield,          ///< the fast nearfield method with many nodes
+  nearfield_unlossy,  ///< the same without the factor 1 - j alpha/k by which, in a lossy medium, it
+                      ///< differs from the Rayleigh integral that this method approximates
+};
+
+/// A slot of the method table and what whole-array calculations must know about it.
+struct Method {
+  const char* name;
+  int (Transducer::*compute)();
+  Yardstick yardstick;
+  /// The result is proportional to the complex weight and has the mirror planes of the element to
+  /// the rounding of doubles, so one element's field may stand for another's. Single-precision
+  /// variants round local coordinates to floats, where the last bit of a double can move a point by
+  /// 1e-7 of its distance; a nonlinear method is not proportional to the weight.
+  bool reusable;
+  /// The number of nodes can follow from a tolerance (see node_rule.h).
+  bool takes_tolerance;
+  /// Marched from the face of each element (fields/march.h): without quadrature nodes, and not
+  /// point by point.
+  bool marched;
+};
+
+/// The continuous-wave methods, by their names in the method table.
+std::span<const Method> continuous_wave_methods();
+
+/// The continuous-wave method of that name; null when there is none.
+const Method* find_continuous_wave_method(std::string_view name);
+
+/// The transient methods, likewise.
+std::span<const Method> transient_methods();
+const Method* find_transient_method(std::string_view name);
+
+/// Fails when a method that is not marched is given parameters of a march.
+void check_march_parameters(const Method& method, const kzk::Parameters& parameters);
+
+/// "'farfield_cw', 'fnm_cw', ...".
+std::string list_names(std::span<const Method> methods);
+
+}  // namespace kestrel::fields

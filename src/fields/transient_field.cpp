@@ -1,0 +1,110 @@
+#include "fields/transient_field.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "fields/array_tile.h"
+#include "fields/kzk_array.h"
+#include "fields/node_rule.h"
+#include "fields/points.h"
+#include "mex/host/host.h"
+
+namespace kestrel::fields {
+
+namespace {
+
+/// Points per tile. A call's tables over the samples cost about as much as some ten points, so
+/// tiles have many more; but the traces of a tile, of which each thread holds one, stay within some
+/// 32 MB. It must not depend on the number of threads: nor do the results.
+std::size_t tile_size(std::size_t points, std::size_t samples) {
+  const std::size_t most =
+      std::clamp<std::size_t>((std::size_t{1} << 22) / std::max<std::size_t>(samples, 1), 1, 4096);
+  return std::clamp(points / 32, std::min<std::size_t>(128, most), most);
+}
+
+/// Puts the tiles' traces into the result.
+class TransientWorker : public ElementWorker {
+ public:
+  TransientWorker(const DirectJob& job, const TimeSamples& time,
+                  std::span<const ExcitationFunction* const> excitations, double* result,
+                  NodeRange& used)
+      : ElementWorker(job, tile_size(job.points.size(), static_cast<std::size_t>(time.nt())), used),
+        _samples(static_cast<std::size_t>(time.nt())),
+        _points(job.points.size()),
+        _result(result),
+        _pressure(largest_tile() * _samples) {
+    for (std::size_t e = 0; e < transducers().size(); ++e) {
+      Transducer& transducer = *transducers()[e];
+      // The setters take pointers of old interfaces; the methods of the list only read through
+      // them.
+      transducer.set_time_vector(const_cast<TimeSamples*>(&time));
+      transducer._excitation_function =
+          const_cast<ExcitationFunction*>(excitations[excitations.size() == 1 ? 0 : e]);
+      transducer.set_transient_pressure_pointer(_pressure.data());
+    }
+  }
+
+ private:
+  void clear(std::size_t count) override { std::fill_n(_pressure.begin(), count * _samples, 0.0); }
+  void collect(std::size_t first, std::size_t count) override {
+    for (std::size_t k = 0; k < _samples; ++k) {
+      std::copy_n(_pressure.data() + k * count, count, _result + k * _points + first);
+    }
+  }
+
+  std::size_t _samples, _points;
+  double* _result;
+  std::vector<double> _pressure;
+};
+
+}  // namespace
+
+TransientReport compute_transient_field(const std::vector<Element>& elements,
+                                        const CoordinateGrid& grid, const Medium& medium,
+                                        const TimeSamples& time,
+                                        std::span<const ExcitationFunction* const> excitations,
+                                        const TransientSettings& settings, double* result) {
+  const auto start = std::chrono::steady_clock::now();
+  const Method& method = *settings.method;
+  if (settings.nodes < 1 && !method.marched) host::fail("the number of nodes must be at least 1.");
+  check_march_parameters(method, settings.kzk);
+  for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
+  if (!elements.empty() && excitations.size() != 1 && excitations.size() != elements.size()) {
+    host::fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
+               elements.size(), excitations.size());
+  }
+  check_methods(elements, method, transient_methods(), medium);
+
+  const GridPoints points(grid);
+  const std::size_t npoints = points.size(), samples = static_cast<std::size_t>(time.nt());
+  TileRunner runner(settings.threads, settings.progress);
+  TransientReport report;
+  if (elements.empty() || method.marched) std::fill_n(result, npoints * samples, 0.0);
+  if (method.marched) {
+    const MarchJob job{
+        elements,        grid, medium, settings.kzk, settings.announce, settings.progress,
+        settings.threads};
+    report.march = add_pulses(job, time, excitations, result);
+    report.memory = report.march.bytes;
+  } else if (!elements.empty() && npoints > 0 && samples > 0) {
+    const FixedNodes rule(settings.nodes);
+    const DirectJob job{elements, points, medium, method, rule};
+    NodeRange used;
+    const std::size_t size = tile_size(npoints, samples);
+    runner.begin_stage(1);
+    runner.run((npoints + size - 1) / size, [&] {
+      return std::make_unique<TransientWorker>(job, time, excitations, result, used);
+    });
+    report.memory = runner.threads() *
+                    (sizeof(double) * static_cast<double>(size) * static_cast<double>(samples + 6) +
+                     400.0 * static_cast<double>(elements.size()));
+  }
+  runner.messages().replay();
+
+  report.threads = runner.threads();
+  report.instruction_set = instruction_set();
+  report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return report;
+}
+
+}  // namespace kestrel::fields

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "mex/host/mex_api.h"
+
+namespace kestrel {
+
+/// The homogeneous propagation medium and the frequency of the excitation. A plain value: copy it.
+class Medium {
+ public:
+  /// All properties zero.
+  Medium() = default;
+
+  /// Reads the nine properties of the first entry of the medium structure; `_f0`, `_fs` and
+  /// `_powerlawcoeff` are not in it and stay zero. The numbers are taken as they are. Fails when a
+  /// field is missing, empty or not numeric.
+  explicit Medium(mxArray const** structure);
+
+  /// Prints the properties to the host's console.
+  void mexDebug() const;
+
+  double _f0 = 0.0;             ///< excitation frequency, Hz
+  double _fs = 0.0;             ///< sampling frequency, Hz
+  double _soundspeed = 0.0;     ///< m/s
+  double _dBcmMHz = 0.0;        ///< attenuation, dB/(cm MHz)
+  double _powerlawcoeff = 0.0;  ///< power-law coefficient of the attenuation
+  double _rho_density = 0.0;    ///< kg/m^3
+  double _ct = 0.0;             ///< specific heat, J/(kg K)
+  double _ctb = 0.0;            ///< specific heat of blood, J/(kg K)
+  double _wb = 0.0;             ///< blood perfusion, kg/(m^3 s)
+  double _b = 0.0;              ///< power-law exponent of the attenuation
+  double _kappa = 0.0;          ///< thermal conductivity, W/(m K)
+  double _beta = 0.0;           ///< nonlinearity parameter
+};
+
+}  // namespace kestrel
