@@ -28,8 +28,8 @@
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
-#include "mex/standalone/standalone_host.h"
 #include "numerics/instruction_set.h"
+#include "services/off_host_thread.h"
 
 namespace {
 
@@ -173,7 +173,8 @@ double difference(const std::vector<std::complex<double>>& field,
 
 void measure(benchmark::State& state, const Subject& subject, int nodes, bool lossy,
              InstructionSet set) {
-  const standalone::Capture quiet;  // one method prints its number of nodes
+  services::Messages unread;
+  const services::OffHostThread quiet(unread);  // one method prints its number of nodes
   Scene scene(subject, nodes, lossy);
   const Method scalar = subject.counterpart != nullptr ? subject.counterpart : subject.run;
   const double off =

@@ -25,7 +25,6 @@
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
 #include "inputs/time_samples.h"
-#include "mex/standalone/standalone_host.h"
 
 namespace {
 
@@ -59,8 +58,7 @@ std::unique_ptr<ExcitationFunction> make_signal(const std::string& signal) {
     const double x = 2 * M_PI * i / n;
     samples[i] = (1 - std::cos(x)) * std::sin(3 * x);
   }
-  const standalone::Value row = standalone::Value::row(samples);
-  return std::make_unique<ExcitationFunction>(row, 10e-9, n * 10e-9, 0, 0);
+  return std::make_unique<ExcitationFunction>(samples, 10e-9, n * 10e-9);
 }
 
 class Scene {

@@ -5,15 +5,13 @@ set(include_dir "${CMAKE_INSTALL_INCLUDEDIR}")
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/kestrel")
 
 # Folders stay as they are in the source tree, and headers include each other from its root; the
-# second folder is that root in the installed tree, the third has our own host's mex.h.
+# second folder is that root in the installed tree.
 target_include_directories(kestrel PUBLIC
   $<INSTALL_INTERFACE:${include_dir}>
-  $<INSTALL_INTERFACE:${include_dir}/kestrel>
-  $<INSTALL_INTERFACE:${include_dir}/kestrel/mex/standalone>)
-install(DIRECTORY src/ mex
+  $<INSTALL_INTERFACE:${include_dir}/kestrel>)
+install(DIRECTORY src/
   DESTINATION "${include_dir}/kestrel"
-  FILES_MATCHING PATTERN "*.h"
-  PATTERN mex/host/octave EXCLUDE)
+  FILES_MATCHING PATTERN "*.h")
 install(FILES include/kestrel/kestrel.h DESTINATION "${include_dir}/kestrel")
 
 install(TARGETS kestrel EXPORT kestrel-targets ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")

@@ -36,21 +36,17 @@ endmacro()
 
 # kestrel_add_host_library(<name> [INCLUDES dir...] [DEFINITIONS def...] [LINK target...])
 #
-# A static library of everything that reads host values, compiled against the one mex.h that INCLUDES
-# or LINK brings, together with the kernels.
+# A static library of everything that touches host values, compiled against the one mex.h that
+# INCLUDES or LINK brings. It brings the library `kestrel`.
 function(kestrel_add_host_library name)
   cmake_parse_arguments(arg "" "" "INCLUDES;DEFINITIONS;LINK" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS
-    mex/host/*.cpp mex/readers/structure_reader.cpp src/inputs/*.cpp src/excitation/*.cpp
-    src/methods/kzk/element_methods.cpp src/methods/transient/transient_methods.cpp src/elements/*.cpp src/fields/*.cpp)
-  add_library(${name} STATIC ${sources} $<TARGET_OBJECTS:kestrel_kernels>)
+    "${PROJECT_SOURCE_DIR}/mex/host/*.cpp" "${PROJECT_SOURCE_DIR}/mex/readers/*.cpp")
+  add_library(${name} STATIC ${sources})
   kestrel_compile_options(${name})
-  set(roots "${PROJECT_SOURCE_DIR}/include" "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}")
-  foreach(folder IN LISTS roots arg_INCLUDES)
-    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${folder}>)
-  endforeach()
+  target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}" ${arg_INCLUDES})
   target_compile_definitions(${name} PUBLIC ${arg_DEFINITIONS})
-  target_link_libraries(${name} PUBLIC Threads::Threads ${arg_LINK})
+  target_link_libraries(${name} PUBLIC kestrel ${arg_LINK})
 endfunction()
 
 # kestrel_add_plugin(<name> [FOLDER folder] [SOURCES file...])
@@ -76,7 +72,7 @@ function(kestrel_add_plugin name)
 
   add_library(${name}_standalone STATIC ${sources} "${version}")
   kestrel_compile_options(${name}_standalone)
-  target_link_libraries(${name}_standalone PUBLIC kestrel)
+  target_link_libraries(${name}_standalone PUBLIC kestrel_standalone)
 
   if(OctaveMex_FOUND)
     set(exports "${PROJECT_SOURCE_DIR}/mex/host/octave/exports.map")

@@ -1,8 +1,9 @@
 // Linked into every test program: a test that leaves blocks or arrays of the standalone host behind
-// fails.
+// fails. The library works on that host, as in a plug-in.
 
 #include <gtest/gtest.h>
 
+#include "mex/host/host_services.h"
 #include "mex/standalone/standalone_host.h"
 
 namespace {
@@ -20,6 +21,7 @@ class LeakListener : public testing::EmptyTestEventListener {
 };
 
 [[maybe_unused]] const bool installed = [] {
+  kestrel::host::install_services();
   testing::UnitTest::GetInstance()->listeners().Append(new LeakListener);
   return true;
 }();

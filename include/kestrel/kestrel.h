@@ -25,6 +25,3 @@
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
 #include "inputs/time_samples.h"
-#include "mex/host/error.h"
-#include "mex/host/host.h"
-#include "mex/standalone/standalone_host.h"

@@ -19,8 +19,8 @@
 #include "mex/entries/entry_support.h"
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
-#include "mex/host/host.h"
 #include "mex/readers/structure_reader.h"
+#include "services/error.h"
 
 namespace kestrel::gateway {
 
@@ -38,7 +38,7 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
       if (set == kestrel::name(known)) settings.instruction_set = known;
     }
     if (!settings.instruction_set) {
-      host::fail(
+      fail(
           "unknown instruction set '%s'; there are 'auto', 'scalar', 'baseline', 'avx2', "
           "'avx512'.",
           set.c_str());
@@ -50,7 +50,7 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
   if (tolerance != nullptr && !mxIsEmpty(tolerance)) {
     settings.tolerance = read_scalar(tolerance, "options", "tolerance");
   } else if (!settings.method->marched) {
-    if (mxIsEmpty(ndiv)) host::fail("ndiv may be empty only when the option 'tolerance' is given.");
+    if (mxIsEmpty(ndiv)) fail("ndiv may be empty only when the option 'tolerance' is given.");
     settings.nodes = read_nodes(ndiv);
   }
   return settings;
@@ -97,17 +97,17 @@ std::vector<int> read_wanted(const mxArray* options) {
   std::vector<int> harmonics;
   for (std::size_t i = 0; numbers != nullptr && i < mxGetNumberOfElements(wanted); ++i) {
     if (!(numbers[i] >= 1 && numbers[i] <= INT_MAX && numbers[i] == std::floor(numbers[i]))) {
-      host::fail("a harmonic must be a whole number of at least 1, but one is %g.", numbers[i]);
+      fail("a harmonic must be a whole number of at least 1, but one is %g.", numbers[i]);
     }
     harmonics.push_back(static_cast<int>(numbers[i]));
   }
-  if (harmonics.empty()) host::fail("the list of harmonics is empty.");
+  if (harmonics.empty()) fail("the list of harmonics is empty.");
   return harmonics;
 }
 
 void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   if (nrhs != kArguments || nlhs > 2) {
-    host::fail("expected [p, info] = array_field(array, grid, medium, ndiv, f0, options).");
+    fail("expected [p, info] = array_field(array, grid, medium, ndiv, f0, options).");
   }
   const std::vector<fields::Element> elements = read_elements(prhs[kArray]);
   CoordinateGrid grid;
@@ -119,7 +119,7 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
   read_run(settings, prhs[kOptions], false, console);
   const std::vector<int> wanted = read_wanted(prhs[kOptions]);
   if (!wanted.empty() && settings.kzk.harmonic != 0) {
-    host::fail("the option 'kzk' names a harmonic, but the list of harmonics says which ones.");
+    fail("the option 'kzk' names a harmonic, but the list of harmonics says which ones.");
   }
   settings.estimate_error = nlhs > 1;
 

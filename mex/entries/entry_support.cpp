@@ -6,23 +6,24 @@
 #include <cstdio>
 #include <new>
 
-#include "mex/host/host.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/structure_reader.h"
+#include "services/error.h"
+#include "services/services.h"
 
 namespace kestrel::gateway {
 
 std::vector<fields::Element> read_elements(const mxArray* array) {
   if (mxIsEmpty(array) && !mxIsStruct(array)) return {};
   if (!mxIsStruct(array)) {
-    host::fail("the array must be a structure array of elements, as kestrel.rectangle returns.");
+    fail("the array must be a structure array of elements, as kestrel.rectangle returns.");
   }
   const std::size_t count = mxGetNumberOfElements(array);
-  if (count > static_cast<std::size_t>(INT_MAX)) host::fail("the array has %zu elements.", count);
+  if (count > static_cast<std::size_t>(INT_MAX)) fail("the array has %zu elements.", count);
   std::vector<fields::Element> elements;
   elements.reserve(count);
   for (const char* field : {"shape", "center", "euler"}) {
-    if (count > 0 && !has_field(array, field)) host::fail("the array lacks the field '%s'.", field);
+    if (count > 0 && !has_field(array, field)) fail("the array lacks the field '%s'.", field);
   }
   for (int i = 0; i < static_cast<int>(count); ++i) {
     refuse_complex_weight(array, i);
@@ -35,7 +36,7 @@ std::string text_option(const mxArray* options, const char* field) {
   char text[64] = "";
   const mxArray* value = field_value(options, field);
   if (value == nullptr || !mxIsChar(value) || mxGetString(value, text, sizeof text) != 0) {
-    host::fail("the option '%s' must be text.", field);
+    fail("the option '%s' must be text.", field);
   }
   return text;
 }
@@ -49,8 +50,8 @@ const fields::Method* read_method(const mxArray* options, std::span<const fields
   for (const fields::Method& method : methods) {
     if (name == method.name) return &method;
   }
-  host::fail("unknown method '%s'; the methods are %s.", name.c_str(),
-             fields::list_names(methods).c_str());
+  fail("unknown method '%s'; the methods are %s.", name.c_str(),
+       fields::list_names(methods).c_str());
 }
 
 kzk::Parameters read_march(const mxArray* options, bool pulse) {
@@ -78,7 +79,7 @@ kzk::Parameters read_march(const mxArray* options, bool pulse) {
   const mxArray* given = field_value(options, "kzk");
   if (given == nullptr || (mxIsNumeric(given) && mxIsEmpty(given))) return march;
   if (!mxIsStruct(given) || mxGetNumberOfElements(given) != 1) {
-    host::fail("the option 'kzk' must be one structure with some of the fields %s.", names.c_str());
+    fail("the option 'kzk' must be one structure with some of the fields %s.", names.c_str());
   }
   for (int i = 0; i < mxGetNumberOfFields(given); ++i) {
     const char* name = mxGetFieldNameByNumber(given, i);
@@ -86,7 +87,7 @@ kzk::Parameters read_march(const mxArray* options, bool pulse) {
       return std::string_view(f.name) == name;
     });
     if (field == fields.end()) {
-      host::fail("the option 'kzk' has a field '%s'; what it may have is %s.", name, names.c_str());
+      fail("the option 'kzk' has a field '%s'; what it may have is %s.", name, names.c_str());
     }
     const mxArray* entry = mxGetFieldByNumber(given, 0, i);
     if (entry == nullptr || (mxIsNumeric(entry) && mxIsEmpty(entry))) continue;  // the default
@@ -95,7 +96,7 @@ kzk::Parameters read_march(const mxArray* options, bool pulse) {
       march.*field->number = static_cast<float>(value);
     } else if (!std::isnan(value)) {  // which means the default, as 0 does
       if (value != std::floor(value)) {
-        host::fail("the option 'kzk': %s must be a whole number, but it is %g.", name, value);
+        fail("the option 'kzk': %s must be a whole number, but it is %g.", name, value);
       }
       march.*field->count = static_cast<int>(std::clamp(value, -1.0, 1e6));
     }
@@ -107,7 +108,7 @@ int read_threads(const mxArray* options) {
   constexpr double kMost = 1024;
   const double threads = number_option(options, "threads");
   if (!(threads >= 0 && threads <= kMost && threads == std::floor(threads))) {
-    host::fail("threads must be a whole number from 0 to %g, but it is %g.", kMost, threads);
+    fail("threads must be a whole number from 0 to %g, but it is %g.", kMost, threads);
   }
   return static_cast<int>(threads);
 }
@@ -115,20 +116,20 @@ int read_threads(const mxArray* options) {
 int read_nodes(const mxArray* ndiv) {
   const double nodes = read_scalar(ndiv, "argument", "ndiv");
   if (!(nodes >= 1 && nodes <= INT_MAX && nodes == std::floor(nodes))) {
-    host::fail("ndiv must be a whole number of at least 1, but it is %g.", nodes);
+    fail("ndiv must be a whole number of at least 1, but it is %g.", nodes);
   }
   return static_cast<int>(nodes);
 }
 
 bool Console::operator()(double fraction) {
-  if (host::interrupted()) return false;
+  if (services::interrupted()) return false;
   const double now = seconds();
   if (_prints && now >= _next) {
     if (fraction > 0) {
-      host::print("%s: %3.0f %%, %.0f s left\n", _entry, 100 * fraction,
-                  std::ceil(now * (1 - fraction) / fraction));
+      services::print("%s: %3.0f %%, %.0f s left\n", _entry, 100 * fraction,
+                      std::ceil(now * (1 - fraction) / fraction));
     } else {
-      host::print("%s:   0 %%, %.0f s so far\n", _entry, now);
+      services::print("%s:   0 %%, %.0f s so far\n", _entry, now);
     }
     _next = now + kPeriod;
   }
@@ -137,7 +138,7 @@ bool Console::operator()(double fraction) {
 
 void Console::announce(double seconds) const {
   constexpr double kLong = 6;
-  if (_prints && seconds > kLong) host::print("%s: this takes about %.0f s\n", _entry, seconds);
+  if (_prints && seconds > kLong) services::print("%s: this takes about %.0f s\n", _entry, seconds);
 }
 
 std::vector<std::size_t> result_size(const CoordinateGrid& grid) {
@@ -162,7 +163,7 @@ void warn_of_values_that_are_not_finite(const char* entry, std::size_t total,
   std::snprintf(text, sizeof text,
                 "%s: %zu of %zu pressures are NaN or Inf, the first at point %d, (%g, %g, %g) m.",
                 entry, count, total, point + 1, p.x, p.y, p.z);
-  host::warn(text);
+  services::warn(text);
 }
 
 void run_named(const char* entry, const std::function<void()>& body) {

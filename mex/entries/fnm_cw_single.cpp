@@ -14,9 +14,11 @@
 #include "inputs/numerical_integration.h"
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
-#include "mex/host/host.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/structure_reader.h"
+#include "services/array.h"
+#include "services/error.h"
+#include "services/services.h"
 
 namespace kestrel::gateway {
 
@@ -28,23 +30,23 @@ enum Argument { kTransducers, kGrid, kMedium, kNdiv, kFrequency, kDisplayFlag };
 int element_count(const mxArray* transducers) {
   const std::size_t count = mxGetNumberOfElements(transducers);
   if (count > static_cast<std::size_t>(INT_MAX)) {
-    host::fail("Transducer array has more elements than a 32-bit count can hold.\n");
+    fail("Transducer array has more elements than a 32-bit count can hold.\n");
   }
   return static_cast<int>(count);
 }
 
 /// Toward zero: 4.7 abscissas are 4.
 int read_ndiv(const mxArray* value) {
-  if (!mxIsNumeric(value)) host::fail("ndiv must be an integer.\n");
+  if (!mxIsNumeric(value)) fail("ndiv must be an integer.\n");
   const double ndiv = read_scalar(value, "argument", "ndiv");
   if (!(std::abs(ndiv) < 2147483648.0)) {
-    host::fail("ndiv must be a number that fits a 32-bit integer.\n");
+    fail("ndiv must be a number that fits a 32-bit integer.\n");
   }
   return static_cast<int>(ndiv);
 }
 
 double read_frequency(const mxArray* value) {
-  if (mxIsComplex(value) || !mxIsNumeric(value)) host::fail("Frequency must a real number.\n");
+  if (mxIsComplex(value) || !mxIsNumeric(value)) fail("Frequency must a real number.\n");
   return read_scalar(value, "argument", "frequency");
 }
 
@@ -52,7 +54,7 @@ void warn_of_display_flag(const mxArray* flag) {
   const double value = mxIsChar(flag) && !mxIsEmpty(flag)
                            ? mxGetScalar(flag)
                            : read_scalar(flag, "argument", "display flag");
-  if (value != 0.0) host::warn("The use of the display flag was deprecated.\n");
+  if (value != 0.0) services::warn("The use of the display flag was deprecated.\n");
 }
 
 /// The elements of one call. `owned` keeps each alive exactly once; `list` is what the call works
@@ -99,31 +101,31 @@ void check_result(int result) {
     case kSuccess:
       return;
     case kNotImplemented:
-      host::fail("This function is not implemented for this transducer shape.");
+      fail("This function is not implemented for this transducer shape.");
     case kOutOfMemory:
-      host::fail("Out of memory.");
+      fail("Out of memory.");
     default:
-      host::fail("An unspecified error occurred. See this function's documentation for details.");
+      fail("An unspecified error occurred. See this function's documentation for details.");
   }
 }
 
 mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
-  if (nlhs != 1) host::fail("This function requires exactly one output parameter.\n");
+  if (nlhs != 1) fail("This function requires exactly one output parameter.\n");
   if (nrhs != 5 && nrhs != 6) {
-    host::fail(
+    fail(
         "This function requires at least 5 and no more than 6 arguments. See the documentation for "
         "details.\n");
   }
   if (!mxIsStruct(prhs[kTransducers])) {
-    host::fail("Transducer array must be a MATLAB structure.\n");
+    fail("Transducer array must be a MATLAB structure.\n");
   }
   const int n = element_count(prhs[kTransducers]);
 
-  if (!mxIsStruct(prhs[kGrid])) host::fail("Coordinate grid must be a MATLAB structure.\n");
+  if (!mxIsStruct(prhs[kGrid])) fail("Coordinate grid must be a MATLAB structure.\n");
   CoordinateGrid grid;
   grid.allocate_memory_and_set_values(&prhs[kGrid]);
 
-  if (!mxIsStruct(prhs[kMedium])) host::fail("Medium must be a MATLAB structure.\n");
+  if (!mxIsStruct(prhs[kMedium])) fail("Medium must be a MATLAB structure.\n");
   Medium medium(&prhs[kMedium]);
 
   const int ndiv = read_ndiv(prhs[kNdiv]);
@@ -135,11 +137,11 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
                                                       static_cast<std::size_t>(grid.ny()),
                                                       static_cast<std::size_t>(grid.nz()))
                         : host::create_complex_result(npoints);
-  host::Array<double> real_plane(npoints), imaginary_plane(npoints);
+  services::Array<double> real_plane(npoints), imaginary_plane(npoints);
 
   NumericalIntegration integral;
   if (!integral.allocate_memory(ndiv)) {
-    host::fail("Ran out of memory while allocating integral object.\n");
+    fail("Ran out of memory while allocating integral object.\n");
   }
   integral.gauss_quadrature();
   if (nrhs == 6) warn_of_display_flag(prhs[kDisplayFlag]);
@@ -148,7 +150,7 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
                                               real_plane.data(), imaginary_plane.data());
   for (int j = 0; j < n; ++j) {
     Transducer* element = elements.list[static_cast<std::size_t>(j)];
-    if (element == nullptr) host::fail("A transducer was not allocated.\n");
+    if (element == nullptr) fail("A transducer was not allocated.\n");
     check_result(element->fnm_cw_single());
   }
 

@@ -19,7 +19,8 @@
 #include "inputs/time_samples.h"
 #include "mex/entries/entry_support.h"
 #include "mex/host/entry.h"
-#include "mex/host/host.h"
+#include "services/error.h"
+#include "services/off_host_thread.h"
 
 namespace kestrel::gateway {
 
@@ -56,7 +57,7 @@ mxArray* create_result(const CoordinateGrid& grid, int samples) {
   dimensions.push_back(static_cast<mwSize>(samples));
   const double values = static_cast<double>(grid.npoints()) * samples;
   if (values > static_cast<double>(std::numeric_limits<std::ptrdiff_t>::max()) / sizeof(double)) {
-    host::fail("Out of memory: the result has too many points.");
+    fail("Out of memory: the result has too many points.");
   }
   mxArray* result = nullptr;
   try {
@@ -64,8 +65,8 @@ mxArray* create_result(const CoordinateGrid& grid, int samples) {
   } catch (const std::bad_alloc&) {  // Octave's way to say so
   }
   if (result == nullptr) {
-    host::fail("Out of memory: the result of %d points and %d times cannot be created.",
-               grid.npoints(), samples);
+    fail("Out of memory: the result of %d points and %d times cannot be created.", grid.npoints(),
+         samples);
   }
   return result;
 }
@@ -94,7 +95,7 @@ mxArray* describe(const fields::TransientReport& report,
 
 void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   if (nrhs != kArguments || nlhs > 2) {
-    host::fail(
+    fail(
         "expected [p, info] = transient_field(array, grid, medium, time, ndiv, excitation, "
         "options).");
   }
@@ -105,9 +106,9 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   TimeSamples time;
   // An axis that is a list prints every time as it reads it, which nobody asked for here; what it
   // prints before an error belongs to that.
-  host::Messages said;
+  services::Messages said;
   try {
-    const host::Detached quiet(said);
+    const services::OffHostThread quiet(said);
     time.allocate_memory_and_set_values(&prhs[kTime]);
   } catch (const Error&) {
     said.replay();

@@ -54,15 +54,6 @@ mxArray* create(std::span<const std::size_t> extents) {
   return result;
 }
 
-// The real or the imaginary part of a complex array, as a real array of the host's.
-mxArray* part_of(const mxArray* array, const char* function) {
-  auto* argument = const_cast<mxArray*>(array);  // the interface does not know constant arguments
-  mxArray* part = nullptr;
-  mexCallMATLAB(1, &part, 1, &argument, function);
-  if (part == nullptr) fail("The call of %s returned nothing.", function);
-  return part;
-}
-
 }  // namespace
 
 mxArray* create_complex_result(std::size_t rows) { return create({&rows, 1}); }
@@ -73,29 +64,5 @@ mxArray* create_complex_result(std::size_t nx, std::size_t ny, std::size_t nz) {
 }
 
 mxArray* create_complex_result(std::span<const std::size_t> extents) { return create(extents); }
-
-// Not mxGetComplexDoubles: what comes from Octave 7.3's interpreter has its parts in separate
-// storage, even under interleaved complex, and that function then ends the interpreter ("panic:
-// impossible state"). The parts as real arrays of their own are valid on every host.
-Array<std::complex<double>> complex_values(const mxArray* array) {
-  if (!mxIsDouble(array)) fail("A double array is needed, not %s.", mxGetClassName(array));
-  Array<std::complex<double>> values(mxGetNumberOfElements(array));
-  if (values.empty()) return values;
-  if (!mxIsComplex(array)) {
-    const double* source = mxGetDoubles(array);
-    std::copy(source, source + values.size(), values.begin());
-    return values;
-  }
-  mxArray* real = part_of(array, "real");
-  mxArray* imaginary = part_of(array, "imag");
-  const double* real_source = mxGetDoubles(real);
-  const double* imaginary_source = mxGetDoubles(imaginary);
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    values[i] = {real_source[i], imaginary_source[i]};
-  }
-  mxDestroyArray(real);
-  mxDestroyArray(imaginary);
-  return values;
-}
 
 }  // namespace kestrel::host

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <span>
 
-#include "mex/host/host.h"
 #include "mex/host/mex_api.h"
+#include "services/error.h"
 
 namespace kestrel::host {
 
@@ -19,9 +19,5 @@ mxArray* create_complex_result(std::size_t nx, std::size_t ny, std::size_t nz);
 
 /// The same with one to four extents; one alone is a column's.
 mxArray* create_complex_result(std::span<const std::size_t> extents);
-
-/// The values of a double array that came from the host, an argument or the result of a call, real
-/// or complex, in its linear order. Throws kestrel::Error for any other class.
-Array<std::complex<double>> complex_values(const mxArray* array);
 
 }  // namespace kestrel::host

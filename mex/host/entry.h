@@ -5,8 +5,9 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "mex/host/error.h"
+#include "mex/host/host_services.h"
 #include "mex/host/mex_api.h"
+#include "services/error.h"
 
 namespace kestrel::host {
 
@@ -32,6 +33,7 @@ void run_entry(const Callable& callable, const char* identifier = nullptr) {
   static_assert(std::is_trivially_destructible_v<Callable>, "the error call may not unwind");
   char text[error_text_size];
   try {
+    install_services();
     callable();
     return;
   } catch (const Error& error) {

@@ -3,8 +3,9 @@
 #include <cmath>
 #include <cstring>
 
-#include "mex/host/host.h"
 #include "mex/readers/structure_reader.h"
+#include "services/error.h"
+#include "services/services.h"
 
 namespace kestrel::gateway {
 
@@ -16,7 +17,7 @@ double* read_triple(const mxArray* array, int index, const char* field) {
   const mxArray* value = field_value(array, field, index);
   const double* entries = read_real_doubles(value, kOwner, field, index + 1);
   if (entries == nullptr || mxGetNumberOfElements(value) != 3) {
-    host::fail("Field '%s' of transducer element %d must have 3 entries.\n", field, index + 1);
+    fail("Field '%s' of transducer element %d must have 3 entries.\n", field, index + 1);
   }
   // The setters take the pointer of old interfaces and only read through it.
   return const_cast<double*>(entries);
@@ -39,7 +40,7 @@ std::optional<fields::Geometry> geometry_of(const ShapeText& shape, const Length
 }
 
 [[noreturn]] void refuse_field(int index, const char* field, const char* wanted) {
-  host::fail("element %d: %s must be %s.", index + 1, field, wanted);
+  fail("element %d: %s must be %s.", index + 1, field, wanted);
 }
 
 }  // namespace
@@ -49,7 +50,7 @@ ShapeText read_shape_text(const mxArray* array, int index) {
   const mxArray* value = field_value(array, "shape", index);
   if (value == nullptr || !mxIsChar(value) ||
       mxGetString(value, shape.text, sizeof shape.text) != 0) {
-    host::fail("Unable to read transducer shape, abort.\n");
+    fail("Unable to read transducer shape, abort.\n");
   }
   return shape;
 }
@@ -98,8 +99,8 @@ fields::Element read_element(const mxArray* array, int index) {
   if (name != nullptr && mxIsChar(name)) mxGetString(name, shape.text, sizeof shape.text);
   const std::optional<fields::Geometry> geometry = geometry_of(shape, number);
   if (!geometry) {
-    host::fail("element %d: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring'.",
-               index + 1);
+    fail("element %d: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring'.",
+         index + 1);
   }
   fields::Element element;
   element.geometry = *geometry;
@@ -129,15 +130,16 @@ void place_element(Transducer& element, const mxArray* array, int index) {
 
 void refuse_complex_weight(const mxArray* array, int index) {
   if (field_value(array, "complex_weight", index) != nullptr) {
-    host::fail(
+    fail(
         "KESTREL no longer uses the complex_weight property. Please use phase and amplitude "
         "instead.");
   }
 }
 
 void fail_invalid_shape(const ShapeText& shape, int index) {
-  host::print("*** %s is not a valid transducer shape (element %i) ***\n", shape.text, index + 1);
-  host::fail("Invalid transducer shape identifier.\n");
+  services::print("*** %s is not a valid transducer shape (element %i) ***\n", shape.text,
+                  index + 1);
+  fail("Invalid transducer shape identifier.\n");
 }
 
 }  // namespace kestrel::gateway

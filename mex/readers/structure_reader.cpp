@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "mex/host/host.h"
+#include "services/error.h"
 
 namespace kestrel {
 
@@ -11,8 +11,8 @@ namespace {
 [[noreturn]] void refuse(const char* owner, const char* field, int element, const char* wanted,
                          const char* found) {
   const std::string of_element = element > 0 ? " of element " + std::to_string(element) : "";
-  host::fail("Field '%s'%s of the %s must be %s, but it is %s.\n", field, of_element.c_str(), owner,
-             wanted, found);
+  fail("Field '%s'%s of the %s must be %s, but it is %s.\n", field, of_element.c_str(), owner,
+       wanted, found);
 }
 
 }  // namespace

@@ -3,80 +3,16 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <numbers>
+#include <span>
 #include <vector>
 
 #include "mex/standalone/mex.h"
+#include "numerics/fft.h"
 
 namespace kestrel::standalone {
 namespace {
 
 using Complex = std::complex<double>;
-
-/// The discrete Fourier transform of one length, by decimation in time with the prime factors of
-/// the length as radices (Cooley and Tukey 1965, doi:10.1090/S0025-5718-1965-0178586-1).
-class Transform {
- public:
-  explicit Transform(std::size_t length) : _roots(length) {
-    for (std::size_t k = 0; k < length; ++k) _roots[k] = root(k, length);
-  }
-
-  void run(const Complex* input, Complex* output) const { run(input, 1, output, _roots.size()); }
-
- private:
-  void run(const Complex* input, std::size_t stride, Complex* output, std::size_t length) const {
-    if (length == 1) {
-      *output = *input;
-      return;
-    }
-    const std::size_t radix = smallest_factor(length);
-    const std::size_t part = length / radix;
-    for (std::size_t q = 0; q < radix; ++q) {
-      run(input + q * stride, stride * radix, output + q * part, part);
-    }
-    const std::size_t step = _roots.size() / length;
-    std::vector<Complex> terms(radix);
-    for (std::size_t k = 0; k < part; ++k) {
-      for (std::size_t q = 0; q < radix; ++q) terms[q] = output[q * part + k];
-      for (std::size_t r = 0; r < radix; ++r) {
-        const std::size_t frequency = r * part + k;
-        Complex sum = terms[0];
-        for (std::size_t q = 1; q < radix; ++q) {
-          sum += terms[q] * _roots[q * frequency % length * step];
-        }
-        output[frequency] = sum;
-      }
-    }
-  }
-
-  /// exp(-2 pi i k / length), rounded once, and exact for whole quarters of a turn.
-  static Complex root(std::size_t k, std::size_t length) {
-    const std::size_t quarter = 4 * k / length;
-    const std::size_t rest = 4 * k % length;
-    const long double angle = std::numbers::pi_v<long double> / 2 * rest / length;
-    const auto cosine = static_cast<double>(std::cos(angle));
-    const auto sine = static_cast<double>(std::sin(angle));
-    switch (quarter) {
-      case 0:
-        return {cosine, -sine};
-      case 1:
-        return {-sine, -cosine};
-      case 2:
-        return {-cosine, sine};
-      default:
-        return {sine, cosine};
-    }
-  }
-
-  static std::size_t smallest_factor(std::size_t length) {
-    for (std::size_t factor = 2; factor * factor <= length; ++factor) {
-      if (length % factor == 0) return factor;
-    }
-    return length;
-  }
-
-  std::vector<Complex> _roots;
-};
 
 Complex element(const mxArray* array, std::size_t index) {
   if (!mxIsComplex(array)) return mxGetDoubles(array)[index];
@@ -143,13 +79,11 @@ void fft(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
   for (std::size_t i = axis + 1; i < dimensions.size(); ++i) transforms *= dimensions[i];
   std::vector<Complex> values(length * transforms);
   if (!values.empty()) {
-    const Transform transform(length);
-    std::vector<Complex> signal(length);
     for (std::size_t t = 0; t < transforms; ++t) {
       for (std::size_t i = 0; i < length; ++i) {
-        signal[i] = i < given ? element(input, t * given + i) : 0;
+        values[t * length + i] = i < given ? element(input, t * given + i) : 0;
       }
-      transform.run(signal.data(), values.data() + t * length);
+      fourier_transform(std::span(values).subspan(t * length, length));
     }
   }
   plhs[0] = create_result(dimensions, values);

@@ -6,14 +6,14 @@
 #include <map>
 #include <ostream>
 
-#include "mex/host/format_text.h"
 #include "mex/standalone/interpreter_functions.h"
 #include "mex/standalone/registry.h"
+#include "services/format_text.h"
 
 namespace kestrel::standalone {
 namespace {
 
-using host::format_text;
+using services::format_text;
 
 thread_local Capture* innermost_capture = nullptr;
 
@@ -140,7 +140,7 @@ StructArray& StructArray::set(const char* name, std::initializer_list<double> ro
 }  // namespace kestrel::standalone
 
 using namespace kestrel::standalone;
-using kestrel::host::format_text;
+using kestrel::services::format_text;
 
 int mexPrintf(const char* format, ...) {
   std::va_list arguments;

@@ -9,6 +9,7 @@
 #include "methods/kzk/nonlinear_step.h"
 #include "methods/kzk/wave_diffraction.h"
 #include "methods/transient/transient_methods.h"
+#include "services/services.h"
 
 namespace kestrel {
 
@@ -33,7 +34,7 @@ void CircularTransducer::debug(int level) {
 
 void CircularTransducer::mex_debug(int level) {
   Transducer::mex_debug(level);
-  host::print("radius: %f\n", _radius);
+  services::print("radius: %f\n", _radius);
 }
 
 int CircularTransducer::fnm_cw() {
@@ -97,7 +98,7 @@ int CircularTransducer::fnm_cw_sse() {
 int CircularTransducer::rayleigh_cw() {
   double speed = _medium->_soundspeed;
   if (!(speed > 1e-10)) {
-    host::warn("Sound speed not set; using default of 1500 m/s to calculate wavenumber.");
+    services::warn("Sound speed not set; using default of 1500 m/s to calculate wavenumber.");
     speed = 1500.0;
   }
   if (is_negligible(_amplitude)) return kSuccess;

@@ -1,11 +1,11 @@
 #include "elements/debug_m128.h"
 
-#include "mex/host/host.h"
+#include "services/services.h"
 
 namespace kestrel {
 
 void debug_m128(float4 v) {
-  host::print("<%e %e %e %e>\n", v.lane(0), v.lane(1), v.lane(2), v.lane(3));
+  services::print("<%e %e %e %e>\n", v.lane(0), v.lane(1), v.lane(2), v.lane(3));
 }
 
 }  // namespace kestrel

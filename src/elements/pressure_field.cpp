@@ -4,7 +4,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "mex/host/host.h"
+#include "services/services.h"
 
 namespace kestrel {
 
@@ -29,14 +29,14 @@ bool PressureField::setPoint(int i, std::complex<double> pressure) {
 
 std::complex<double> PressureField::readPoint(int i) const {
   if (holds(i)) return _values[i];
-  host::print("index %d > %d out of bounds\n", i, count());
+  services::print("index %d > %d out of bounds\n", i, count());
   return 0.0;
 }
 
 std::complex<double> PressureField::readPoint(int i, int j) const {
   const int k = static_cast<std::int32_t>(std::int64_t{_row_length} * i + j);
   if (holds(k)) return _values[k];
-  host::print("index (%d, %d) = %d > %d out of bounds\n", i, j, k, count());
+  services::print("index (%d, %d) = %d > %d out of bounds\n", i, j, k, count());
   return 0.0;
 }
 

@@ -12,6 +12,7 @@
 #include "methods/rayleigh/rectangle_farfield.h"
 #include "methods/rayleigh/surface_sum.h"
 #include "methods/transient/transient_methods.h"
+#include "services/services.h"
 
 namespace kestrel {
 
@@ -59,8 +60,8 @@ void RectangularTransducer::debug(int level) {
 
 void RectangularTransducer::mex_debug(int level) {
   Transducer::mex_debug(level);
-  host::print("width: %f\n", _width);
-  host::print("height: %f\n\n", _height);
+  services::print("width: %f\n", _width);
+  services::print("height: %f\n\n", _height);
 }
 
 int RectangularTransducer::fnm_cw_single() {
@@ -179,7 +180,7 @@ int RectangularTransducer::rayleigh_cw() {
 int RectangularTransducer::rayleigh_cw_sse() {
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
-  host::print("rayleigh_cw_sse: %d abscissas\n", _integral->get_npoints());
+  services::print("rayleigh_cw_sse: %d abscissas\n", _integral->get_npoints());
   return run_field_method(*this, [&] {
     RectangleSurfaceFourWide method;
     method.scaling = surface(frequency);

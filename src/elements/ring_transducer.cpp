@@ -5,6 +5,7 @@
 #include "elements/disc_methods.h"
 #include "methods/common/superpose_field.h"
 #include "methods/transient/transient_methods.h"
+#include "services/services.h"
 
 namespace kestrel {
 
@@ -17,8 +18,8 @@ void RingTransducer::debug(int level) {
 
 void RingTransducer::mex_debug(int level) {
   Transducer::mex_debug(level);
-  host::print("inner radius: %f\n", _inner_radius);
-  host::print("outer radius: %f\n\n", _outer_radius);
+  services::print("inner radius: %f\n", _inner_radius);
+  services::print("outer radius: %f\n\n", _outer_radius);
 }
 
 int RingTransducer::fnm_cw() {

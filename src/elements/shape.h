@@ -1,7 +1,7 @@
 #pragma once
 
 #include "elements/transducer.h"
-#include "mex/host/host.h"
+#include "services/error.h"
 
 namespace kestrel {
 
@@ -52,7 +52,7 @@ class Shape : public PlaceholderShape {
 
  private:
   [[noreturn]] static int unsupported() {
-    host::fail("Transducer shape not supported for this function\n");
+    fail("Transducer shape not supported for this function\n");
   }
 };
 

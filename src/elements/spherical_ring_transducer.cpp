@@ -6,6 +6,7 @@
 #include "elements/cap_methods.h"
 #include "methods/common/superpose_field.h"
 #include "methods/transient/transient_methods.h"
+#include "services/services.h"
 
 namespace kestrel {
 
@@ -35,9 +36,9 @@ void SphericalRingTransducer::debug(int level) {
 
 void SphericalRingTransducer::mex_debug(int level) {
   Transducer::mex_debug(level);
-  host::print("inner radius: %f\n", _inner_radius);
-  host::print("outer radius: %f\n", _outer_radius);
-  host::print("geometric focus: %f\n\n", _geometric_focus);
+  services::print("inner radius: %f\n", _inner_radius);
+  services::print("outer radius: %f\n", _outer_radius);
+  services::print("geometric focus: %f\n\n", _geometric_focus);
 }
 
 int SphericalRingTransducer::fnm_cw() {

@@ -9,6 +9,7 @@
 #include "methods/kzk/nonlinear_step.h"
 #include "methods/kzk/wave_diffraction.h"
 #include "methods/transient/transient_methods.h"
+#include "services/services.h"
 
 namespace kestrel {
 
@@ -21,7 +22,7 @@ void SphericalTransducer::debug(int level) {
 
 void SphericalTransducer::mex_debug(int level) {
   Transducer::mex_debug(level);
-  host::print("radius: %f\n", _radius);
+  services::print("radius: %f\n", _radius);
 }
 
 CapFnm SphericalTransducer::fnm(double frequency) const {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <iostream>
 
-#include "mex/host/host.h"
+#include "services/services.h"
 
 namespace kestrel {
 
@@ -48,27 +48,27 @@ void Transducer::debug(int level) {
 }
 
 void Transducer::mex_debug(int level) {
-  host::print("Element center: (%e, %e, %e)\n", _center.x, _center.y, _center.z);
-  host::print("Element Euler angles: (%e, %e, %e)\n", _euler.x, _euler.y, _euler.z);
-  host::print("Amplitude: %e\n", _amplitude);
-  host::print("Phase: %e\n", _phase);
-  host::print("Time Delay: %e\n", _time_delay);
-  host::print("Complex Weight: %e + %e i\n", _complex_weight.real(), _complex_weight.imag());
+  services::print("Element center: (%e, %e, %e)\n", _center.x, _center.y, _center.z);
+  services::print("Element Euler angles: (%e, %e, %e)\n", _euler.x, _euler.y, _euler.z);
+  services::print("Amplitude: %e\n", _amplitude);
+  services::print("Phase: %e\n", _phase);
+  services::print("Time Delay: %e\n", _time_delay);
+  services::print("Complex Weight: %e + %e i\n", _complex_weight.real(), _complex_weight.imag());
   if (level < 2) return;
 
-  host::print("Parameters:\n");
+  services::print("Parameters:\n");
   if (_medium != nullptr) {
-    host::print("fs: %f\n", _medium->_fs);
-    host::print("f0: %f\n", _medium->_f0);
-    host::print("c: %f\n", _medium->_soundspeed);
-    host::print("attenuation: %f\n", _medium->_dBcmMHz);
-    host::print("density: %f\n", _medium->_rho_density);
+    services::print("fs: %f\n", _medium->_fs);
+    services::print("f0: %f\n", _medium->_f0);
+    services::print("c: %f\n", _medium->_soundspeed);
+    services::print("attenuation: %f\n", _medium->_dBcmMHz);
+    services::print("density: %f\n", _medium->_rho_density);
   }
-  host::print("\nCoordinate grid:\n");
+  services::print("\nCoordinate grid:\n");
   if (const CoordinateGrid* grid = _global_coordinate_grid) {
-    host::print("x range: %f to %f\n", grid->xmin(), grid->xmax());
-    host::print("y range: %f to %f\n", grid->ymin(), grid->ymax());
-    host::print("z range: %f to %f\n", grid->zmin(), grid->zmax());
+    services::print("x range: %f to %f\n", grid->xmin(), grid->xmax());
+    services::print("y range: %f to %f\n", grid->ymin(), grid->ymax());
+    services::print("z range: %f to %f\n", grid->zmin(), grid->zmax());
   }
 }
 
@@ -96,7 +96,7 @@ void Transducer::set_phase(double phase) {
 
 void Transducer::set_complex_weight(double* re, double* im) {
   _complex_weight = {*re, im == nullptr ? 0.0 : *im};
-  host::warn(
+  services::warn(
       "KESTREL no longer uses the complex_weight property. Please use phase and amplitude "
       "instead.");
 }
@@ -109,7 +109,7 @@ int Transducer::get_piston_apodization_index() const { return _piston_apodizatio
 
 double Transducer::get_impulse_end_time() const {
   if (_impulse_end_time < 0.0) {
-    host::warn("Impulse end time used before impulse_begin_and_end_times was called.\n");
+    services::warn("Impulse end time used before impulse_begin_and_end_times was called.\n");
   }
   return _impulse_end_time;
 }

@@ -3,57 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <memory>
 
-#include "excitation/hanning_pulse.h"
-#include "excitation/t_cubed_pulse.h"
-#include "excitation/tone_burst.h"
-#include "mex/host/host.h"
-#include "mex/readers/structure_reader.h"
+#include "numerics/fft.h"
 #include "numerics/run_kernel.h"
+#include "services/array.h"
+#include "services/error.h"
 
 namespace kestrel {
 
 namespace {
-
-constexpr const char* owner = "excitation function";
-
-using HostValue = std::unique_ptr<mxArray, decltype(&mxDestroyArray)>;
-
-/// The discrete Fourier transform as the host computes it, with the same rounding as the user's
-/// own.
-struct Transform {
-  host::Array<std::complex<double>> lines;
-  bool real = false;
-};
-
-Transform transform_by_host(const host::Array<double>& samples) {
-  const HostValue column(mxCreateDoubleMatrix(samples.size(), 1, mxREAL), mxDestroyArray);
-  if (!column) host::fail("Out of memory for the transform of the excitation function.\n");
-  std::copy(samples.begin(), samples.end(), mxGetDoubles(column.get()));
-
-  mxArray* result = nullptr;
-  mxArray* argument = column.get();
-  const int status = mexCallMATLAB(1, &result, 1, &argument, "fft");
-  const HostValue lines(result, mxDestroyArray);
-  if (status != 0 || !lines || !mxIsDouble(lines.get()) ||
-      mxGetNumberOfElements(lines.get()) != samples.size()) {
-    host::fail("The transform of the excitation function by 'fft' failed.\n");
-  }
-
-  Transform transform;
-  transform.lines = host::Array<std::complex<double>>(samples.size());
-  transform.real = !mxIsComplex(lines.get());
-  if (transform.real) {
-    std::copy_n(mxGetDoubles(lines.get()), samples.size(), transform.lines.begin());
-  } else {
-    const mxComplexDouble* values = mxGetComplexDoubles(lines.get());
-    for (std::size_t k = 0; k < samples.size(); ++k) {
-      transform.lines[k] = {values[k].real, values[k].imag};
-    }
-  }
-  return transform;
-}
 
 /// The angle of x, in (-pi, pi].
 double phase_of(std::complex<double> x) {
@@ -77,25 +35,42 @@ ExcitationFunction::ExcitationFunction(double a0, double f0, double pulse_width,
       _omega0(_two_pi * f0),
       _omegaw(_two_pi / pulse_width) {}
 
-ExcitationFunction::ExcitationFunction(const mxArray* signal, double ts, double w,
-                                       double clip_threshold, int type)
-    : _type(type), _pulse_width(w), _ts(ts) {
-  const double* values = read_real_doubles(signal, owner, "signal");
-  if (values == nullptr) host::fail("Field 'signal' of the %s is empty.\n", owner);
-  const std::size_t columns = mxGetN(signal);
-  if (columns > 0x7fffffff) host::fail("Field 'signal' of the %s is too long.\n", owner);
+namespace {
 
-  _nxtimesamples = static_cast<int>(columns);
-  _samples = host::Array<double>(columns);
-  std::copy_n(values, columns, _samples.begin());
-  const Transform transform = transform_by_host(_samples);
+ExcitationFunction::Transform transform_of(std::span<const double> samples) {
+  ExcitationFunction::Transform transform;
+  transform.lines = services::Array<std::complex<double>>(samples.size());
+  std::copy(samples.begin(), samples.end(), transform.lines.begin());
+  fourier_transform({transform.lines.data(), samples.size()});
+  transform.real = std::all_of(transform.lines.begin(), transform.lines.end(),
+                               [](std::complex<double> line) { return line.imag() == 0; });
+  return transform;
+}
+
+}  // namespace
+
+ExcitationFunction::ExcitationFunction(std::span<const double> samples, double ts, double w,
+                                       double clip_threshold)
+    : ExcitationFunction(samples, transform_of(samples), ts, w, clip_threshold, 0) {}
+
+ExcitationFunction::ExcitationFunction(std::span<const double> samples, const Transform& transform,
+                                       double ts, double w, double clip_threshold, int type)
+    : _type(type), _pulse_width(w), _ts(ts) {
+  if (samples.size() > 0x7fffffff) {
+    fail("The signal of the excitation function has more than 2147483647 samples.\n");
+  }
+  _nxtimesamples = static_cast<int>(samples.size());
+  _samples = services::Array<double>(samples.size());
+  std::copy(samples.begin(), samples.end(), _samples.begin());
 
   _dc_index = -1;
   _nyquist_index = _nxtimesamples / 2;
   _nterms = _nxtimesamples / 2 + 1;
   if (_nxtimesamples % 2 != 0) --_nterms;
+  // Without a sample there is no line.
+  _nterms = std::min(_nterms, _nxtimesamples);
 
-  host::Array<double> magnitudes(_nterms);
+  services::Array<double> magnitudes(_nterms);
   for (int k = 0; k < _nterms; ++k) {
     const std::complex<double> line = transform.lines[k];
     magnitudes[k] = transform.real ? line.real() : std::abs(line);
@@ -103,8 +78,9 @@ ExcitationFunction::ExcitationFunction(const mxArray* signal, double ts, double 
   keep_lines(transform.lines, magnitudes, clip_threshold);
 }
 
-void ExcitationFunction::keep_lines(const host::Array<std::complex<double>>& lines,
-                                    const host::Array<double>& magnitudes, double clip_threshold) {
+void ExcitationFunction::keep_lines(const services::Array<std::complex<double>>& lines,
+                                    const services::Array<double>& magnitudes,
+                                    double clip_threshold) {
   const double threshold =
       clip_threshold < 0 ? std::pow(10.0, clip_threshold / 10) : clip_threshold;
   double largest = 0;
@@ -122,8 +98,8 @@ void ExcitationFunction::keep_lines(const host::Array<std::complex<double>>& lin
     _nterms = static_cast<int>(std::count_if(magnitudes.begin(), magnitudes.end(), kept));
   }
 
-  _spectrum = host::Array<std::complex<double>>(_nterms);
-  _omega = host::Array<double>(_nterms);
+  _spectrum = services::Array<std::complex<double>>(_nterms);
+  _omega = services::Array<double>(_nterms);
   const double n = _nxtimesamples;
   const double step = ((1 / n + 1 / n) * 3.14159265358979) / _ts;
   int j = 0;
@@ -139,8 +115,8 @@ void ExcitationFunction::keep_lines(const host::Array<std::complex<double>>& lin
     ++j;
   }
 
-  _line_amplitude = host::Array<double>(_nterms);
-  _line_phase = host::Array<double>(_nterms);
+  _line_amplitude = services::Array<double>(_nterms);
+  _line_phase = services::Array<double>(_nterms);
   for (j = 0; j < _nterms; ++j) {
     _line_amplitude[j] = 2 * std::abs(_spectrum[j]) / n;
     _line_phase[j] = phase_of(_spectrum[j]);
@@ -296,7 +272,7 @@ void ExcitationFunction::exact_temporal_terms(double* out, const double* t, int 
 
 void ExcitationFunction::four_wide_spatial_terms(float* /*out*/, const double* /*tau*/, int /*n*/,
                                                  double /*reference*/) const {
-  host::fail("A sampled signal has no four-wide terms.\n");
+  fail("A sampled signal has no four-wide terms.\n");
 }
 
 double* ExcitationFunction::get_frequency_domain_input_signal_real() const {
@@ -309,48 +285,6 @@ double* ExcitationFunction::get_frequency_domain_input_signal_imag() const {
   double* parts = new double[_nterms];
   for (int j = 0; j < _nterms; ++j) parts[j] = _spectrum[j].imag();
   return parts;
-}
-
-namespace {
-
-/// The object that row `row` (from 0) of the structure describes.
-std::unique_ptr<ExcitationFunction> from_row(const mxArray* structure, int row, bool only_row) {
-  const auto scalar = [&](const char* field) {
-    return read_scalar(field_value(structure, field, row), owner, field, only_row ? 0 : row + 1);
-  };
-  if (has_field(structure, "signal")) {
-    const mxArray* signal = field_value(structure, "signal", row);
-    const double ts = scalar("ts"), w = scalar("w"), clip_threshold = scalar("clip_threshold");
-    return std::make_unique<ExcitationFunction>(signal, ts, w, clip_threshold, 0);
-  }
-  const double type = scalar("type");
-  const double a0 = scalar("A0"), f0 = scalar("f0"), pulse_width = scalar("pulse_width");
-  const double b = scalar("B");
-  if (type >= 1 && type < 2) return std::make_unique<ToneBurst>(a0, f0, pulse_width, b, 1);
-  if (type >= 2 && type < 3) return std::make_unique<HanningPulse>(a0, f0, pulse_width, b, 2);
-  if (type >= 3 && type < 4) return std::make_unique<TCubedPulse>(a0, f0, pulse_width, b, 3);
-  host::fail(
-      "Invalid excitation function type. Please see the documentation for set_excitation_function "
-      "for a list of valid types.\n");
-}
-
-}  // namespace
-
-void ExcitationFunction::excitation_vector(std::vector<ExcitationFunction*>* out,
-                                           const mxArray* structure, int nelements) {
-  if (structure == nullptr || !mxIsStruct(structure)) {
-    host::fail("The %s must be a structure made by set_excitation_function.\n", owner);
-  }
-  const std::size_t rows = mxGetNumberOfElements(structure);
-  if (rows != 1 && rows != static_cast<std::size_t>(nelements)) {
-    host::fail("Excitation function must have either exactly one row or one row per element.");
-  }
-  std::vector<std::unique_ptr<ExcitationFunction>> made;
-  for (int i = 0; i < nelements; ++i) {
-    made.push_back(from_row(structure, rows == 1 ? 0 : i, rows == 1));
-  }
-  out->reserve(out->size() + made.size());
-  for (auto& excitation : made) out->push_back(excitation.release());
 }
 
 bool isPowerOfTwo(int n) {

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <complex>
+#include <span>
 #include <vector>
 
+#include "inputs/host_array.h"
 #include "inputs/time_samples.h"
-#include "mex/host/host.h"
-#include "mex/host/mex_api.h"
+#include "services/array.h"
 
 namespace kestrel {
 
@@ -31,18 +32,35 @@ class ExcitationFunction {
   /// No signal: zero everywhere.
   ExcitationFunction() = default;
 
-  /// A signal of samples `ts` apart, zero outside 0 <= t <= w. `signal` is a row of real doubles;
-  /// the number of samples is its number of columns, so a column is one sample. Its transform is
-  /// taken by the host's own "fft". With an odd number of samples the highest line is dropped (so
-  /// one sample has no line at all).
+  /// A signal of samples `ts` apart, zero outside 0 <= t <= w. With an odd number of samples the
+  /// highest line of its transform is dropped (so one sample has no line at all).
   ///
-  /// Lines are kept whose magnitude exceeds `clip_threshold` times the largest; a negative
-  /// threshold is in decibels, 10^(clip_threshold / 10). Zero keeps every line that is above zero
-  /// and marks the zero-frequency line; lines of no magnitude are moved out, and where the
-  /// transform came back real its negative lines are too (if the zero-frequency line is one of
-  /// them, the first line kept is weighed in its place). Any other threshold leaves the
-  /// zero-frequency line unmarked.
-  ExcitationFunction(const mxArray* signal, double ts, double w, double clip_threshold, int type);
+  /// A line is kept when its magnitude over the largest exceeds `clip_threshold`. A negative
+  /// threshold is in decibels, 10^(clip_threshold / 10). Threshold 0 makes room for all lines and
+  /// sets dc_index = 0; lines of zero magnitude are skipped and the arrays end in zeros. When the
+  /// transform is purely real, signed values are compared, so negative lines are skipped too. If
+  /// the zero-frequency line itself is skipped, dc_index still points at the first kept line. Any
+  /// other threshold: dc_index = -1.
+  ///
+  /// Fails for more than 2147483647 samples.
+  ExcitationFunction(std::span<const double> samples, double ts, double w,
+                     double clip_threshold = 0);
+
+  /// The discrete Fourier transform of a signal, lines 0 .. n-1.
+  struct Transform {
+    services::Array<std::complex<double>> lines;
+    bool real = false;  ///< no line has an imaginary part
+  };
+
+  /// The same, with the transform of all samples made elsewhere.
+  ExcitationFunction(std::span<const double> samples, const Transform& transform, double ts,
+                     double w, double clip_threshold, int type);
+
+  /// The same from a row of a host's real doubles: the number of samples is its number of columns,
+  /// so a column is one sample. Its transform is taken by the host's own "fft", so that it has the
+  /// rounding of the user's own.
+  template <HostArray T>
+  ExcitationFunction(const T* signal, double ts, double w, double clip_threshold, int type);
 
   ExcitationFunction(const ExcitationFunction&) = delete;
   ExcitationFunction& operator=(const ExcitationFunction&) = delete;
@@ -108,7 +126,8 @@ class ExcitationFunction {
   /// Appends one new object per element, which the caller deletes, from the structure made by
   /// `set_excitation_function`: its one row serves all elements, or row i serves element i. Appends
   /// nothing when it fails.
-  static void excitation_vector(std::vector<ExcitationFunction*>* out, const mxArray* structure,
+  template <HostArray T>
+  static void excitation_vector(std::vector<ExcitationFunction*>* out, const T* structure,
                                 int nelements);
 
  protected:
@@ -128,8 +147,8 @@ class ExcitationFunction {
  private:
   /// 1 for a marked zero-frequency or Nyquist line, 2 for a line that stands for a pair.
   double line_weight(int j) const { return j == _dc_index || j == _nyquist_index ? 1.0 : 2.0; }
-  void keep_lines(const host::Array<std::complex<double>>& lines,
-                  const host::Array<double>& magnitudes, double clip_threshold);
+  void keep_lines(const services::Array<std::complex<double>>& lines,
+                  const services::Array<double>& magnitudes, double clip_threshold);
   double sum_of_lines(double t, double (*wave)(double)) const;
   template <class Real>
   void write_spatial_terms(Real* out, double tau) const;
@@ -140,11 +159,11 @@ class ExcitationFunction {
   int _nterms = 0;  ///< kept lines
   int _nyquist_index = 0;
   int _dc_index = 0;
-  host::Array<std::complex<double>> _spectrum;
-  host::Array<double> _samples;
-  host::Array<double> _omega;
-  host::Array<double> _line_amplitude;  ///< 2 |X_j| / N
-  host::Array<double> _line_phase;
+  services::Array<std::complex<double>> _spectrum;
+  services::Array<double> _samples;
+  services::Array<double> _omega;
+  services::Array<double> _line_amplitude;  ///< 2 |X_j| / N
+  services::Array<double> _line_phase;
   double _ts = 0.0;
 };
 

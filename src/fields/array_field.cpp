@@ -16,7 +16,7 @@
 #include "fields/points.h"
 #include "fields/pointwise_field.h"
 #include "fields/reused_field.h"
-#include "mex/host/host.h"
+#include "services/error.h"
 
 namespace kestrel::fields {
 
@@ -197,14 +197,14 @@ double element_tolerance(TileRunner& runner, const std::vector<Element>& element
 /// A harmonic that is not there must not be answered by another one.
 void check_harmonics(const kzk::Parameters& march, std::span<const int> wanted) {
   if (march.harmonics > kzk::most_harmonics) {
-    host::fail("%d harmonics were ordered, but a march carries at most %d.", march.harmonics,
-               kzk::most_harmonics);
+    fail("%d harmonics were ordered, but a march carries at most %d.", march.harmonics,
+         kzk::most_harmonics);
   }
   const int carried = kzk::carried_harmonics(march);
   const auto check = [&](int harmonic) {
     if (harmonic >= 1 && harmonic <= carried) return;
-    host::fail("harmonic %d was asked for, but the march carries the harmonics 1 to %d.", harmonic,
-               carried);
+    fail("harmonic %d was asked for, but the march carries the harmonics 1 to %d.", harmonic,
+         carried);
   };
   for (const int harmonic : wanted) check(harmonic);
   if (wanted.empty() && march.harmonic > 0) check(march.harmonic);
@@ -213,16 +213,15 @@ void check_harmonics(const kzk::Parameters& march, std::span<const int> wanted) 
 void check_settings(const Settings& settings) {
   check_march_parameters(*settings.method, settings.kzk);
   if (!settings.tolerance) {
-    if (settings.nodes < 1) host::fail("the number of nodes must be at least 1.");
+    if (settings.nodes < 1) fail("the number of nodes must be at least 1.");
     return;
   }
   if (!settings.method->takes_tolerance) {
-    host::fail("a tolerance chooses the nodes of the method 'fnm_cw'; for '%s' give their number.",
-               settings.method->name);
+    fail("a tolerance chooses the nodes of the method 'fnm_cw'; for '%s' give their number.",
+         settings.method->name);
   }
   if (!(*settings.tolerance >= 1e-10 && *settings.tolerance < 1)) {
-    host::fail("the tolerance must be at least 1e-10 and below 1, but it is %g.",
-               *settings.tolerance);
+    fail("the tolerance must be at least 1e-10 and below 1, but it is %g.", *settings.tolerance);
   }
 }
 
@@ -243,7 +242,7 @@ class ChosenInstructionSet {
     if (!settings.instruction_set) return;
     _scope.emplace(*settings.instruction_set);
     if (!_scope->chosen()) {
-      host::fail("this processor has no instruction set '%s'.", name(*settings.instruction_set));
+      fail("this processor has no instruction set '%s'.", name(*settings.instruction_set));
     }
   }
 
@@ -277,7 +276,7 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
   const Clock clock;
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   if (settings.tolerance) {
-    host::fail("'kzk_cw' takes no tolerance: its steps decide how accurate it is.");
+    fail("'kzk_cw' takes no tolerance: its steps decide how accurate it is.");
   }
   check_harmonics(settings.kzk, harmonics);
   check_methods(elements, *find_continuous_wave_method("kzk_cw"), continuous_wave_methods(),

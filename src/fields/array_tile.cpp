@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <new>
 
-#include "mex/host/host.h"
+#include "services/error.h"
+#include "services/off_host_thread.h"
 
 namespace kestrel::fields {
 
@@ -14,13 +15,13 @@ void check_result(int result, const Method& method, const Geometry& geometry) {
     case kSuccess:
       return;
     case kNotImplemented:
-      host::fail("The method '%s' is not implemented for elements of the shape '%s'.", method.name,
-                 shape_name(geometry));
+      fail("The method '%s' is not implemented for elements of the shape '%s'.", method.name,
+           shape_name(geometry));
     case kOutOfMemory:
-      host::fail("Out of memory in the method '%s' for an element of the shape '%s'.", method.name,
-                 shape_name(geometry));
+      fail("Out of memory in the method '%s' for an element of the shape '%s'.", method.name,
+           shape_name(geometry));
     default:
-      host::fail(
+      fail(
           "The method '%s' refused an element of the shape '%s': an input is missing or out "
           "of range.",
           method.name, shape_name(geometry));
@@ -76,8 +77,8 @@ void NodeRange::include(int nodes) {
 
 bool has_method(const Geometry& geometry, const Method& method, const Medium& medium) {
   // Without points a method answers what it is, and costs nothing.
-  host::Messages unheard;
-  const host::Detached scope(unheard);
+  services::Messages unheard;
+  const services::OffHostThread scope(unheard);
   Medium own_medium = medium;
   CoordinateGrid no_points;
   NumericalIntegration rule;
@@ -106,8 +107,8 @@ void check_methods(std::span<const Element> elements, const Method& method,
     for (const Method& other : methods) {
       if (has_method(geometry, other, medium)) available.push_back(other);
     }
-    host::fail("element %zu: the shape '%s' has no method '%s'; it has %s.", i + 1,
-               shape_name(geometry), method.name, list_names(available).c_str());
+    fail("element %zu: the shape '%s' has no method '%s'; it has %s.", i + 1, shape_name(geometry),
+         method.name, list_names(available).c_str());
   }
 }
 

@@ -7,7 +7,7 @@
 #include "elements/ring_transducer.h"
 #include "elements/spherical_ring_transducer.h"
 #include "elements/spherical_transducer.h"
-#include "mex/host/host.h"
+#include "services/error.h"
 
 namespace kestrel::fields {
 
@@ -40,20 +40,20 @@ struct Checker {
 
   void finite(const char* field, double value) const {
     if (!std::isfinite(value)) {
-      host::fail("element %zu: %s must be real and finite, but it is %g.", number, field, value);
+      fail("element %zu: %s must be real and finite, but it is %g.", number, field, value);
     }
   }
   void positive(const char* field, double value) const {
     finite(field, value);
     if (!(value > 0)) {
-      host::fail("element %zu: %s must be positive, but it is %g.", number, field, value);
+      fail("element %zu: %s must be positive, but it is %g.", number, field, value);
     }
   }
   void hole(double inner, double outer) const {
     finite("inner_radius", inner);
     positive("outer_radius", outer);
     if (inner < 0 || inner >= outer) {
-      host::fail(
+      fail(
           "element %zu: inner_radius must be at least 0 and below outer_radius = %g, but it "
           "is %g.",
           number, outer, inner);
@@ -62,8 +62,8 @@ struct Checker {
   void curvature(const char* field, double curvature, const char* rim, double radius) const {
     positive(field, curvature);
     if (radius > curvature) {
-      host::fail("element %zu: %s = %g must not be below %s = %g: a shell is at most a hemisphere.",
-                 number, field, curvature, rim, radius);
+      fail("element %zu: %s = %g must not be below %s = %g: a shell is at most a hemisphere.",
+           number, field, curvature, rim, radius);
     }
   }
 
@@ -129,7 +129,7 @@ void check_element(const Element& element, std::size_t number) {
   check.finite("phase", element.phase);
   check.finite("time_delay", element.time_delay);
   if (element.apodization_index < 0 || element.apodization_index > 4) {
-    host::fail(
+    fail(
         "element %zu: apodization_index must be 0 (none), 1 (cosine), 2 (raised cosine), "
         "3 (quadratic) or 4 (quartic), but it is %d.",
         number, element.apodization_index);

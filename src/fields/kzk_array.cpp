@@ -12,7 +12,8 @@
 #include <variant>
 
 #include "methods/kzk/element_methods.h"
-#include "mex/host/host.h"
+#include "services/error.h"
+#include "services/services.h"
 
 namespace kestrel::fields {
 
@@ -23,7 +24,7 @@ struct ApertureOf {
   kzk::Aperture operator()(const Shell& shell) const { return {shell.radius, shell.rad_curvature}; }
   template <class Other>
   kzk::Aperture operator()(const Other&) const {
-    host::fail("only circles and shells can be marched.");
+    fail("only circles and shells can be marched.");
   }
 };
 
@@ -265,11 +266,10 @@ class MarchWorker : public TileWorker {
     const std::string element = "element " + std::to_string(number) + ": ";
     for (const std::string& warning : march.warnings) {
       if (!_state.said.insert(warning).second) continue;
-      host::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
+      services::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
     }
     if (march.code == kzk::Code::done) return;
-    host::fail("%sthe method '%s' failed. %s", element.c_str(), _array.method(),
-               march.reason.c_str());
+    fail("%sthe method '%s' failed. %s", element.c_str(), _array.method(), march.reason.c_str());
   }
 
   const MarchJob& _job;
@@ -281,7 +281,7 @@ class MarchWorker : public TileWorker {
 kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
   for (std::size_t e = 0; e < job.elements.size(); ++e) {
     if (job.elements[e].apodization_index == 0) continue;
-    host::fail(
+    fail(
         "element %zu: the method '%s' marches uniform faces only, but apodization_index is "
         "%d.",
         e + 1, array.method(), job.elements[e].apodization_index);

@@ -1,6 +1,6 @@
 #include "fields/method.h"
 
-#include "mex/host/host.h"
+#include "services/error.h"
 
 namespace kestrel::fields {
 
@@ -59,8 +59,8 @@ const Method* find_transient_method(std::string_view name) { return find(kTransi
 
 void check_march_parameters(const Method& method, const kzk::Parameters& parameters) {
   if (method.marched || parameters == kzk::Parameters{}) return;
-  host::fail("parameters of a nonlinear march were given, but the method '%s' does not march.",
-             method.name);
+  fail("parameters of a nonlinear march were given, but the method '%s' does not march.",
+       method.name);
 }
 
 std::string list_names(std::span<const Method> methods) {

@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "services/off_host_thread.h"
+
 namespace kestrel::fields {
 
 /// How long the calling thread sleeps between two looks at the progress.
@@ -58,18 +60,18 @@ class Job {
   double fraction() const { return _count == 0 ? 1.0 : _done / static_cast<double>(_count); }
 
   /// After the end.
-  void finish(host::Messages& messages) {
+  void finish(services::Messages& messages) {
     messages.absorb(_messages);
     if (_failure) std::rethrow_exception(_failure);
   }
 
  private:
   void work() {
-    host::Messages distinct;
+    services::Messages distinct;
     std::exception_ptr failure;
     try {
-      host::Messages latest;
-      const host::Detached scope(latest);
+      services::Messages latest;
+      const services::OffHostThread scope(latest);
       const std::unique_ptr<TileWorker> worker = _make_worker();
       worker->_stop = &_stop;
       worker->_done = &_done;
@@ -102,7 +104,7 @@ class Job {
   std::condition_variable _changed;
   int _running = 0;
   std::exception_ptr _failure;
-  host::Messages _messages;
+  services::Messages _messages;
   std::vector<std::thread> _threads;
 };
 

@@ -5,7 +5,8 @@
 #include <functional>
 #include <memory>
 
-#include "mex/host/host.h"
+#include "services/error.h"
+#include "services/off_host_thread.h"
 
 namespace kestrel::fields {
 
@@ -65,14 +66,14 @@ class TileRunner {
   int threads() const { return _threads; }
 
   /// Texts that the workers printed or warned about, equal ones once.
-  host::Messages& messages() { return _messages; }
+  services::Messages& messages() { return _messages; }
 
  private:
   int _threads;
   Progress _progress;
   double _finished_share = 0;
   double _share = 0;
-  host::Messages _messages;
+  services::Messages _messages;
 };
 
 }  // namespace kestrel::fields

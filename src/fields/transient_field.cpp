@@ -7,7 +7,7 @@
 #include "fields/kzk_array.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
-#include "mex/host/host.h"
+#include "services/error.h"
 
 namespace kestrel::fields {
 
@@ -66,12 +66,12 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
                                         const TransientSettings& settings, double* result) {
   const auto start = std::chrono::steady_clock::now();
   const Method& method = *settings.method;
-  if (settings.nodes < 1 && !method.marched) host::fail("the number of nodes must be at least 1.");
+  if (settings.nodes < 1 && !method.marched) fail("the number of nodes must be at least 1.");
   check_march_parameters(method, settings.kzk);
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   if (!elements.empty() && excitations.size() != 1 && excitations.size() != elements.size()) {
-    host::fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
-               elements.size(), excitations.size());
+    fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
+         elements.size(), excitations.size());
   }
   check_methods(elements, method, transient_methods(), medium);
 

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "inputs/cartesian_coordinate.h"
-#include "mex/host/host.h"
-#include "mex/host/mex_api.h"
+#include "inputs/host_array.h"
+#include "services/array.h"
+#include "services/error.h"
 
 namespace kestrel {
 
@@ -22,7 +23,8 @@ class CoordinateGrid {
   /// Reads the structure made by `set_coordinate_grid`: the field `coordinates` (m-by-3, a point
   /// list; an empty one has no points), or else `xmin`, `xmax`, `ymin`, `ymax`, `zmin`, `zmax` and
   /// `delta` (three steps). Only the first entry of a structure array counts. Returns true.
-  bool allocate_memory_and_set_values(mxArray const** structure);
+  template <HostArray T>
+  bool allocate_memory_and_set_values(T const** structure);
 
   /// A regular grid. Along x the values are i * deltax + xmin, up to xmax; a step of zero, or equal
   /// bounds, give the single value xmin; y and z alike. Fails for a negative step or range and when
@@ -95,9 +97,9 @@ class CoordinateGrid {
   int _npoints = 0;
   int _nx = 0, _ny = 0, _nz = 0;
   bool _regular = false;
-  host::Array<double> _x_values;
-  host::Array<double> _y_values;
-  host::Array<double> _z_values;
+  services::Array<double> _x_values;
+  services::Array<double> _y_values;
+  services::Array<double> _z_values;
 };
 
 }  // namespace kestrel

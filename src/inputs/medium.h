@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mex/host/mex_api.h"
+#include "inputs/host_array.h"
 
 namespace kestrel {
 
@@ -13,7 +13,8 @@ class Medium {
   /// Reads the nine properties of the first entry of the medium structure; `_f0`, `_fs` and
   /// `_powerlawcoeff` are not in it and stay zero. The numbers are taken as they are. Fails when a
   /// field is missing, empty or not numeric.
-  explicit Medium(mxArray const** structure);
+  template <HostArray T>
+  explicit Medium(T const** structure);
 
   /// Prints the properties to the host's console.
   void mexDebug() const;

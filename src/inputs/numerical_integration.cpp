@@ -4,6 +4,10 @@
 #include <cmath>
 #include <utility>
 
+#include "services/array.h"
+#include "services/error.h"
+#include "services/services.h"
+
 namespace kestrel {
 
 namespace {
@@ -70,15 +74,15 @@ void legendre_rule(int n, double* nodes, double* weights, bool refine) {
 
 bool NumericalIntegration::allocate_memory(int n) {
   if (n < 1) {
-    host::print("Illegal number of abscissas %d\n", n);
-    host::fail("Specified number of abscissas is less than 1.\n");
+    services::print("Illegal number of abscissas %d\n", n);
+    fail("Specified number of abscissas is less than 1.\n");
   }
   const auto count = static_cast<std::size_t>(n);
-  host::Array<double> abscissas(count);
-  host::Array<double> cosines(count);
-  host::Array<double> weights(count);
-  host::Array<double> gauss_abscissas(count);
-  host::Array<double> gauss_weights(count);
+  services::Array<double> abscissas(count);
+  services::Array<double> cosines(count);
+  services::Array<double> weights(count);
+  services::Array<double> gauss_abscissas(count);
+  services::Array<double> gauss_weights(count);
   _npoints = n;
   _abscissas = std::move(abscissas);
   _cosines = std::move(cosines);

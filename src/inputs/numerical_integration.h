@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "mex/host/host.h"
+#include "services/array.h"
 
 namespace kestrel {
 
@@ -66,21 +66,21 @@ class NumericalIntegration {
   int kzk_count(int i) const { return i < 0 || i > 1 ? 0 : _kzk_counts[i]; }
 
  private:
-  double value(const host::Array<double>& values, int i) const {
+  double value(const services::Array<double>& values, int i) const {
     return i < 0 || i >= _npoints ? 0.0 : values[static_cast<std::size_t>(i)];
   }
 
   float _kzk_parameters[5] = {};
   int _kzk_counts[2] = {};
   int _npoints = 0;
-  host::Array<double> _abscissas;
-  host::Array<double> _weights;
-  host::Array<double> _cosines;
+  services::Array<double> _abscissas;
+  services::Array<double> _weights;
+  services::Array<double> _cosines;
   /// The Gauss-Legendre rule on [-1, 1], found once: its cost grows as n^2, and methods that map it
   /// onto an interval of their own fill the rule again at every call.
   bool _gauss_known = false;
-  host::Array<double> _gauss_abscissas;
-  host::Array<double> _gauss_weights;
+  services::Array<double> _gauss_abscissas;
+  services::Array<double> _gauss_weights;
 };
 
 }  // namespace kestrel

@@ -2,8 +2,9 @@
 
 #include <cstddef>
 
-#include "mex/host/host.h"
-#include "mex/host/mex_api.h"
+#include "inputs/host_array.h"
+#include "services/array.h"
+#include "services/error.h"
 
 namespace kestrel {
 
@@ -26,7 +27,8 @@ class TimeSamples {
   /// Reads the structure made by `set_time_samples`: the field `time_samples` (an explicit list),
   /// or else `tmin`, `tmax` and `deltat`. Only the first entry of a structure array counts. Returns
   /// true.
-  bool allocate_memory_and_set_values(mxArray const** structure);
+  template <HostArray T>
+  bool allocate_memory_and_set_values(T const** structure);
 
   /// Samples from tmin to tmax; one sample when the bounds are equal or deltat is zero. Fails for a
   /// negative interval or span and for more than 2147483647 samples. Returns true.
@@ -68,15 +70,15 @@ class TimeSamples {
  private:
   /// The count itself passes as an index: every filled axis has a zero behind its last sample. An
   /// axis that was never filled has no entries at all.
-  static double value(const host::Array<double>& values, int count, int i) {
+  static double value(const services::Array<double>& values, int count, int i) {
     return i < 0 || i > count || values.empty() ? 0.0 : values[static_cast<std::size_t>(i)];
   }
 
   int _nt = 0;
   int _nt_local = 0;
   int _ntau = 0;
-  host::Array<double> _time_values;
-  host::Array<double> _tau_values;
+  services::Array<double> _time_values;
+  services::Array<double> _tau_values;
   double _tmin = 0.0;
   double _tmax = 0.0;
   double _deltat = 0.0;

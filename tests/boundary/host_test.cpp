@@ -1,5 +1,3 @@
-#include "mex/host/host.h"
-
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
@@ -11,10 +9,14 @@
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
 #include "mex/standalone/standalone_host.h"
+#include "services/array.h"
+#include "services/error.h"
+#include "services/off_host_thread.h"
 
 namespace kestrel::host {
 namespace {
 
+using namespace services;
 using standalone::AllocationLimit;
 using standalone::call;
 using standalone::CallResult;
@@ -72,19 +74,19 @@ TEST(HostDetached, ThreadDoesWithoutTheHost) {
   const Live before = live();
   Capture capture;
   Messages messages;
-  Array<double> made_detached;
+  Array<double> made_off_host;
   std::thread worker([&] {
     const AllocationLimit limit(0);  // the host would refuse
-    const Detached scope(messages);
+    const OffHostThread scope(messages);
     Array<double> array(100);
     array[99] = 9;
-    made_detached = std::move(array);
+    made_off_host = std::move(array);
     print("first %d\n", 1);
     warn("second");
     {
       Messages inner;
       {
-        const Detached nested(inner);
+        const OffHostThread nested(inner);
         print("fourth\n");
       }
       print("third\n");
@@ -99,7 +101,7 @@ TEST(HostDetached, ThreadDoesWithoutTheHost) {
   EXPECT_TRUE(messages.empty());
   messages.replay();
   EXPECT_EQ(capture.warnings().size(), 1u) << "texts are shown once";
-  EXPECT_EQ(made_detached[99], 9);
+  EXPECT_EQ(made_off_host[99], 9);
 }
 
 TEST(HostDetached, BlocksFindTheirWayBackAfterTheScopeChanged) {
@@ -108,7 +110,7 @@ TEST(HostDetached, BlocksFindTheirWayBackAfterTheScopeChanged) {
   Array<int> detached;
   {
     Messages messages;
-    const Detached scope(messages);
+    const OffHostThread scope(messages);
     detached = Array<int>(4);
     attached = Array<int>();  // released to the host, although the scope is detached
     EXPECT_EQ(live(), before);
@@ -203,20 +205,6 @@ TEST(ComplexResult, SaysThatMemoryIsOut) {
   constexpr std::size_t large = std::size_t{1} << 31;
   EXPECT_EQ(text_of_failure([] { create_complex_result(large, large, large); }),
             "Out of memory: the result has too many points.");
-}
-
-TEST(ComplexValues, ReadsRealAndComplexDoublesOnly) {
-  using Complex = std::complex<double>;
-  const auto read = [](const Value& value) {
-    const Array<Complex> values = complex_values(value);
-    return std::vector<Complex>(values.begin(), values.end());
-  };
-  EXPECT_EQ(read(Value::row({1, -2})), (std::vector<Complex>{1, -2}));
-  EXPECT_EQ(read(Value::complex_matrix(2, 1, {{1, 2}, {3, -4}})),
-            (std::vector<Complex>{{1, 2}, {3, -4}}));
-  EXPECT_TRUE(read(Value::zeros(0, 3, mxDOUBLE_CLASS, mxCOMPLEX)).empty());
-  EXPECT_EQ(text_of_failure([&] { read(Value::zeros(1, 1, mxSINGLE_CLASS)); }),
-            "A double array is needed, not single.");
 }
 
 }  // namespace

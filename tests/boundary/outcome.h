@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "mex/host/error.h"
 #include "mex/standalone/standalone_host.h"
+#include "services/error.h"
 
 namespace kestrel {
 

@@ -203,7 +203,7 @@ TEST(March, SampledSignalsAreThePulsesThatTheySample) {
   const auto sampled = [](auto signal) {
     std::vector<double> samples(120);
     for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = signal(20e-9 * double(i));
-    return standalone::Value::row(samples);
+    return samples;
   };
 
   Medium lossy = water(1);
@@ -211,7 +211,7 @@ TEST(March, SampledSignalsAreThePulsesThatTheySample) {
   lossy._f0 = 0;  // nobody says at which frequency
   const HanningPulse pulse(1, 3e6, 1.6e-6, 0, 2);
   const auto row = sampled([&](double t) { return pulse.at(t); });
-  const ExcitationFunction samples(row, 20e-9, 2.38e-6, 0, 0);
+  const ExcitationFunction samples(row, 20e-9, 2.38e-6);
   EXPECT_NEAR(samples.mean_frequency(), 3e6, 0.1e6);
   const Shell shell{10e-3, 30e-3};
   expect_close(pressure("kzk_transient", samples, shell, lossy),
@@ -220,7 +220,7 @@ TEST(March, SampledSignalsAreThePulsesThatTheySample) {
   // A push has a mean; weak, it is the linear method's.
   const auto push_row =
       sampled([](double t) { return 1e-3 * std::pow(std::sin(M_PI * t / 2.4e-6), 2); });
-  const ExcitationFunction push(push_row, 20e-9, 2.38e-6, 0, 0);
+  const ExcitationFunction push(push_row, 20e-9, 2.38e-6);
   expect_close(pressure("kzk_transient", push, Circle{10e-3}, water()),
                pressure("fnm_tsd", push, Circle{10e-3}, water()), 0.02);
 }

@@ -27,8 +27,7 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 std::unique_ptr<ExcitationFunction> sampled(const std::vector<double>& signal, double ts, double w,
                                             double clip_threshold = 0) {
-  const auto row = standalone::Value::row(signal);
-  return std::make_unique<ExcitationFunction>(row, ts, w, clip_threshold, 0);
+  return std::make_unique<ExcitationFunction>(signal, ts, w, clip_threshold);
 }
 
 std::vector<double> random_signal(int n, unsigned seed) {

@@ -40,8 +40,7 @@ inline Excitation sampled(double clip_threshold = 0) {
     const double x = 2 * M_PI * i / n;
     signal[i] = (1 - std::cos(x)) * std::sin(3 * x);
   }
-  const standalone::Value row = standalone::Value::row(signal);
-  return std::make_shared<ExcitationFunction>(row, 20e-9, n * 20e-9, clip_threshold, 0);
+  return std::make_shared<ExcitationFunction>(signal, 20e-9, n * 20e-9, clip_threshold);
 }
 inline std::vector<NamedExcitation> excitations() {
   return {{"tone", tone()}, {"hanning", hanning()}, {"t-cubed", t_cubed()}, {"sampled", sampled()}};

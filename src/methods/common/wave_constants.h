@@ -6,7 +6,7 @@
 
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
-#include "mex/host/host.h"
+#include "services/services.h"
 
 namespace kestrel::detail {
 
@@ -53,7 +53,7 @@ inline double negative_wavenumber(const Medium& medium, double frequency) {
 inline constexpr double kDefaultFrequency = 1000000.0;
 
 inline double default_frequency() {
-  host::warn("f0 not set; using default of 1 MHz to calculate wavelength.");
+  services::warn("f0 not set; using default of 1 MHz to calculate wavelength.");
   return kDefaultFrequency;
 }
 /// The frequency of the wavenumber, with the 1 MHz default. The rectangle takes a NaN as it is; the

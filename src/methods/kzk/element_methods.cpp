@@ -5,7 +5,7 @@
 
 #include "excitation/excitation_function.h"
 #include "methods/common/wave_constants.h"
-#include "mex/host/host.h"
+#include "services/services.h"
 
 namespace kestrel::detail {
 
@@ -27,7 +27,7 @@ void fill_problem(kzk::Problem& problem, const Transducer& element, const kzk::A
 
 /// Issues the march's warnings and answers its code.
 int code_of(const kzk::Report& march) {
-  for (const std::string& warning : march.warnings) host::warn(warning.c_str());
+  for (const std::string& warning : march.warnings) services::warn(warning.c_str());
   return static_cast<int>(march.code);
 }
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-namespace kestrel::host {
+namespace kestrel::services {
 
 /// What vprintf would print, of any length; the format itself when it is invalid.
 inline std::string format_text(const char* format, std::va_list arguments) {
@@ -22,4 +22,4 @@ inline std::string format_text(const char* format, std::va_list arguments) {
   return text;
 }
 
-}  // namespace kestrel::host
+}  // namespace kestrel::services

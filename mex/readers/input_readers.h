@@ -1,0 +1,29 @@
+#pragma once
+
+/// The operations of the input classes that read a MEX host's structures. The library declares them
+/// for any host's array type; these are their definitions for the host of this build.
+
+#include <vector>
+
+#include "excitation/excitation_function.h"
+#include "inputs/coordinate_grid.h"
+#include "inputs/medium.h"
+#include "inputs/time_samples.h"
+#include "mex/host/mex_api.h"
+
+namespace kestrel {
+
+template <>
+bool CoordinateGrid::allocate_memory_and_set_values(mxArray const** structure);
+template <>
+Medium::Medium(mxArray const** structure);
+template <>
+bool TimeSamples::allocate_memory_and_set_values(mxArray const** structure);
+template <>
+ExcitationFunction::ExcitationFunction(const mxArray* signal, double ts, double w,
+                                       double clip_threshold, int type);
+template <>
+void ExcitationFunction::excitation_vector(std::vector<ExcitationFunction*>* out,
+                                           const mxArray* structure, int nelements);
+
+}  // namespace kestrel

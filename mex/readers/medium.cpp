@@ -1,0 +1,46 @@
+#include "inputs/medium.h"
+
+#include "mex/readers/input_readers.h"
+#include "mex/readers/structure_reader.h"
+#include "services/error.h"
+
+namespace kestrel {
+
+namespace {
+
+struct Property {
+  const char* field;
+  double Medium::*value;
+};
+
+constexpr Property properties[] = {
+    {"soundspeed", &Medium::_soundspeed},
+    {"density", &Medium::_rho_density},
+    {"attenuationdBcmMHz", &Medium::_dBcmMHz},
+    {"bloodperfusion", &Medium::_wb},
+    {"specificheat", &Medium::_ct},
+    {"specificheatofblood", &Medium::_ctb},
+    {"thermalconductivity", &Medium::_kappa},
+    {"nonlinearityparameter", &Medium::_beta},
+    {"powerlawexponent", &Medium::_b},
+};
+
+}  // namespace
+
+template <>
+Medium::Medium(mxArray const** structure) {
+  // All fields are looked for before any is read.
+  for (const Property& property : properties) {
+    if (!has_field(*structure, property.field)) {
+      fail(
+          "Medium object is not structured correctly. Please see the documentation for the correct "
+          "structure.");
+    }
+  }
+  for (const Property& property : properties) {
+    this->*property.value =
+        read_scalar(field_value(*structure, property.field), "medium", property.field);
+  }
+}
+
+}  // namespace kestrel
