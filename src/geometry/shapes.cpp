@@ -1,5 +1,6 @@
 #include "geometry/shapes.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -20,6 +21,21 @@ double depth(double radius, double curvature) {
 
 double RadialFace::height(double radius) const {
   return curvature > 0 ? depth(radius, curvature) : 0.0;
+}
+
+double support_of(const RadialFace& face, CartesianCoordinate direction) {
+  const double across = std::hypot(direction.x, direction.y);
+  const auto rim = [&](double radius) {
+    return radius * across + face.height(radius) * direction.z;
+  };
+  const double of_rims = std::max(rim(face.inner_radius), rim(face.outer_radius));
+  if (!(face.curvature > 0)) return of_rims;
+  // The sphere's own farthest point, where it belongs to the face: the lower half of a sphere about
+  // (0, 0, curvature) is what faces +z.
+  const double from_axis = face.curvature * across;
+  const bool on_face =
+      direction.z <= 0 && from_axis >= face.inner_radius && from_axis <= face.outer_radius;
+  return on_face ? std::max(of_rims, face.curvature * (1 + direction.z)) : of_rims;
 }
 
 void SizeCheck::finite(const char* field, double value) const {
@@ -54,6 +70,9 @@ void SizeCheck::curvature(const char* field, double curvature, const char* rim,
 void Rectangle::check(const SizeCheck& size) const {
   size.positive("width", width);
   size.positive("height", height);
+}
+double Rectangle::support(CartesianCoordinate direction) const {
+  return std::abs(direction.x) * width / 2 + std::abs(direction.y) * height / 2;
 }
 double Rectangle::extent() const { return std::hypot(width, height) / 2; }
 

@@ -13,6 +13,8 @@
 #include <variant>
 #include <vector>
 
+#include "geometry/cartesian_coordinate.h"
+
 namespace kestrel {
 
 /// The mirror symmetry of a shape's field about its axis.
@@ -48,6 +50,10 @@ struct RadialFace {
   double height(double radius) const;
 };
 
+/// How far a round face reaches along a direction of its frame: the largest projection of one of
+/// its points on it. The direction has length 1.
+double support_of(const RadialFace& face, CartesianCoordinate direction);
+
 /// A face from which the parabolic (KZK) equation can be solved: curvature 0 is a plane.
 struct ParabolicAperture {
   double radius = 0, curvature = 0;
@@ -80,6 +86,8 @@ struct Rectangle {
   double area() const { return width * height; }
   FieldJumps jumps() const { return {{0.0}}; }
   RadialFace radial_face() const { return {}; }
+  double support(CartesianCoordinate direction) const;
+  double inscribed_radius() const { return (width < height ? width : height) / 2; }
   std::optional<ParabolicAperture> parabolic_aperture() const { return std::nullopt; }
   bool operator==(const Rectangle&) const = default;
 };
@@ -94,6 +102,10 @@ struct Circle {
   double area() const;
   FieldJumps jumps() const { return {{0.0}}; }
   RadialFace radial_face() const { return {0, radius, 0}; }
+  double support(CartesianCoordinate direction) const {
+    return support_of(radial_face(), direction);
+  }
+  double inscribed_radius() const { return radius; }
   std::optional<ParabolicAperture> parabolic_aperture() const {
     return ParabolicAperture{radius, 0};
   }
@@ -112,6 +124,10 @@ struct Ring {
   double area() const;
   FieldJumps jumps() const { return {{0.0}}; }
   RadialFace radial_face() const { return {inner_radius, outer_radius, 0}; }
+  double support(CartesianCoordinate direction) const {
+    return support_of(radial_face(), direction);
+  }
+  double inscribed_radius() const { return outer_radius; }
   std::optional<ParabolicAperture> parabolic_aperture() const { return std::nullopt; }
   bool operator==(const Ring&) const = default;
 };
@@ -129,6 +145,10 @@ struct Shell {
   double area() const;
   FieldJumps jumps() const;
   RadialFace radial_face() const { return {0, radius, rad_curvature}; }
+  double support(CartesianCoordinate direction) const {
+    return support_of(radial_face(), direction);
+  }
+  double inscribed_radius() const { return radius; }
   std::optional<ParabolicAperture> parabolic_aperture() const {
     return ParabolicAperture{radius, rad_curvature};
   }
@@ -150,6 +170,10 @@ struct ShellRing {
   double area() const;
   FieldJumps jumps() const;
   RadialFace radial_face() const { return {inner_radius, outer_radius, geometric_focus}; }
+  double support(CartesianCoordinate direction) const {
+    return support_of(radial_face(), direction);
+  }
+  double inscribed_radius() const { return outer_radius; }
   std::optional<ParabolicAperture> parabolic_aperture() const { return std::nullopt; }
   bool operator==(const ShellRing&) const = default;
 };
@@ -167,6 +191,10 @@ concept ElementShape = std::equality_comparable<G> && requires(const G g, const 
   { g.area() } -> std::same_as<double>;
   { g.jumps() } -> std::same_as<FieldJumps>;
   { g.radial_face() } -> std::same_as<RadialFace>;
+  /// The largest projection of a point of the face on a direction of length 1.
+  { g.support(CartesianCoordinate()) } -> std::same_as<double>;
+  /// Of the largest circle about the axis within the face's outline.
+  { g.inscribed_radius() } -> std::same_as<double>;
   { g.parabolic_aperture() } -> std::same_as<std::optional<ParabolicAperture>>;
 };
 
