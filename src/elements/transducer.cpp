@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iostream>
 
+#include "methods/common/element_inputs.h"
 #include "services/services.h"
 
 namespace kestrel {
@@ -133,6 +134,23 @@ void Transducer::set_transient_pressure_pointer(double* pressure) {
   _imaginary_pressure = nullptr;
 }
 
+detail::ElementInputs Transducer::inputs() const {
+  return {.center = _center,
+          .rotation = Rotation(_euler),
+          .amplitude = _amplitude,
+          .weight = _complex_weight,
+          .time_delay = _time_delay,
+          .apodization_index = _piston_apodization_index,
+          .grid = _global_coordinate_grid,
+          .medium = _medium,
+          .rule = _integral,
+          .time = _time_vector,
+          .excitation = _excitation_function,
+          .real_plane = _real_pressure,
+          .imaginary_plane = _imaginary_pressure,
+          .traces = _transient_pressure};
+}
+
 void Transducer::InitializeRotationMatrix() { _rotation = Rotation(_euler); }
 
 CartesianCoordinate Transducer::rotateTranslate(CartesianCoordinate const& point) {
@@ -156,25 +174,13 @@ void Transducer::call_superpose_transient_pressure(int const& i, double const* t
   superpose_samples(i, trace, _time_vector->nt_local());
 }
 
-template <class Sample>
-void Transducer::superpose_traces(const int* points, int count, const Sample* traces, int stride,
-                                  int samples) {
-  const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
-  double* sample = _transient_pressure;
-  for (int k = 0; k < samples; ++k, sample += npoints) {
-    const Sample* trace = traces + k;
-    for (int j = 0; j < count; ++j, trace += stride) {
-      sample[points[j]] += static_cast<double>(*trace);
-    }
-  }
-}
 void Transducer::superpose_transient_pressures(int const* points, int count, double const* traces,
                                                int stride, int samples) {
-  superpose_traces(points, count, traces, stride, samples);
+  inputs().add_traces(points, count, traces, stride, samples);
 }
 void Transducer::superpose_transient_pressures(int const* points, int count, float const* traces,
                                                int stride, int samples) {
-  superpose_traces(points, count, traces, stride, samples);
+  inputs().add_traces(points, count, traces, stride, samples);
 }
 
 void Transducer::zerofill_complex_pressure() {

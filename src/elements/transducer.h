@@ -8,19 +8,16 @@
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
 #include "inputs/time_samples.h"
+#include "methods/common/element_result.h"
 #include "numerics/piston_apodization.h"
 
 namespace kestrel {
 
 class ExcitationFunction;
 
-/// What every calculation method returns.
-enum ElementResult : int {
-  kSuccess = 0,
-  kNotImplemented = 1,  ///< this shape has no such method
-  kOutOfMemory = 2,     ///< nothing was added to the planes
-  kMisuse = 3,          ///< an input is missing or out of range; nothing was added
-};
+namespace detail {
+struct ElementInputs;
+}
 
 /// An ultrasound element: where it is, how it is turned and driven, what it radiates into, and the
 /// fixed table of methods that compute its field.
@@ -149,6 +146,9 @@ class Transducer {
   Transducer(const Transducer&) = default;
   Transducer& operator=(const Transducer&) = default;
 
+  /// What the methods work with, as set at this moment.
+  detail::ElementInputs inputs() const;
+
   CartesianCoordinate _center;
   CartesianCoordinate _euler;
   /// (0, 0) until an amplitude or a phase is set.
@@ -173,9 +173,6 @@ class Transducer {
   void renew_complex_weight();
   template <class Sample>
   void superpose_samples(int point, const Sample* trace, int samples);
-  template <class Sample>
-  void superpose_traces(const int* points, int count, const Sample* traces, int stride,
-                        int samples);
 };
 
 }  // namespace kestrel

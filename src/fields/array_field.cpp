@@ -26,48 +26,29 @@ namespace {
 using Likeness = std::array<double, 8>;
 
 Likeness likeness(const Element& e) {
-  const auto with = [&](std::array<double, 3> size) -> Likeness {
-    return {static_cast<double>(e.geometry.index()),
-            size[0],
-            size[1],
-            size[2],
-            e.euler.x,
-            e.euler.y,
-            e.euler.z,
-            static_cast<double>(e.apodization_index)};
-  };
-  struct Sizes {
-    std::array<double, 3> operator()(const Rectangle& g) const { return {g.width, g.height, 0}; }
-    std::array<double, 3> operator()(const Circle& g) const { return {g.radius, 0, 0}; }
-    std::array<double, 3> operator()(const Ring& g) const {
-      return {g.inner_radius, g.outer_radius, 0};
-    }
-    std::array<double, 3> operator()(const Shell& g) const {
-      return {g.radius, g.rad_curvature, 0};
-    }
-    std::array<double, 3> operator()(const ShellRing& g) const {
-      return {g.inner_radius, g.outer_radius, g.geometric_focus};
-    }
-  };
-  return with(std::visit(Sizes{}, e.geometry));
+  Likeness key{static_cast<double>(e.geometry.index())};
+  std::visit(
+      [&](const auto& face) {
+        std::size_t i = 1;
+        for (const auto& [name, size] : face.sizes()) key.at(i++) = face.*size;
+      },
+      e.geometry);
+  key[4] = e.euler.x;
+  key[5] = e.euler.y;
+  key[6] = e.euler.z;
+  key[7] = e.apodization_index;
+  return key;
 }
 
 /// Rough costs in nanoseconds on one core with AVX2; only their ratios matter, for the choice
 /// between the ways and for the progress.
 double cost_per_point(const Method& method, const Geometry& geometry, int nodes) {
   constexpr double point = 15, term = 1.6;
-  double integrals = 1;
-  if (std::holds_alternative<Rectangle>(geometry)) integrals = 4;
-  if (std::holds_alternative<Ring>(geometry) || std::holds_alternative<ShellRing>(geometry)) {
-    integrals = 2;
-  }
-  if (method.compute == &Transducer::farfield_cw) return point;
-  const bool squared = method.compute == &Transducer::radiator_cw ||
-                       method.compute == &Transducer::rayleigh_cw ||
-                       method.compute == &Transducer::rayleigh_cw_apodized ||
-                       method.compute == &Transducer::rayleigh_cw_sse ||
-                       method.compute == &Transducer::fnm_cw_apodized;
-  return point + term * (squared ? static_cast<double>(nodes) * nodes : integrals * nodes);
+  if (method.effort == Effort::point) return point;
+  const double terms = method.effort == Effort::squared
+                           ? static_cast<double>(nodes) * nodes
+                           : static_cast<double>(shape_facts(geometry).edge_integrals) * nodes;
+  return point + term * terms;
 }
 
 double reuse_cost(const ReusePlan& plan, std::size_t elements, double per_point) {
@@ -279,8 +260,7 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
     fail("'kzk_cw' takes no tolerance: its steps decide how accurate it is.");
   }
   check_harmonics(settings.kzk, harmonics);
-  check_methods(elements, *find_continuous_wave_method("kzk_cw"), continuous_wave_methods(),
-                medium);
+  check_methods(elements, *find_continuous_wave_method("kzk_cw"), continuous_wave_methods());
   std::fill_n(result,
               static_cast<std::size_t>(grid.npoints()) * std::max<std::size_t>(harmonics.size(), 1),
               std::complex<double>{});
@@ -302,7 +282,7 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   if (method.marched) return compute_harmonics(elements, grid, medium, {}, settings, result);
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   check_settings(settings);
-  check_methods(elements, method, continuous_wave_methods(), medium);
+  check_methods(elements, method, continuous_wave_methods());
 
   const GridPoints points(grid);
   std::fill_n(result, points.size(), std::complex<double>{});

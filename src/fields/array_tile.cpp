@@ -31,12 +31,12 @@ void check_result(int result, const Method& method, const Geometry& geometry) {
 }  // namespace
 
 ElementWorker::ElementWorker(const DirectJob& job, std::size_t tile_size, NodeRange& used)
-    : _job(job), _used(used), _medium(job.medium), _tile_size(tile_size), _columns(3 * tile_size) {
-  _transducers.reserve(job.elements.size());
+    : _job(job), _used(used), _tile_size(tile_size), _columns(3 * tile_size) {
+  _inputs.reserve(job.elements.size());
   for (const Element& element : job.elements) {
-    _transducers.push_back(make_transducer(element));
-    _transducers.back()->set_medium(&_medium);
-    _transducers.back()->set_global_coordinate_grid(&_grid);
+    _inputs.push_back(place_inputs(element));
+    _inputs.back().medium = &job.medium;
+    _inputs.back().grid = &_grid;
   }
 }
 
@@ -46,14 +46,14 @@ void ElementWorker::run(std::size_t tile) {
   const Box box = _job.points.copy(first, count, _columns.data());
   _grid.CoordinateGridVector(_columns.data(), static_cast<int>(count));
   clear(count);
-  for (std::size_t e = 0; e < _transducers.size(); ++e) {
+  for (std::size_t e = 0; e < _inputs.size(); ++e) {
     if (stopped()) return;
     const Element& element = _job.elements[e];
     NumericalIntegration& rule = rule_of(_job.rule.nodes(element, box));
     // Methods of discs and rings leave the rule over (0, pi), those of the others want (-1, 1).
     rule.gauss_quadrature();
-    _transducers[e]->set_integral_pointer(&rule);
-    check_result((*_transducers[e].*_job.method.compute)(), _job.method, element.geometry);
+    _inputs[e].rule = &rule;
+    check_result(_job.method.compute(element.geometry, _inputs[e]), _job.method, element.geometry);
   }
   collect(first, count);
 }
@@ -75,37 +75,26 @@ void NodeRange::include(int nodes) {
   }
 }
 
-bool has_method(const Geometry& geometry, const Method& method, const Medium& medium) {
-  // Without points a method answers what it is, and costs nothing.
-  services::Messages unheard;
-  const services::OffHostThread scope(unheard);
-  Medium own_medium = medium;
-  CoordinateGrid no_points;
-  NumericalIntegration rule;
-  rule.allocate_memory(1);
-  rule.gauss_quadrature();
-  double plane = 0;
-  Element element;
-  element.geometry = geometry;
-  const auto transducer = make_transducer(element);
-  transducer->set_medium(&own_medium);
-  transducer->set_global_coordinate_grid(&no_points);
-  transducer->set_integral_pointer(&rule);
-  transducer->set_complex_pressure_pointers(&plane, &plane);
-  return (*transducer.*method.compute)() != kNotImplemented;
+detail::ElementInputs place_inputs(const Element& element) {
+  return {.center = element.center,
+          .rotation = Rotation(element.euler),
+          .amplitude = element.amplitude,
+          .weight = element.weight(),
+          .time_delay = element.time_delay,
+          .apodization_index = element.apodization_index};
 }
 
 void check_methods(std::span<const Element> elements, const Method& method,
-                   std::span<const Method> methods, const Medium& medium) {
+                   std::span<const Method> methods) {
   std::vector<std::size_t> seen;
   for (std::size_t i = 0; i < elements.size(); ++i) {
     const Geometry& geometry = elements[i].geometry;
     if (std::find(seen.begin(), seen.end(), geometry.index()) != seen.end()) continue;
     seen.push_back(geometry.index());
-    if (has_method(geometry, method, medium)) continue;
+    if (method.is_of(geometry)) continue;
     std::vector<Method> available;
     for (const Method& other : methods) {
-      if (has_method(geometry, other, medium)) available.push_back(other);
+      if (other.is_of(geometry)) available.push_back(other);
     }
     fail("element %zu: the shape '%s' has no method '%s'; it has %s.", i + 1,
          shape_facts(geometry).name, method.name, list_names(available).c_str());

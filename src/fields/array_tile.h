@@ -47,8 +47,8 @@ class ElementWorker : public TileWorker {
   /// After them: the tile's sums belong to the points from `first` on.
   virtual void collect(std::size_t first, std::size_t count) = 0;
 
-  /// One by element, with medium, points and rule.
-  std::span<const std::unique_ptr<Transducer>> transducers() const { return _transducers; }
+  /// What each element's method works with; the derived worker says what it adds to.
+  std::span<detail::ElementInputs> inputs() { return _inputs; }
   std::size_t largest_tile() const { return _tile_size; }
 
  private:
@@ -56,20 +56,19 @@ class ElementWorker : public TileWorker {
 
   const DirectJob& _job;
   NodeRange& _used;
-  Medium _medium;
   std::size_t _tile_size;
   CoordinateGrid _grid;
   std::map<int, NumericalIntegration> _rules;
   std::vector<double> _columns;
-  std::vector<std::unique_ptr<Transducer>> _transducers;
+  std::vector<detail::ElementInputs> _inputs;
 };
 
-/// Whether elements of this geometry have the method.
-bool has_method(const Geometry& geometry, const Method& method, const Medium& medium);
+/// An element's place and drive, as its method wants them.
+detail::ElementInputs place_inputs(const Element& element);
 
 /// Fails when a shape of the array lacks the method, naming the first such element and those of
 /// `methods` that its shape has.
 void check_methods(std::span<const Element> elements, const Method& method,
-                   std::span<const Method> methods, const Medium& medium);
+                   std::span<const Method> methods);
 
 }  // namespace kestrel::fields

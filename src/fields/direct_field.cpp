@@ -15,8 +15,9 @@ class DirectWorker : public ElementWorker {
         _result(result),
         _real(largest_tile()),
         _imaginary(largest_tile()) {
-    for (const auto& transducer : transducers()) {
-      transducer->set_complex_pressure_pointers(_real.data(), _imaginary.data());
+    for (detail::ElementInputs& in : inputs()) {
+      in.real_plane = _real.data();
+      in.imaginary_plane = _imaginary.data();
     }
   }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <variant>
 
+#include "fields/array_tile.h"
 #include "methods/kzk/element_methods.h"
 #include "services/error.h"
 #include "services/services.h"
@@ -27,7 +28,7 @@ kzk::Aperture aperture_of(const Geometry& geometry) {
 
 /// An element on a grid, with what its march is made from.
 struct PlacedElement {
-  std::unique_ptr<Transducer> transducer;
+  detail::ElementInputs inputs;
   kzk::Aperture aperture;
   std::vector<kzk::Point> points;
 };
@@ -35,7 +36,7 @@ struct PlacedElement {
 /// The marches of an array, by the number of the element.
 class ArrayMarch {
  public:
-  explicit ArrayMarch(const MarchJob& job) : _job(job), _medium(job.medium) {}
+  explicit ArrayMarch(const MarchJob& job) : _job(job) {}
   virtual ~ArrayMarch() = default;
 
   virtual const char* method() const = 0;
@@ -53,12 +54,11 @@ class ArrayMarch {
   PlacedElement place(std::size_t number, const CoordinateGrid& grid) {
     const Element& element = _job.elements[number];
     PlacedElement placed;
-    placed.transducer = make_transducer(element);
-    placed.transducer->set_medium(&_medium);
-    // An old interface's pointer: grids are only read.
-    placed.transducer->set_global_coordinate_grid(const_cast<CoordinateGrid*>(&grid));
+    placed.inputs = place_inputs(element);
+    placed.inputs.medium = &_job.medium;
+    placed.inputs.grid = &grid;
     placed.aperture = aperture_of(element.geometry);
-    placed.points = detail::kzk_points(*placed.transducer);
+    placed.points = detail::kzk_points(placed.inputs);
     return placed;
   }
   const CoordinateGrid& grid() const { return _job.grid; }
@@ -66,7 +66,6 @@ class ArrayMarch {
 
  private:
   const MarchJob& _job;
-  Medium _medium;
 };
 
 class HarmonicMarch : public ArrayMarch {
@@ -94,8 +93,7 @@ class HarmonicMarch : public ArrayMarch {
 
  private:
   kzk::CwProblem problem(const PlacedElement& placed) const {
-    kzk::CwProblem problem =
-        detail::kzk_cw_problem(*placed.transducer, placed.aperture, placed.points);
+    kzk::CwProblem problem = detail::kzk_cw_problem(placed.inputs, placed.aperture, placed.points);
     problem.parameters = parameters();
     problem.wanted = _harmonics;
     return problem;
@@ -143,14 +141,12 @@ class PulseMarch : public ArrayMarch {
 
   DrivenElement drive(std::size_t element, const CoordinateGrid& grid) {
     DrivenElement driven{place(element, grid), {}, {}};
-    Transducer& transducer = *driven.placed.transducer;
-    // Old interfaces' pointers, likewise.
-    transducer.set_time_vector(const_cast<TimeSamples*>(&_time));
-    transducer._excitation_function =
-        const_cast<ExcitationFunction*>(_excitations[_excitations.size() == 1 ? 0 : element]);
-    driven.times = detail::kzk_times(transducer);
-    driven.problem = detail::kzk_transient_problem(transducer, driven.placed.aperture,
-                                                   driven.placed.points, driven.times);
+    detail::ElementInputs& in = driven.placed.inputs;
+    in.time = &_time;
+    in.excitation = _excitations[_excitations.size() == 1 ? 0 : element];
+    driven.times = detail::kzk_times(in);
+    driven.problem = detail::kzk_transient_problem(in, driven.placed.aperture, driven.placed.points,
+                                                   driven.times);
     driven.problem.parameters = parameters();
     return driven;
   }

@@ -1,41 +1,71 @@
 #include "fields/method.h"
 
+#include <type_traits>
+
+#include "methods/element_methods.h"
 #include "services/error.h"
 
 namespace kestrel::fields {
 
 namespace {
 
-using enum Yardstick;
+using namespace detail;
+
+template <const auto& kMethod>
+int compute(const Geometry& geometry, ElementInputs& in) {
+  return std::visit([&](const auto& face) { return run_method(kMethod, face, in); }, geometry);
+}
+
+template <const auto& kMethod>
+bool is_of(const Geometry& geometry) {
+  return std::visit(
+      []<class Face>(const Face&) { return kHasMethod<std::decay_t<decltype(kMethod)>, Face>; },
+      geometry);
+}
+
+/// A row of the table; what else is to be known of the method comes from `facts`.
+template <const auto& kMethod>
+constexpr Method row(const char* name, Method facts = {}) {
+  facts.name = name;
+  facts.compute = compute<kMethod>;
+  facts.is_of = is_of<kMethod>;
+  return facts;
+}
 
 constexpr Method kContinuousWave[] = {
-    // name, slot, yardstick, reusable, takes_tolerance, marched
-    {"farfield_cw", &Transducer::farfield_cw, nearfield_unlossy, true, false, false},
-    {"fnm_cw", &Transducer::fnm_cw, nearfield, true, true, false},
+    row<kFarfieldCw>(
+        "farfield_cw",
+        {.yardstick = Yardstick::nearfield_unlossy, .effort = Effort::point, .reusable = true}),
+    row<kFnmCw>("fnm_cw",
+                {.yardstick = Yardstick::nearfield, .reusable = true, .takes_tolerance = true}),
     // The apodized methods have no unapodized field to be compared with.
-    {"fnm_cw_apodized", &Transducer::fnm_cw_apodized, more_nodes, true, false, false},
-    {"fnm_cw_single", &Transducer::fnm_cw_single, nearfield, false, false, false},
-    {"fnm_cw_sse", &Transducer::fnm_cw_sse, nearfield, false, false, false},
-    {"fnm_cw_sse2", &Transducer::fnm_cw_sse2, nearfield, false, false, false},
-    {"radiator_cw", &Transducer::radiator_cw, nearfield_unlossy, true, false, false},
-    {"rayleigh_cw", &Transducer::rayleigh_cw, nearfield_unlossy, true, false, false},
-    {"rayleigh_cw_apodized", &Transducer::rayleigh_cw_apodized, more_nodes, true, false, false},
-    {"rayleigh_cw_sse", &Transducer::rayleigh_cw_sse, nearfield_unlossy, false, false, false},
-    {"kzk_cw", &Transducer::kzk_cw, more_nodes, false, false, true},
+    row<kFnmCwApodized>("fnm_cw_apodized", {.effort = Effort::squared, .reusable = true}),
+    row<kFnmCwSingle>("fnm_cw_single", {.yardstick = Yardstick::nearfield}),
+    row<kFnmCwSse>("fnm_cw_sse", {.yardstick = Yardstick::nearfield}),
+    row<kFnmCwSse2>("fnm_cw_sse2", {.yardstick = Yardstick::nearfield}),
+    row<kRadiatorCw>(
+        "radiator_cw",
+        {.yardstick = Yardstick::nearfield_unlossy, .effort = Effort::squared, .reusable = true}),
+    row<kRayleighCw>(
+        "rayleigh_cw",
+        {.yardstick = Yardstick::nearfield_unlossy, .effort = Effort::squared, .reusable = true}),
+    row<kRayleighCwApodized>("rayleigh_cw_apodized", {.effort = Effort::squared, .reusable = true}),
+    row<kRayleighCwSse>("rayleigh_cw_sse",
+                        {.yardstick = Yardstick::nearfield_unlossy, .effort = Effort::squared}),
+    row<kKzkCw>("kzk_cw", {.marched = true}),
 };
 
 constexpr Method kTransient[] = {
-    {"fnm_transient", &Transducer::fnm_transient, more_nodes, false, false, false},
-    {"fnm_transient_behind_source", &Transducer::fnm_transient_behind_source, more_nodes, false,
-     false, false},
-    {"fnm_tsd", &Transducer::fnm_tsd, more_nodes, false, false, false},
-    {"fnm_tsd_low_precision", &Transducer::fnm_tsd_low_precision, more_nodes, false, false, false},
-    {"fnm_tsd_sse", &Transducer::fnm_tsd_sse, more_nodes, false, false, false},
-    {"fnm_tsd_behind_source", &Transducer::fnm_tsd_behind_source, more_nodes, false, false, false},
-    {"fnm_fdtsd", &Transducer::fnm_fdtsd, more_nodes, false, false, false},
-    {"rayleigh_transient", &Transducer::rayleigh_transient, more_nodes, false, false, false},
-    {"impulse_response", &Transducer::impulse_response, more_nodes, false, false, false},
-    {"kzk_transient", &Transducer::kzk_transient, more_nodes, false, false, true},
+    row<kFnmTransient>("fnm_transient"),
+    row<kFnmTransientBehindSource>("fnm_transient_behind_source"),
+    row<kFnmTsd>("fnm_tsd"),
+    row<kFnmTsdLowPrecision>("fnm_tsd_low_precision"),
+    row<kFnmTsdSse>("fnm_tsd_sse"),
+    row<kFnmTsdBehindSource>("fnm_tsd_behind_source"),
+    row<kFnmTsd>("fnm_fdtsd"),
+    row<kRayleighTransient>("rayleigh_transient"),
+    row<kImpulseResponse>("impulse_response"),
+    row<kKzkTransient>("kzk_transient", {.marched = true}),
 };
 
 const Method* find(std::span<const Method> methods, std::string_view name) {

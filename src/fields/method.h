@@ -4,7 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "elements/transducer.h"
+#include "geometry/shapes.h"
+#include "methods/common/element_inputs.h"
 #include "methods/kzk/parameters.h"
 
 namespace kestrel::fields {
@@ -17,21 +18,32 @@ enum class Yardstick {
                       ///< differs from the Rayleigh integral that this method approximates
 };
 
-/// A slot of the method table and what whole-array calculations must know about it.
+/// How the time of a method grows with the number n of nodes.
+enum class Effort {
+  point,    ///< not at all
+  nodes,    ///< as n, for each of the shape's edge integrals
+  squared,  ///< as n^2
+};
+
+/// A method and what whole-array calculations must know about it.
 struct Method {
   const char* name;
-  int (Transducer::*compute)();
-  Yardstick yardstick;
+  /// Adds the field of an element; an ElementResult.
+  int (*compute)(const Geometry& geometry, detail::ElementInputs& in);
+  /// Whether a shape has the method.
+  bool (*is_of)(const Geometry& geometry);
+  Yardstick yardstick = Yardstick::more_nodes;
+  Effort effort = Effort::nodes;
   /// The result is proportional to the complex weight and has the mirror planes of the element to
   /// the rounding of doubles, so one element's field may stand for another's. Single-precision
   /// variants round local coordinates to floats, where the last bit of a double can move a point by
   /// 1e-7 of its distance; a nonlinear method is not proportional to the weight.
-  bool reusable;
-  /// The number of nodes can follow from a tolerance (see node_rule.h).
-  bool takes_tolerance;
-  /// Marched from the face of each element (fields/march.h): without quadrature nodes, and not
+  bool reusable = false;
+  bool singular_at_centre = false;  ///< the field has no value at the element's own centre
+  bool takes_tolerance = false;     ///< the nodes can follow from a tolerance (see node_rule.h)
+  /// Marched from the face of each element (fields/kzk_array.h): without quadrature nodes, and not
   /// point by point.
-  bool marched;
+  bool marched = false;
 };
 
 /// The continuous-wave methods, by their names in the method table.

@@ -230,7 +230,7 @@ bool ReusePlan::is_fragile(std::span<const Element> group, const Method& method,
     }
   }
   // At its own centre the far field is left out, and next to it immense.
-  if (method.compute == &Transducer::farfield_cw) {
+  if (method.singular_at_centre) {
     const auto touches = [&](int local) {
       const auto& values = folded_values(_role[static_cast<std::size_t>(local)]);
       return std::any_of(values.begin(), values.end(),

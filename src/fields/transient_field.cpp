@@ -33,14 +33,11 @@ class TransientWorker : public ElementWorker {
         _points(job.points.size()),
         _result(result),
         _pressure(largest_tile() * _samples) {
-    for (std::size_t e = 0; e < transducers().size(); ++e) {
-      Transducer& transducer = *transducers()[e];
-      // The setters take pointers of old interfaces; the methods of the list only read through
-      // them.
-      transducer.set_time_vector(const_cast<TimeSamples*>(&time));
-      transducer._excitation_function =
-          const_cast<ExcitationFunction*>(excitations[excitations.size() == 1 ? 0 : e]);
-      transducer.set_transient_pressure_pointer(_pressure.data());
+    for (std::size_t e = 0; e < inputs().size(); ++e) {
+      detail::ElementInputs& in = inputs()[e];
+      in.time = &time;
+      in.excitation = excitations[excitations.size() == 1 ? 0 : e];
+      in.traces = _pressure.data();
     }
   }
 
@@ -73,7 +70,7 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
     fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
          elements.size(), excitations.size());
   }
-  check_methods(elements, method, transient_methods(), medium);
+  check_methods(elements, method, transient_methods());
 
   const GridPoints points(grid);
   const std::size_t npoints = points.size(), samples = static_cast<std::size_t>(time.nt());

@@ -7,6 +7,7 @@
 #include "arrays.h"
 #include "boundary/outcome.h"
 #include "fields/direct_field.h"
+#include "support/method_slots.h"
 
 namespace kestrel::fields {
 namespace {
@@ -34,13 +35,13 @@ TEST(ArrayField, EveryMethodRunsItsOwnSlot) {
     std::vector<Element> array;
     for (Element e : all) {
       e.apodization_index = method.marched ? 0 : 2;
-      if (has_method(e.geometry, method, water())) array.push_back(e);
+      if (method.is_of(e.geometry)) array.push_back(e);
     }
     if (array.empty()) continue;
     const standalone::Capture quiet;
     Settings settings = with_nodes(12);
     settings.method = &method;
-    const Field expected = sum_of_single_calls(array, *grid, water(0.5), 12, method.compute);
+    const Field expected = sum_of_single_calls(array, *grid, water(0.5), 12, slot_of(method.name));
     const Field field = compute(array, *grid, water(0.5), settings).field;
     EXPECT_LE(difference(field, expected), 1e-13) << method.name;
   }
@@ -153,9 +154,11 @@ TEST(ArrayField, TextsOfTheMethodsComeOnce) {
 }
 
 TEST(ArrayField, FailureOnAThreadEndsTheJob) {
-  // A slot that answers with an error for every shape.
+  // A method that answers with an error for every shape.
   Method failing = *find_continuous_wave_method("fnm_cw");
-  failing.compute = &Transducer::init_fnm_tsd;
+  failing.compute = [](const Geometry&, detail::ElementInputs&) -> int {
+    fail("the method failed.");
+  };
   const auto elements = lattice(Circle{1e-3}, 3, 1, 1e-3, 0);
   const auto grid = regular_grid({50, 50, 2}, {0, 0, 1e-3}, {1e-3, 1e-3, 1e-3});
   const GridPoints points(*grid);
@@ -168,7 +171,7 @@ TEST(ArrayField, FailureOnAThreadEndsTheJob) {
     const Outcome outcome = outcome_of([&] {
       add_direct_field(runner, {elements, points, medium, failing, rule}, field.data(), used);
     });
-    EXPECT_EQ(outcome.error, "Transducer shape not supported for this function\n");
+    EXPECT_EQ(outcome.error, "the method failed.");
   }
 }
 

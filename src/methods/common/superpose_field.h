@@ -5,7 +5,7 @@
 #include <memory>
 #include <new>
 
-#include "elements/transducer.h"
+#include "methods/common/element_inputs.h"
 #include "methods/common/field_tile.h"
 
 namespace kestrel::detail {
@@ -21,27 +21,26 @@ namespace kestrel::detail {
 ///
 /// All memory is had before the first point is touched.
 template <class Methods>
-void superpose_fields(Transducer& element, const Methods& methods) {
+void superpose_fields(const ElementInputs& in, const Methods& methods) {
   using Method = typename Methods::value_type;
-  const CoordinateGrid& grid = *element.global_coordinate_grid();
+  const CoordinateGrid& grid = *in.grid;
   // Two tiles per region: points out of reach of the wide functions keep to themselves, so that no
   // other point's value depends on them.
   constexpr int tiles = 2 * Method::regions;
   const auto tile_of = std::make_unique_for_overwrite<FieldTile[]>(tiles);
   for (int t = 1; t < tiles; t += 2) tile_of[t].within_reach = false;
-  element.InitializeRotationMatrix();
 
   for (const Method& method : methods) {
     const auto flush = [&](FieldTile& tile, int region) {
       method.evaluate(tile, region);
       for (int i = 0; i < tile.count; ++i) {
-        element.superpose_complex_pressure(tile.index[i], {tile.re[i], tile.im[i]});
+        in.add_pressure(tile.index[i], {tile.re[i], tile.im[i]});
       }
       tile.count = 0;
     };
     const double reach = method.reach();
     grid.for_each_point([&](int i, const CartesianCoordinate& point) {
-      const CartesianCoordinate p = element.rotateTranslate(point);
+      const CartesianCoordinate p = in.to_local(point);
       const int region = method.region(p.x, p.y, p.z);
       if (region < 0) return;
       // False for NaN on either side: such points take the standard library's path.
@@ -59,9 +58,9 @@ void superpose_fields(Transducer& element, const Methods& methods) {
 /// Builds methods (a container of them) and superposes their fields in turn. When memory runs out
 /// the planes are as they were.
 template <class Build>
-int run_field_methods(Transducer& element, const Build& build) {
+int run_field_methods(const ElementInputs& in, const Build& build) {
   try {
-    superpose_fields(element, build());
+    superpose_fields(in, build());
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;
   }
@@ -70,8 +69,8 @@ int run_field_methods(Transducer& element, const Build& build) {
 
 /// The same for one method.
 template <class Build>
-int run_field_method(Transducer& element, const Build& build) {
-  return run_field_methods(element, [&] { return std::array{build()}; });
+int run_field_method(const ElementInputs& in, const Build& build) {
+  return run_field_methods(in, [&] { return std::array{build()}; });
 }
 
 }  // namespace kestrel::detail

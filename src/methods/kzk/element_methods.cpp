@@ -5,19 +5,20 @@
 
 #include "excitation/excitation_function.h"
 #include "methods/common/wave_constants.h"
+#include "methods/element_methods.h"
 #include "services/services.h"
 
 namespace kestrel::detail {
 
 namespace {
 
-void fill_problem(kzk::Problem& problem, const Transducer& element, const kzk::Aperture& aperture,
+void fill_problem(kzk::Problem& problem, const ElementInputs& in, const kzk::Aperture& aperture,
                   std::span<const kzk::Point> points) {
-  const Medium& medium = *element.medium();
+  const Medium& medium = *in.medium;
   problem.aperture = aperture;
   problem.fluid = {medium._f0, medium._soundspeed, medium._rho_density, medium._beta,
                    medium._dBcmMHz};
-  if (const NumericalIntegration* rule = element.integral()) {
+  if (const NumericalIntegration* rule = in.rule) {
     problem.parameters = {rule->kzk_parameter(0), rule->kzk_parameter(1), rule->kzk_parameter(2),
                           rule->kzk_parameter(3), rule->kzk_parameter(4), rule->kzk_count(0),
                           rule->kzk_count(1)};
@@ -33,60 +34,58 @@ int code_of(const kzk::Report& march) {
 
 }  // namespace
 
-std::vector<kzk::Point> kzk_points(Transducer& element) {
-  const CoordinateGrid& grid = *element.global_coordinate_grid();
-  element.InitializeRotationMatrix();
+std::vector<kzk::Point> kzk_points(const ElementInputs& in) {
+  const CoordinateGrid& grid = *in.grid;
   std::vector<kzk::Point> points(static_cast<std::size_t>(grid.npoints()));
   grid.for_each_point([&](int i, const CartesianCoordinate& point) {
-    const CartesianCoordinate p = element.rotateTranslate(point);
+    const CartesianCoordinate p = in.to_local(point);
     points[static_cast<std::size_t>(i)] = {std::sqrt(p.x * p.x + p.y * p.y), p.z};
   });
   return points;
 }
 
-std::vector<double> kzk_times(const Transducer& element) {
-  const TimeSamples& axis = *element.time_vector();
+std::vector<double> kzk_times(const ElementInputs& in) {
+  const TimeSamples& axis = *in.time;
   return table_of(axis.nt(), [&](int i) { return axis.time_index_value(i); });
 }
 
-kzk::CwProblem kzk_cw_problem(const Transducer& element, const kzk::Aperture& aperture,
+kzk::CwProblem kzk_cw_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                               std::span<const kzk::Point> points) {
   kzk::CwProblem problem;
-  fill_problem(problem, element, aperture, points);
-  problem.weight = element.get_complex_weight();
+  fill_problem(problem, in, aperture, points);
+  problem.weight = in.weight;
   return problem;
 }
 
-kzk::TransientProblem kzk_transient_problem(const Transducer& element,
-                                            const kzk::Aperture& aperture,
+kzk::TransientProblem kzk_transient_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                                             std::span<const kzk::Point> points,
                                             std::span<const double> times) {
-  const ExcitationFunction* excitation = element._excitation_function;
+  const ExcitationFunction* excitation = in.excitation;
   kzk::TransientProblem problem;
-  fill_problem(problem, element, aperture, points);
-  problem.amplitude = element.get_amplitude();
+  fill_problem(problem, in, aperture, points);
+  problem.amplitude = in.amplitude;
   problem.drive.at = [excitation](double t) { return excitation->exact_at(t); };
   problem.drive.frequency = excitation->mean_frequency();
   if (excitation->get_pulse_width() > 0) problem.drive.duration = excitation->get_pulse_width();
   problem.drive.sampling_interval = excitation->sampling_interval();
-  problem.drive.delay = element.get_time_delay();
+  problem.drive.delay = in.time_delay;
   problem.times = times;
   return problem;
 }
 
-int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
-  if (element.medium() == nullptr || element.global_coordinate_grid() == nullptr ||
-      element.real_pressure_plane() == nullptr) {
+int superpose_kzk_cw(const ElementInputs& in, const kzk::Aperture& aperture) {
+  if (in.medium == nullptr || in.grid == nullptr ||
+      (in.real_plane == nullptr && in.grid->npoints() > 0)) {
     return kMisuse;
   }
-  if (is_negligible(element.get_amplitude())) return kSuccess;
+  if (is_negligible(in.amplitude)) return kSuccess;
   try {
-    const std::vector<kzk::Point> points = kzk_points(element);
-    const kzk::CwResult result = kzk::march_cw(kzk_cw_problem(element, aperture, points));
+    const std::vector<kzk::Point> points = kzk_points(in);
+    const kzk::CwResult result = kzk::march_cw(kzk_cw_problem(in, aperture, points));
     const int code = code_of(result);
     if (code != kSuccess) return code;
     for (std::size_t i = 0; i < points.size(); ++i) {
-      element.superpose_complex_pressure(static_cast<int>(i), result.pressure[i]);
+      in.add_pressure(static_cast<int>(i), result.pressure[i]);
     }
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;
@@ -94,28 +93,37 @@ int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
   return kSuccess;
 }
 
-int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture) {
-  if (element.medium() == nullptr || element.global_coordinate_grid() == nullptr ||
-      element._excitation_function == nullptr || element.time_vector() == nullptr ||
-      element.transient_pressure() == nullptr) {
+int superpose_kzk_transient(const ElementInputs& in, const kzk::Aperture& aperture) {
+  if (in.medium == nullptr || in.grid == nullptr || in.excitation == nullptr ||
+      in.time == nullptr || !in.has_traces()) {
     return kMisuse;
   }
-  if (is_negligible(element.get_amplitude())) return kSuccess;
+  if (is_negligible(in.amplitude)) return kSuccess;
   try {
-    const std::vector<kzk::Point> points = kzk_points(element);
-    const std::vector<double> times = kzk_times(element);
+    const std::vector<kzk::Point> points = kzk_points(in);
+    const std::vector<double> times = kzk_times(in);
     const kzk::TransientResult result =
-        kzk::march_transient(kzk_transient_problem(element, aperture, points, times));
+        kzk::march_transient(kzk_transient_problem(in, aperture, points, times));
     const int code = code_of(result);
     if (code != kSuccess) return code;
     for (std::size_t i = 0; i < points.size(); ++i) {
-      element.superpose_transient_pressure(static_cast<int>(i),
-                                           result.pressure.data() + i * times.size());
+      in.add_trace(static_cast<int>(i), result.pressure.data() + i * times.size());
     }
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;
   }
   return kSuccess;
+}
+
+int kzk_cw(const Circle& face, ElementInputs& in) { return superpose_kzk_cw(in, {face.radius, 0}); }
+int kzk_cw(const Shell& face, ElementInputs& in) {
+  return superpose_kzk_cw(in, {face.radius, face.rad_curvature});
+}
+int kzk_transient(const Circle& face, ElementInputs& in) {
+  return superpose_kzk_transient(in, {face.radius, 0});
+}
+int kzk_transient(const Shell& face, ElementInputs& in) {
+  return superpose_kzk_transient(in, {face.radius, face.rad_curvature});
 }
 
 }  // namespace kestrel::detail

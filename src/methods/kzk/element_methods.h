@@ -3,33 +3,32 @@
 #include <span>
 #include <vector>
 
-#include "elements/transducer.h"
+#include "methods/common/element_inputs.h"
 #include "methods/kzk/cw_march.h"
 #include "methods/kzk/transient_march.h"
 
 namespace kestrel::detail {
 
 /// The nonlinear methods of the circular piston (curvature 0) and the shell: an element's inputs
-/// given to the marches of transducers/kernels, and what they deliver superposed.
+/// given to the marches, and what they deliver superposed.
 ///
 /// Codes as from every method: kOutOfMemory and kMisuse (no start, blow-up, missing input) leave
 /// the planes as they were. Warnings of the march go to the host.
-int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture);
-int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture);
+int superpose_kzk_cw(const ElementInputs& in, const kzk::Aperture& aperture);
+int superpose_kzk_transient(const ElementInputs& in, const kzk::Aperture& aperture);
 
 /// The same in pieces, for whoever wants more of a march than its method can say: several
 /// harmonics, several threads, progress. First the element's grid in its own cylindrical
 /// coordinates.
-std::vector<kzk::Point> kzk_points(Transducer& element);
+std::vector<kzk::Point> kzk_points(const ElementInputs& in);
 /// The samples of its time axis, s.
-std::vector<double> kzk_times(const Transducer& element);
+std::vector<double> kzk_times(const ElementInputs& in);
 /// Then the march that its medium, weight, rule (if it has one) and, for a pulse, excitation and
 /// delay ask for. The problem refers to the points and times. A pulse is driven by the signal's
 /// exact lines; its reference frequency is where the signal's power lies.
-kzk::CwProblem kzk_cw_problem(const Transducer& element, const kzk::Aperture& aperture,
+kzk::CwProblem kzk_cw_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                               std::span<const kzk::Point> points);
-kzk::TransientProblem kzk_transient_problem(const Transducer& element,
-                                            const kzk::Aperture& aperture,
+kzk::TransientProblem kzk_transient_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                                             std::span<const kzk::Point> points,
                                             std::span<const double> times);
 

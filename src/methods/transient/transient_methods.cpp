@@ -47,9 +47,8 @@ class TraceBatch {
     _points[_count++] = point;
     return trace;
   }
-  void superpose(Transducer& element, int samples) {
-    element.superpose_transient_pressures(_points.data(), _count, _traces.data(), _samples,
-                                          samples);
+  void superpose(const ElementInputs& in, int samples) {
+    in.add_traces(_points.data(), _count, _traces.data(), _samples, samples);
     _count = 0;
   }
 
@@ -77,29 +76,28 @@ class FieldBy final : public TransientField {
         _traces(samples),
         _nearby_traces(samples) {}
 
-  void superpose(Transducer& element, const DelaySource& source, int samples) override {
-    const TimeSamples& axis = *element.time_vector();
-    const CoordinateGrid& grid = *element.global_coordinate_grid();
-    const ExcitationFunction& excitation = *element._excitation_function;
+  void superpose(const ElementInputs& in, const DelaySource& source, int samples) override {
+    const TimeSamples& axis = *in.time;
+    const CoordinateGrid& grid = *in.grid;
+    const ExcitationFunction& excitation = *in.excitation;
     const SignalRate rate(excitation);
-    const double wavenumber = kTwoPi * excitation.get_f0() / element.medium()->_soundspeed;
+    const double wavenumber = kTwoPi * excitation.get_f0() / in.medium->_soundspeed;
     _times.assign(
-        samples, [&](int i) { return axis.time_index_value(i); }, element.get_time_delay());
-    const int passes = _sum.begin(_times, element);
-    _nearby.begin(_times, element);
-    element.InitializeRotationMatrix();
+        samples, [&](int i) { return axis.time_index_value(i); }, in.time_delay);
+    const int passes = _sum.begin(_times, in);
+    _nearby.begin(_times, in);
 
     const auto finish = [&](auto& traces, auto* trace) {
       using Sample = std::remove_pointer_t<decltype(trace)>;
-      const auto amplitude = static_cast<Sample>(element.get_amplitude());
+      const auto amplitude = static_cast<Sample>(in.amplitude);
       for (int i = 0; i < _times.count(); ++i) trace[i] *= amplitude;
       _times.put_in_axis_order(trace);
-      if (traces.full()) traces.superpose(element, samples);
+      if (traces.full()) traces.superpose(in, samples);
     };
     for (int pass = 0; pass < passes; ++pass) {
       _sum.start_pass(pass);
       for (int i = 0; i < grid.npoints(); ++i) {
-        const CartesianCoordinate p = element.rotateTranslate(grid.spatial_index_value(i));
+        const CartesianCoordinate p = in.to_local(grid.spatial_index_value(i));
         const Hearing hearing = source.hearing(p.x, p.y, p.z);
         if (hearing == Hearing::skipped) continue;
         const bool focus = hearing == Hearing::at_focus;
@@ -119,8 +117,8 @@ class FieldBy final : public TransientField {
           finish(_traces, trace);
         }
       }
-      _traces.superpose(element, samples);
-      _nearby_traces.superpose(element, samples);
+      _traces.superpose(in, samples);
+      _nearby_traces.superpose(in, samples);
     }
   }
 
@@ -183,16 +181,16 @@ std::optional<RimDelays> cap_delays(const Medium& medium, const NumericalIntegra
                            medium._rho_density, medium._soundspeed, side);
 }
 
-int superpose_rayleigh_transient(Transducer& element, double radius) {
-  if (!has_transient_inputs(element)) return kMisuse;
-  if (is_negligible(element.get_amplitude())) return kSuccess;
-  const int n = element.integral()->get_npoints();
+int superpose_rayleigh_transient(const ElementInputs& in, double radius) {
+  if (!in.has_transient_inputs()) return kMisuse;
+  if (is_negligible(in.amplitude)) return kSuccess;
+  const int n = in.rule->get_npoints();
   if (n < 1) return kSuccess;
   try {
-    const CoordinateGrid& grid = *element.global_coordinate_grid();
-    const TimeSamples& axis = *element.time_vector();
-    const ExcitationFunction& excitation = *element._excitation_function;
-    const double c = element.medium()->_soundspeed, rho = element.medium()->_rho_density;
+    const CoordinateGrid& grid = *in.grid;
+    const TimeSamples& axis = *in.time;
+    const ExcitationFunction& excitation = *in.excitation;
+    const double c = in.medium->_soundspeed, rho = in.medium->_rho_density;
     const SignalRate rate(excitation);
     const Support support = support_of(excitation);
     // What the rate does not know of: the jumps at the ends of the signal.
@@ -202,7 +200,7 @@ int superpose_rayleigh_transient(Transducer& element, double radius) {
 
     RisingTimes times(axis.nt());
     times.assign(
-        axis.nt(), [&](int i) { return axis.time_index_value(i); }, element.get_time_delay());
+        axis.nt(), [&](int i) { return axis.time_index_value(i); }, in.time_delay);
     std::vector<double> trace(axis.nt()), shifted(axis.nt()), up(axis.nt()), down(axis.nt());
     const int count = times.count();
     for (int i = 0; i < count; ++i) shifted[i] = times[i] - width;
@@ -211,9 +209,8 @@ int superpose_rayleigh_transient(Transducer& element, double radius) {
     const double factor = (rho / kPi) * radial * angular;
     const std::vector<double> cosine =
         table_of(n, [&](int j) { return std::cos((j + 0.5) * angular); });
-    element.InitializeRotationMatrix();
     for (int i = 0; i < grid.npoints(); ++i) {
-      const CartesianCoordinate p = element.rotateTranslate(grid.spatial_index_value(i));
+      const CartesianCoordinate p = in.to_local(grid.spatial_index_value(i));
       if (!(p.z >= 0)) continue;
       const double r = std::sqrt(p.x * p.x + p.y * p.y);
       std::fill(trace.begin(), trace.end(), 0.0);
@@ -234,10 +231,10 @@ int superpose_rayleigh_transient(Transducer& element, double radius) {
       impulse.respond(p.x, p.y, p.z, shifted.data(), count, down.data());
       for (int k = 0; k < count; ++k) {
         trace[k] += rho * (jump_up * up[k] - jump_down * down[k]);
-        trace[k] *= element.get_amplitude();
+        trace[k] *= in.amplitude;
       }
       times.put_in_axis_order(trace.data());
-      element.superpose_transient_pressure(i, trace.data());
+      in.add_trace(i, trace.data());
     }
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;

@@ -10,23 +10,16 @@
 #include <optional>
 #include <vector>
 
-#include "elements/transducer.h"
 #include "excitation/excitation_function.h"
+#include "methods/common/element_inputs.h"
 #include "methods/common/wave_constants.h"
 #include "methods/transient/delay_list.h"
 #include "methods/transient/impulse_response.h"
 #include "methods/transient/rectangle_delays.h"
 #include "methods/transient/rim_delays.h"
+#include "methods/transient/transient_sum.h"
 
 namespace kestrel::detail {
-
-/// How the delayed copies of the signal are summed; the same lists of delays serve all.
-enum class TransientSum : int {
-  direct,         ///< the signal is evaluated for every delay at every sample
-  decomposed,     ///< time-space decomposition in double precision
-  low_precision,  ///< the same with terms, sums and trace in single precision
-  four_wide,      ///< the same by the four-wide kernels
-};
 
 /// One element's transient field: all tables are had at construction, so that nothing is allocated
 /// between points, and can serve many calls.
@@ -36,7 +29,7 @@ class TransientField {
 
   /// Adds the pressure at every grid point for the first `samples` samples of the element's axis,
   /// in number at most what the tables were made for.
-  virtual void superpose(Transducer& element, const DelaySource& source, int samples) = 0;
+  virtual void superpose(const ElementInputs& in, const DelaySource& source, int samples) = 0;
 };
 
 /// `wanted`, or the next more precise way where that does not suit the excitation: sampled signals
@@ -48,26 +41,19 @@ std::unique_ptr<TransientField> make_transient_field(TransientSum sum,
                                                      const ExcitationFunction& excitation,
                                                      const DelaySource& source, int samples);
 
-/// Grid, medium, rule, time axis, excitation and the array to add to.
-inline bool has_transient_inputs(const Transducer& element) {
-  return element.global_coordinate_grid() && element.medium() && element.integral() &&
-         element.time_vector() && element._excitation_function && element.transient_pressure();
-}
-
 /// Superposes an element's transient field. `build` makes the delay source, an optional that is
 /// empty where the geometry radiates nothing. It runs after the inputs were checked: it may refill
 /// the rule.
 template <class Build>
-int superpose_transient(Transducer& element, TransientSum sum, const Build& build) {
-  if (!has_transient_inputs(element)) return kMisuse;
-  if (is_negligible(element.get_amplitude())) return kSuccess;
-  if (element.integral()->get_npoints() < 1) return kSuccess;
+int superpose_transient(const ElementInputs& in, TransientSum sum, const Build& build) {
+  if (!in.has_transient_inputs()) return kMisuse;
+  if (is_negligible(in.amplitude)) return kSuccess;
+  if (in.rule->get_npoints() < 1) return kSuccess;
   try {
     const auto source = build();
     if (source) {
-      const int samples = element.time_vector()->nt();
-      make_transient_field(sum, *element._excitation_function, *source, samples)
-          ->superpose(element, *source, samples);
+      const int samples = in.time->nt();
+      make_transient_field(sum, *in.excitation, *source, samples)->superpose(in, *source, samples);
     }
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;
@@ -97,25 +83,24 @@ struct SignedImpulse {
 /// Adds amplitude times the spatial impulse response at every point that is heard: one walk over
 /// the points for each face, in turn.
 template <class Impulse>
-int superpose_impulse_response(Transducer& element,
+int superpose_impulse_response(const ElementInputs& in,
                                std::initializer_list<SignedImpulse<Impulse>> faces) {
-  const CoordinateGrid* grid = element.global_coordinate_grid();
-  const TimeSamples* axis = element.time_vector();
-  if (!grid || !axis || !element.transient_pressure()) return kMisuse;
+  const CoordinateGrid* grid = in.grid;
+  const TimeSamples* axis = in.time;
+  if (!grid || !axis || !in.has_traces()) return kMisuse;
   try {
     const int nt = axis->nt();
     const std::vector<double> time =
-        table_of(nt, [&](int i) { return axis->time_index_value(i) - element.get_time_delay(); });
+        table_of(nt, [&](int i) { return axis->time_index_value(i) - in.time_delay; });
     std::vector<double> h(time.size());
-    element.InitializeRotationMatrix();
     for (const auto& [impulse, sign] : faces) {
-      const double factor = sign * element.get_amplitude();
+      const double factor = sign * in.amplitude;
       for (int i = 0; i < grid->npoints(); ++i) {
-        const CartesianCoordinate p = element.rotateTranslate(grid->spatial_index_value(i));
+        const CartesianCoordinate p = in.to_local(grid->spatial_index_value(i));
         if (!impulse.hears(p.x, p.y, p.z)) continue;
         impulse.respond(p.x, p.y, p.z, time.data(), nt, h.data());
         for (double& sample : h) sample *= factor;
-        element.superpose_transient_pressure(i, h.data());
+        in.add_trace(i, h.data());
       }
     }
   } catch (const std::bad_alloc&) {
@@ -124,33 +109,9 @@ int superpose_impulse_response(Transducer& element,
   return kSuccess;
 }
 
-/// First and last time at which any grid point hears the element, all points counted. `paths` gives
-/// a local point's PathRange. The values found widen `span` when it has begun already.
-struct ImpulseSpan {
-  double& begin;
-  double& end;
-  bool begun = false;
-};
-template <class Paths>
-int find_impulse_span(Transducer& element, const Paths& paths, ImpulseSpan span) {
-  const CoordinateGrid* grid = element.global_coordinate_grid();
-  if (!grid || !element.medium()) return kMisuse;
-  const double c = element.medium()->_soundspeed, delay = element.get_time_delay();
-  element.InitializeRotationMatrix();
-  for (int i = 0; i < grid->npoints(); ++i) {
-    const CartesianCoordinate p = element.rotateTranslate(grid->spatial_index_value(i));
-    const PathRange range = paths(p.x, p.y, p.z);
-    const double begin = range.nearest / c + delay, end = range.farthest / c + delay;
-    span.begin = span.begun ? std::min(span.begin, begin) : begin;
-    span.end = span.begun ? std::max(span.end, end) : end;
-    span.begun = true;
-  }
-  return kSuccess;
-}
-
 /// Transient field of a disc by the Rayleigh integral over the face, midpoints in polar
 /// coordinates, n by n of them over the half disc: slow, and independent of the fast nearfield
 /// method.
-int superpose_rayleigh_transient(Transducer& element, double radius);
+int superpose_rayleigh_transient(const ElementInputs& in, double radius);
 
 }  // namespace kestrel::detail

@@ -4,7 +4,7 @@
 ///
 /// - `Scalar`, of its trace;
 /// - a constructor (excitation, source, samples), which has all tables for such inputs;
-/// - `int begin(const RisingTimes&, const Transducer&)`, once per call: the number of passes;
+/// - `int begin(const RisingTimes&, const ElementInputs&)`, once per call: the number of passes;
 /// - `void start_pass(int pass)`, before each walk over the points;
 /// - `void add(const DelayList&, Scalar* trace)`, for one point.
 ///
@@ -17,8 +17,8 @@
 #include <limits>
 #include <vector>
 
-#include "elements/transducer.h"
 #include "excitation/excitation_function.h"
+#include "methods/common/element_inputs.h"
 #include "methods/transient/active_window.h"
 #include "methods/transient/delay_list.h"
 #include "methods/transient/prefix_sums.h"
@@ -44,9 +44,9 @@ class DirectSum {
   DirectSum(const ExcitationFunction& /*excitation*/, const DelaySource& /*source*/,
             int /*samples*/) {}
 
-  int begin(const RisingTimes& times, const Transducer& element) {
+  int begin(const RisingTimes& times, const ElementInputs& in) {
     _times = &times;
-    _excitation = element._excitation_function;
+    _excitation = in.excitation;
     _support = support_of(*_excitation);
     return 1;
   }
@@ -93,7 +93,7 @@ class ExactTerms {
     _excitation->exact_spatial_terms(out, tau, n, reference);
   }
   /// `rows` gets one row per sample of [first, last).
-  void temporal(double* rows, const RisingTimes& times, const Transducer& /*element*/, int first,
+  void temporal(double* rows, const RisingTimes& times, const ElementInputs& /*in*/, int first,
                 int last, double reference) const {
     write_rows(rows, times, first, last, reference, row());
   }
@@ -151,12 +151,12 @@ class LowPrecisionTerms {
       for (int k = 0; k < count(); ++k) out[std::size_t(k) * n + i] = terms[k];
     }
   }
-  void temporal(float* rows, const RisingTimes& times, const Transducer& element, int first,
-                int last, double reference) {
-    const TimeSamples& axis = *element.time_vector();
+  void temporal(float* rows, const RisingTimes& times, const ElementInputs& in, int first, int last,
+                double reference) {
+    const TimeSamples& axis = *in.time;
     const int nt = axis.nt();
     _excitation->temporal_tsd(_scratch.data(), &axis, nt,
-                              static_cast<float>(reference + element.get_time_delay()));
+                              static_cast<float>(reference + in.time_delay));
     for (int i = first; i < last; ++i) {
       float* at = rows + std::size_t(i - first) * row();
       for (int k = 0; k < count(); ++k) {
@@ -193,7 +193,7 @@ class FourWideTerms {
   void spatial(float* out, const double* tau, int n, double reference) const {
     _excitation->four_wide_spatial_terms(out, tau, n, reference);
   }
-  void temporal(float* rows, const RisingTimes& times, const Transducer& /*element*/, int first,
+  void temporal(float* rows, const RisingTimes& times, const ElementInputs& /*in*/, int first,
                 int last, double reference) const {
     _exact.write_rows(rows, times, first, last, reference, row());
   }
@@ -231,11 +231,11 @@ class DecomposedSum {
   /// group.
   static constexpr int lane_group = 4;
 
-  int begin(const RisingTimes& times, const Transducer& element) {
+  int begin(const RisingTimes& times, const ElementInputs& in) {
     _times = &times;
-    _element = &element;
-    _support = support_of(*element._excitation_function);
-    _terms.bind(*element._excitation_function);
+    _inputs = &in;
+    _support = support_of(*in.excitation);
+    _terms.bind(*in.excitation);
     cut_into_blocks();
     _passes.clear();
     for (int b = 0; b < static_cast<int>(_blocks.size()); ++b) {
@@ -253,7 +253,7 @@ class DecomposedSum {
     for (int b = _pass.first; b < _pass.last; ++b) {
       const Block& block = _blocks[b];
       _terms.temporal(_time_rows.data() + std::size_t(block.first - _first_sample) * _row, *_times,
-                      *_element, block.first, block.last, block.reference);
+                      *_inputs, block.first, block.last, block.reference);
     }
   }
 
@@ -318,7 +318,7 @@ class DecomposedSum {
                               begin);
       last = std::max(last, first + 1);
       const double middle = (times[first] + times[last - 1]) / 2;
-      _blocks.push_back({first, last, _terms.usable_reference(middle, _element->get_time_delay())});
+      _blocks.push_back({first, last, _terms.usable_reference(middle, _inputs->time_delay)});
     }
   }
 
@@ -356,7 +356,7 @@ class DecomposedSum {
   int _row;
   int _table_samples;
   const RisingTimes* _times = nullptr;
-  const Transducer* _element = nullptr;
+  const ElementInputs* _inputs = nullptr;
   std::vector<Block> _blocks;
   std::vector<Pass> _passes;
   Pass _pass{0, 0};

@@ -1,0 +1,52 @@
+#include "methods/common/cap_tables.h"
+#include "methods/common/superpose_caps.h"
+#include "methods/element_methods.h"
+#include "methods/fnm/four_wide_fields.h"
+
+namespace kestrel::detail {
+
+namespace {
+
+CapFnm shell_fnm(const Shell& face, const ElementInputs& in, double frequency) {
+  const double impedance = in.medium->_rho_density * in.medium->_soundspeed;
+  return cap_fnm(
+      {face.radius, face.rad_curvature}, *in.medium, *in.rule,
+      ((impedance * face.rad_curvature) * face.radius) / kPi, in.weight,
+      {negative_attenuation::scaled_first(*in.medium), negative_wavenumber(*in.medium, frequency)});
+}
+
+}  // namespace
+
+int fnm_cw(const Shell& face, ElementInputs& in) {
+  const double frequency = frequency_or_default(*in.medium);
+  if (is_negligible(in.amplitude)) return kSuccess;
+  return run_field_method(in, [&] { return shell_fnm(face, in, frequency); });
+}
+
+int fnm_cw_sse(const Shell& face, ElementInputs& in) {
+  const double frequency = frequency_or_default(*in.medium);
+  if (is_negligible(in.amplitude)) return kSuccess;
+  return run_field_method(in, [&] {
+    const CapFnm cap = shell_fnm(face, in, frequency);
+    return CapFourWide{{},
+                       cap,
+                       {cap.cosine, FourWideTable::drop},
+                       {cap.node_weight, FourWideTable::drop},
+                       {static_cast<float>(cap.propagation.attenuation),
+                        static_cast<float>(cap.propagation.phase)}};
+  });
+}
+
+int fnm_cw(const ShellRing& face, ElementInputs& in) {
+  const double frequency = frequency_or_default(*in.medium);
+  if (is_negligible(in.amplitude)) return kSuccess;
+  const Medium& medium = *in.medium;
+  return superpose_caps(face, in, [&](double radius, std::complex<double> weight) {
+    const double impedance = (medium._rho_density * medium._soundspeed) * face.geometric_focus;
+    return cap_fnm(
+        {radius, face.geometric_focus}, medium, *in.rule, (impedance * radius) / kPi, weight,
+        {negative_attenuation::frequency_first(medium), negative_wavenumber(medium, frequency)});
+  });
+}
+
+}  // namespace kestrel::detail
