@@ -1,5 +1,11 @@
 # How kestrel's targets are made: the compile flags, a library per MEX host, a plug-in per host.
 
+# a*b + c has two legal results, one rounding or two. Left to itself the compiler fuses where the
+# instruction set allows; a float so changed by 1e-7 is turned by the wavenumber into 1e-5 of the
+# field, and results would depend on machine and compiler. Where one rounding is wanted, the code
+# says std::fma or uses the intrinsic. For the same reason fast-math is never used.
+set(kestrel_rounding_options $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
+
 # Every target of this project is compiled with these flags, tests and benchmarks included.
 function(kestrel_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
@@ -7,11 +13,7 @@ function(kestrel_compile_options target)
     CXX_EXTENSIONS OFF
     POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE
-    # a*b + c has two legal results, one rounding or two. Left to itself the compiler fuses where the
-    # instruction set allows; a float so changed by 1e-7 is turned by the wavenumber into 1e-5 of the
-    # field, and results would depend on machine and compiler. Where one rounding is wanted, the code
-    # says std::fma or uses the intrinsic. For the same reason fast-math is never used.
-    -ffp-contract=off
+    ${kestrel_rounding_options}
     # Nobody reads errno or traps after a square root; without this its loops do not vectorise.
     -fno-math-errno
     -fno-trapping-math
