@@ -1,4 +1,4 @@
-#include "inputs/cartesian_coordinate.h"
+#include "geometry/cartesian_coordinate.h"
 
 #include <cmath>
 
