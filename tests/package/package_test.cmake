@@ -48,7 +48,7 @@ if(pkg_config)
 endif()
 
 # The licence goes with the library, and plug-ins lie where files of one kind of machine belong.
-file(GLOB licence "${scratch_dir}/prefix/share/doc/*/LICENSE")
+file(GLOB_RECURSE licence "${scratch_dir}/prefix/LICENSE")
 if(NOT licence)
   message(FATAL_ERROR "the licence is not installed")
 endif()
