@@ -88,7 +88,7 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
   f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
 
   result = cell(1, max(nargout, 1));
-  [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.array_field, array, grid, medium, ...
+  [result{:}] = kestrel.detail.run_compiled(caller, 'array_field', array, grid, medium, ...
                                             ndiv, f0, options);
   [p, info] = deal(result{[1 end]});
 end

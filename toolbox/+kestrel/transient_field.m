@@ -90,7 +90,7 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
   end
 
   result = cell(1, max(nargout, 1));
-  [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.transient_field, array, grid, ...
+  [result{:}] = kestrel.detail.run_compiled(caller, 'transient_field', array, grid, ...
                                             medium, time, ndiv, excitation, options);
   [p, info] = deal(result{[1 end]});
 end
