@@ -22,7 +22,7 @@ function passed = selftest()
 %   Example:
 %      if ~kestrel.selftest(), error('kestrel is not installed properly'), end
 %
-%   See also kestrel.cw_field, fnm_cw_single.
+%   See also kestrel.version, kestrel.cw_field, fnm_cw_single.
   checks = {
     'the compiled functions are there', @compiled
     'disc, on its axis', @disc

@@ -3,6 +3,7 @@ function varargout = run_compiled(caller, name, varargin)
 %   NAME is that of a function in kestrel.detail. Every error has an identifier: what the
 %   interpreter or its loader says without one is 'kestrel:field' here, since error('', ...)
 %   would throw nothing.
+  restore = kestrel.detail.plain_warnings();
   varargout = cell(1, nargout);
   try
     [varargout{:}] = feval(['kestrel.detail.', name], varargin{:});
