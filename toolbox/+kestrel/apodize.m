@@ -65,7 +65,7 @@ function [places, half] = aperture(array, frame)
   low = Inf(3, 1);
   high = -Inf(3, 1);
   for i = 1:numel(first)
-    faces = kestrel.detail.element_faces(array(first(i)));
+    faces = kestrel.detail.element_faces(in_doubles(array(first(i))));
     corners = frame * kestrel.detail.to_global([faces{:}], [0 0 0], array(first(i)).euler);
     group = places(:, alike == i);
     low = min([low, min(corners, [], 2) + min(group, [], 2)], [], 2);
@@ -73,6 +73,13 @@ function [places, half] = aperture(array, frame)
   end
   places = places - (low + high) / 2;
   half = (high - low) / 2;
+end
+
+% An element with its sizes as doubles, whatever numbers they came as.
+function element = in_doubles(element)
+  for name = kestrel.detail.shape_fields(element.shape)
+    element.(name{1}) = double(full(element.(name{1})));
+  end
 end
 
 % The group of each element, those of one shape, size and orientation, and the first of each.
@@ -117,11 +124,11 @@ function weight = over_radius(caller, window, array, places)
   place = zeros(1, n);
   edge = 0;
   for i = 1:n
-    [~, reach] = kestrel.detail.element_faces(array(i));
+    [~, reach] = kestrel.detail.element_faces(in_doubles(array(i)));
     place(i) = hypot(places(1, i), places(2, i));
     edge = max(edge, place(i) + reach);
     if any(strcmp(array(i).shape, {'ring', 'sph ring'})) && place(i) < 1e-9 * reach
-      place(i) = (array(i).inner_radius + array(i).outer_radius) / 2;
+      place(i) = double(array(i).inner_radius + array(i).outer_radius) / 2;
     end
   end
   weight = shape(caller, window, place / edge);

@@ -18,5 +18,10 @@ function grid = make_grid(caller, delta, bounds)
       error('kestrel:argument', '%s: %s must not be less than %s.', ...
             caller, names{i + 1}, names{i});
     end
+    step = grid.delta((i + 1) / 2);
+    if step > 0 && (grid.(names{i + 1}) - grid.(names{i})) / step > 2147483646
+      error('kestrel:argument', '%s: from %s to %s there are more than 2147483647 points.', ...
+            caller, names{i}, names{i + 1});
+    end
   end
 end

@@ -11,7 +11,8 @@ function array = place_array(caller, array, pairs)
   phase = per_element(caller, 'phase', options.phase, n);
 
   positions = kestrel.detail.to_global(vertcat(array.center).', center, euler);
-  if all(abs([array(1).width, array(1).height, array(1).radius, array(1).outer_radius]) <= 1)
+  size_of = @(name) kestrel.detail.field_columns(array(1), name, 0);
+  if all(cellfun(size_of, {'width', 'height', 'radius', 'outer_radius'}) <= 1)
     % Otherwise the element itself has been warned of.
     kestrel.detail.check_units(caller, 'm', 'center', center, 'rad', 'euler', euler, ...
                                'm', 'the position of an element', positions);

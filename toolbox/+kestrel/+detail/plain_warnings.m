@@ -3,5 +3,5 @@ function restore = plain_warnings()
 %   They are as before once RESTORE has gone, after an error or Ctrl-C too.
   before = warning('query', 'backtrace');
   warning('off', 'backtrace');
-  restore = onCleanup(@() warning(before));
+  restore = onCleanup(@() warning(before.state, 'backtrace'));
 end
