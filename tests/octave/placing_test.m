@@ -66,8 +66,8 @@ end
 function plane_waves()
   medium = kestrel.medium('lossless');
   c = medium.soundspeed;
-  array = kestrel.planar_array([6 5], 0.3e-3, 0.3e-3, [0.35e-3 0.4e-3], 'center', [1e-3 2e-3 3e-3], ...
-                               'euler', [0.4 -0.2 0.9]);
+  array = kestrel.planar_array([6 5], 0.3e-3, 0.3e-3, [0.35e-3 0.4e-3], ...
+                               'center', [1e-3 2e-3 3e-3], 'euler', [0.4 -0.2 0.9]);
   for angles = {[0.35 2.1], -0.2, 0}
     sent = kestrel.plane_wave_delays(array, angles{1}, medium);
     theta = angles{1}(1);
@@ -142,7 +142,8 @@ function windows()
     field = @(time) kestrel.transient_field(array, grid, medium, time, 32, drive);
     inside = field(time);
     length_of = time.tmax - time.tmin;
-    outside = field(set_time_samples(0.25e-6, time.tmin - length_of / 3, time.tmax + length_of / 3));
+    outside = field(set_time_samples(0.25e-6, time.tmin - length_of / 3, ...
+                                     time.tmax + length_of / 3));
     inside = abs(inside(:));
     outside = abs(outside(:));
     expect(max(outside) < 1.02 * max(inside), 'case %d: a peak outside', i);

@@ -13,8 +13,8 @@ function warnings_test()
   both = kestrel.focus_delays(phased, [0 0 20e-3], water);
   alike = row;
   [alike.phase] = deal(1, 1 + 2 * pi, 1 - 2 * pi, 1);
-  sent = @(array, medium, varargin) @() kestrel.transient_field(array, point, medium, time, 8, pulse, ...
-                                                               varargin{:});
+  sent = @(array, medium, varargin) @() ...
+         kestrel.transient_field(array, point, medium, time, 8, pulse, varargin{:});
   wave = @(array) @() kestrel.cw_field(array, point, water, 8, 1e6);
   units = 'kestrel:units';
   cases = {

@@ -26,8 +26,8 @@ function array = bowl_array(n, element_radius, aperture_radius, rad_curvature, v
 %   Example: a bowl for hyperthermia, 256 discs, 120 mm across
 %      array = kestrel.bowl_array(256, 2.8e-3, 60e-3, 120e-3);
 %
-%   See also kestrel.from_positions, kestrel.circle, kestrel.curved_array, kestrel.shell, kestrel.focus,
-%   kestrel.cw_field, kestrel.show_array.
+%   See also kestrel.from_positions, kestrel.circle, kestrel.curved_array, kestrel.shell,
+%   kestrel.focus, kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.bowl_array';
   kestrel.detail.check_count(caller, nargin, 4, ...
     '(n, element_radius, aperture_radius, rad_curvature, name, value, ...)');

@@ -25,7 +25,8 @@ function array = drive(array, medium, quantity, value)
 %
 %   See also kestrel.focus, kestrel.apodize, kestrel.intensity, kestrel.cw_field.
   caller = 'kestrel.drive';
-  kestrel.detail.check_count(caller, nargin, 4, '(array, medium, ''pressure'' or ''power'', value)');
+  kestrel.detail.check_count(caller, nargin, 4, ...
+                             '(array, medium, ''pressure'' or ''power'', value)');
   kestrel.detail.check_array(caller, array);
   medium = kestrel.detail.check_medium(caller, medium);
   quantity = kestrel.detail.check_choice(caller, 'the quantity', quantity, {'pressure', 'power'});

@@ -28,7 +28,8 @@ function array = from_positions(prototype, positions, normals, varargin)
 %   See also kestrel.aim, kestrel.bowl_array, kestrel.join, kestrel.focus,
 %   kestrel.show_array.
   caller = 'kestrel.from_positions';
-  kestrel.detail.check_count(caller, nargin, 3, '(prototype, positions, normals, name, value, ...)');
+  kestrel.detail.check_count(caller, nargin, 3, ...
+                             '(prototype, positions, normals, name, value, ...)');
   kestrel.detail.check_array(caller, prototype);
   if ~isscalar(prototype)
     error('kestrel:argument', '%s: prototype must be one element, not %d.', caller, ...
