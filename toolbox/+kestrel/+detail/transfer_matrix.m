@@ -9,9 +9,7 @@ function [h, path] = transfer_matrix(array, points, medium, f0)
   alpha = medium.attenuationdBcmMHz * 100 * (f0 / 1e6) * log(10) / 20;
   [inner, outer, area] = kestrel.detail.element_edges(array);
   center = kestrel.detail.field_columns(array, 'center');
-  euler = kestrel.detail.field_columns(array, 'euler');
-  normal = [sin(euler(1, :)) .* cos(euler(2, :)); -sin(euler(2, :)); ...
-            cos(euler(1, :)) .* cos(euler(2, :))];
+  [~, ~, normal] = kestrel.detail.element_axes(array);
   h = zeros(size(points, 1), numel(array));
   path = zeros(size(h));
   for i = 1:size(points, 1)
