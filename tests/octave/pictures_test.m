@@ -6,6 +6,8 @@ function pictures_test()
   figures = get(0, 'children');
   fields();
   arrays();
+  texts();
+  files();
   refusals();
   expect(strcmp(graphics_toolkit(), toolkit), 'the toolkit is the user''s again');
   expect(isequal(get(0, 'children'), figures), 'no figure is left open');
@@ -82,6 +84,63 @@ function arrays()
   expect(max(points(3, :)) < 9e-3 && min(points(3, :)) < 1e-15, 'the cap is open towards +z');
 end
 
+% Titles and labels come from file names and data. They are shown letter by letter, and nothing in
+% them reaches gnuplot or a shell as a command.
+function texts()
+  grid = set_coordinate_grid(1e-3, -2e-3, 2e-3, 0, 0, 1e-3, 6e-3);
+  p = reshape(1:30, 5, 1, 6);
+  trap = tempname();
+  mkdir(trap);
+  clean = onCleanup(@() remove_folder(trap));
+  command = @(name) ['touch ', fullfile(trap, name)];
+  evil = ['`', command('a'), '`"; system "', command('b'), '"; set title "', char(10), ...
+          'system "', command('c'), '" # \"; system "', command('d'), '"; \'];
+  picture(@(file) kestrel.show_field(p, grid, 'file', file, 'title', evil));
+  picture(@(file) kestrel.show_field(p, grid, 'file', file, 'label', evil));
+  picture(@(file) kestrel.show_field(repmat(p, 1, 3), ...
+                                     set_coordinate_grid(1e-3, -2e-3, 2e-3, 0, 2e-3, 1e-3, 6e-3), ...
+                                     'file', file, 'label', evil, 'title', evil));
+  picture(@(file) kestrel.show_array(kestrel.circle(1e-3), 'file', file, 'title', evil));
+  at_once = fullfile(trap, ['"`', strrep(command('e'), '/', '.'), '`;''.png']);
+  kestrel.show_field(p, grid, 'file', at_once);
+  expect(exist(at_once, 'file') == 2, 'a file name is a name, whatever it holds');
+  delete(at_once);
+  expect(numel(dir(trap)) == 2, 'a text was run as a command');
+
+  % Escaped or not, two texts that TeX would show alike give two pictures.
+  as_it_is = picture(@(file) kestrel.show_field(p, grid, 'file', file, 'title', 'a_1'));
+  as_markup = picture(@(file) kestrel.show_field(p, grid, 'file', file, 'title', 'a_{1}'));
+  expect(~isequal(as_it_is, as_markup), 'a title was taken for markup');
+end
+
+function remove_folder(folder)
+  confirm_recursive_rmdir(false, 'local');
+  rmdir(folder, 's');
+end
+
+% File names that begin with a dash, every kind of file, and one that cannot be written.
+function files()
+  grid = set_coordinate_grid(1e-3, -2e-3, 2e-3, 0, 0, 1e-3, 6e-3);
+  p = reshape(1:30, 5, 1, 6);
+  folder = tempname();
+  mkdir(folder);
+  clean = onCleanup(@() remove_folder(folder));
+  before = cd(folder);
+  back = onCleanup(@() cd(before));
+  signatures = {'-x.png', [char(137), 'PNG']; 'x.PDF', '%PDF'; 'x.svg', '<?xml'};
+  for i = 1:rows(signatures)
+    kestrel.show_field(p, grid, 'file', signatures{i, 1});
+    file = fopen(signatures{i, 1}, 'r');
+    start = fread(file, [1, numel(signatures{i, 2})]);
+    fclose(file);
+    expect(isequal(start, double(signatures{i, 2})), '%s begins with %s', signatures{i, 1}, ...
+           char(start));
+  end
+  mkdir('folder.png');
+  expect_error_match(@() kestrel.show_field(p, grid, 'file', 'folder.png'), ...
+                     '^kestrel.show_field: ''folder.png'' cannot be written: ');
+end
+
 function refusals()
   grid = small_grid();
   p = ones(3, 2, 4);
@@ -92,7 +151,7 @@ function refusals()
     {1, set_coordinate_grid(1, 0, 0, 0, 0, 0, 0)}, 'the grid is a single point.'
     {p, grid, 'scale', 'log'}, 'scale must be one of ''dB'', ''linear'', ''phase''.'
     {p, grid, 'range', [0 0]}, 'range must be [low high] with low below high.'
-    {p, grid, 'file', 'field.jpg'}, 'file must end in .png, but it is ''field.jpg''.'
+    {p, grid, 'file', 'field.jpg'}, 'file must end in .png, .pdf or .svg, but it is ''field.jpg''.'
     {p, grid, 'file', 'no/such/folder/field.png'}, 'the folder ''no/such/folder'' does not exist.'
     {p, grid, 'colour', 1}, ...
       ['unknown option ''colour''; the options are ''scale'', ''range'', ''slice'', ''at'', ' ...

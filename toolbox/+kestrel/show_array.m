@@ -36,9 +36,8 @@ function h = show_array(array, varargin)
     if numel(array) == 1
       options.title = '1 element';
     end
-  elseif ~ischar(options.title)
-    error('kestrel:option', '%s: title must be text.', caller);
   end
+  options.title = kestrel.detail.check_text(caller, 'title', options.title);
 
   [faces, pointers] = polygons_of(array);
 
@@ -48,8 +47,8 @@ function h = show_array(array, varargin)
   scene = struct('faces', faces, 'colour', [0.70 0.83 0.95], 'edge', [0.13 0.35 0.60], ...
                  'shaded', false, 'lines', with_gaps(pointers));
   kestrel.detail.draw_scene(canvas, scene, options.view);
-  title(ax, options.title);
-  kestrel.detail.save_canvas(canvas);
+  kestrel.detail.write_text(title(ax, ' '), options.title);
+  kestrel.detail.save_canvas(caller, canvas);
   if nargout > 0
     h = ax;
   end

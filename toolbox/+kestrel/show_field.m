@@ -56,12 +56,8 @@ function h = show_field(p, grid, varargin)
                                               {'dB', 'linear', 'phase'});
   options.view = kestrel.detail.check_vector(caller, 'view', options.view, 2);
   options.file = kestrel.detail.check_file(caller, options.file);
-  texts = {'title', 'label'};
-  for i = 1:2
-    if ~ischar(options.(texts{i}))
-      error('kestrel:option', '%s: %s must be text.', caller, texts{i});
-    end
-  end
+  options.title = kestrel.detail.check_text(caller, 'title', options.title);
+  options.label = kestrel.detail.check_text(caller, 'label', options.label);
   [shown, range, label] = scaled(caller, p, options);
   if ~isempty(options.label)
     label = options.label;
@@ -80,7 +76,7 @@ function h = show_field(p, grid, varargin)
   canvas = kestrel.detail.open_canvas(options.file);
   closer = onCleanup(@() kestrel.detail.close_canvas(canvas));
   axes_drawn = draw(canvas);
-  kestrel.detail.save_canvas(canvas);
+  kestrel.detail.save_canvas(caller, canvas);
   if nargout > 0
     h = axes_drawn;
   end
@@ -176,7 +172,7 @@ function ax = draw_single(canvas, values, shown, normal, index, range, label, op
     end
     limits = draw_image(ax, values, right, up, shown, range, options.scale);
     bar = colorbar(ax);
-    ylabel(bar, label);
+    kestrel.detail.write_text(ylabel(bar, ' '), label);
     if ~isempty(canvas.file)
       kestrel.detail.fit_page(canvas, diff(limits(1:2)) / diff(limits(3:4)), bar);
     end
@@ -185,7 +181,7 @@ function ax = draw_single(canvas, values, shown, normal, index, range, label, op
   if isempty(heading) && counts(normal) > 1
     heading = plane_name(values, normal, index);
   end
-  title(ax, heading);
+  kestrel.detail.write_text(title(ax, ' '), heading);
 end
 
 % Three cuts as in a technical drawing: x-z and y-z with z to the right, one above the other,
@@ -234,14 +230,16 @@ function panels = draw_cuts(canvas, values, shown, index, range, label, options)
     title(ax, plane_name(values, normal, index(normal)), 'fontweight', 'normal');
   end
   bar = colorbar(ax);
-  ylabel(bar, label);
+  kestrel.detail.write_text(ylabel(bar, ' '), label);
   set(ax, 'position', boxes(3, :) ./ [page, page]);
   set(bar, 'position', [side + 0.1, below, 0.2, max(sizes(2), 1)] ./ [page, page]);
   if ~isempty(options.title)
     cover = axes('parent', canvas.figure, 'units', 'normalized', 'position', [0 0 1 1], ...
                  'visible', 'off');
-    text(0.5, 1 - 0.22 / page(2), options.title, 'parent', cover, 'fontweight', 'bold', ...
-         'horizontalalignment', 'center', 'verticalalignment', 'middle', 'fontsize', 13);
+    heading = text(0.5, 1 - 0.22 / page(2), ' ', 'parent', cover, 'fontweight', 'bold', ...
+                   'horizontalalignment', 'center', 'verticalalignment', 'middle', ...
+                   'fontsize', 13);
+    kestrel.detail.write_text(heading, options.title);
   end
 end
 
@@ -320,7 +318,7 @@ function ax = draw_surface(canvas, scene, options)
   elseif isempty(heading)
     heading = sprintf('Surface at %g Pa', options.isosurface);
   end
-  title(ax, heading);
+  kestrel.detail.write_text(title(ax, ' '), heading);
 end
 
 function draw_line(canvas, x, along, shown, range, label)
@@ -330,7 +328,7 @@ function draw_line(canvas, x, along, shown, range, label)
       'gridalpha', 1);
   grid(ax, 'on');
   xlabel(ax, [axis_name(along), ' (mm)']);
-  ylabel(ax, label);
+  kestrel.detail.write_text(ylabel(ax, ' '), label);
   if ~isempty(canvas.file)
     set(canvas.figure, 'paperposition', [0 0 8 4.5]);
     set(ax, 'position', [0.11 0.14 0.85 0.76]);

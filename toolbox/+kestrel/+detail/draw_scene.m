@@ -14,8 +14,7 @@ function draw_scene(canvas, scene, direction)
   along = @(d) reshape(d * reshape(scene.faces, 3, []), [], count);
   ax = canvas.axes;
 
-  if ~isprop(canvas.figure, '__graphics_toolkit__') ...
-     || ~strcmp(get(canvas.figure, '__graphics_toolkit__'), 'gnuplot')
+  if ~kestrel.detail.uses_gnuplot(canvas.figure)
     colours = face_colours(scene, toward, along(right), along(up));
     if ~scene.shaded
       colours = repmat(reshape(scene.colour, 1, 1, 3), 1, count);
