@@ -117,8 +117,8 @@ function draw_solid(ax, scene, directions, limits)
   set(ax, 'children', [others(others ~= below); below]);   % the white about the faces as well
 end
 
-% Polygons from far to near. They have frames unless the narrowest is less than 8 pixels wide:
-% the frames' lines would run together.
+% Polygons from far to near. When the narrowest is less than 10 pixels wide, frames are fainter, and
+% with less than 3 there are none: their lines would run together.
 function draw_polygons(ax, scene, directions, inches)
   count = size(scene.faces, 3);
   flat = reshape(directions * reshape(scene.faces, 3, []), 3, [], count);
@@ -132,9 +132,12 @@ function draw_polygons(ax, scene, directions, inches)
   colours = colours .* factor(:).';
   area = abs(sum(x .* y([2:end, 1], :) - x([2:end, 1], :) .* y, 1)) / 2;
   across = hypot(max(x, [], 1) - min(x, [], 1), max(y, [], 1) - min(y, [], 1));
+  pixels = 125 * inches * min(area ./ max(across, realmin));
   edge = scene.edge;
-  if min(area ./ max(across, realmin)) * inches < 8 / 125
+  if pixels < 3
     edge = 'none';
+  elseif pixels < 10
+    edge = 0.35 * edge + 0.65 * scene.colour(1, :);
   end
   patch(x, y, colours, 'parent', ax, 'edgecolor', edge, 'linewidth', 0.5);
 end

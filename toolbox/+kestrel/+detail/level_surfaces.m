@@ -107,7 +107,7 @@ function [faces, normals] = surface_at(values, magnitude, level, across, side, c
   unit = @(v) v ./ max(sqrt(sum(v .^ 2, 2)), realmin);
   own = unit(kron(flat, ones(3, 1)));
   normals = unit(mean_normal(corners(:), :));
-  sharp = sum(own .* normals, 2) < 0.9;
+  sharp = sum(own .* normals, 2) < 0.7;
   normals(sharp, :) = own(sharp, :);
   normals = reshape(normals.', 3, 3, []);
 end
