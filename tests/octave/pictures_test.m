@@ -48,7 +48,7 @@ function fields()
   expect(mean(zeros_only(:)) < mean(with_gaps(:)), 'zeros are dark, missing values are not');
 end
 
-% Three cuts: y-z, x-z and x-y, each bright where the field is; a surface; and how they are laid out.
+% Three cuts, y-z, x-z and x-y, each bright where the field is, and their places; a surface.
 function volume(p, grid)
   picture(@(file) kestrel.show_field(p, grid, 'file', file));
   picture(@(file) kestrel.show_field(p, grid, 'file', file, 'at', [0 0 0], 'title', 'At 0'));
@@ -173,6 +173,20 @@ function arrays()
   picture(@(file) kestrel.show_array([shapes{:}], 'file', file));
   picture(@(file) kestrel.show_array([shapes{:}], 'file', file, 'view', [0 90], 'title', 'Above'));
 
+  % Colours that show a quantity: each front's is that of its value, in the middle of the bar for 0.
+  lines = kestrel.linear_array(3, 1e-3, 5e-3, 1.5e-3);
+  lines(1).phase = -pi / 2;
+  lines(3).phase = pi / 2;
+  [ax, figure] = drawn(@() kestrel.show_array(lines, 'colour', 'phase', 'view', [20 60]));
+  map = kestrel.detail.field_colours('phase');
+  shown = squeeze(get(findobj(ax, 'type', 'patch'), 'facevertexcdata'));
+  for value = [64 128 192]
+    expect(min(sum(abs(shown - map(value, :)), 2)) < 0.05, 'no front has the colour %d', value);
+  end
+  expect(any(strcmp(get(findall(figure, 'type', 'text'), 'string'), 'phase (rad)')), ...
+         'the bar has a label');
+  close(figure);
+
   % The corners of what is drawn, against the element's frame worked out in another way.
   euler = [0.4 -0.3 0.7];
   element = kestrel.rectangle(4e-3, 8e-3, 'euler', euler, 'center', [1e-3 2e-3 3e-3]);
@@ -201,9 +215,9 @@ function texts()
           'system "', command('c'), '" # \"; system "', command('d'), '"; \'];
   picture(@(file) kestrel.show_field(p, grid, 'file', file, 'title', evil));
   picture(@(file) kestrel.show_field(p, grid, 'file', file, 'label', evil));
-  picture(@(file) kestrel.show_field(repmat(p, 1, 3), ...
-                                     set_coordinate_grid(1e-3, -2e-3, 2e-3, 0, 2e-3, 1e-3, 6e-3), ...
-                                     'file', file, 'label', evil, 'title', evil));
+  volume = set_coordinate_grid(1e-3, -2e-3, 2e-3, 0, 2e-3, 1e-3, 6e-3);
+  picture(@(file) kestrel.show_field(repmat(p, 1, 3), volume, 'file', file, 'label', evil, ...
+                                     'title', evil));
   picture(@(file) kestrel.show_array(kestrel.circle(1e-3), 'file', file, 'title', evil));
   at_once = fullfile(trap, ['"`', strrep(command('e'), '/', '.'), '`;''.png']);
   kestrel.show_field(p, grid, 'file', at_once);
@@ -258,8 +272,8 @@ function refusals()
     {p, grid, 'file', 'field.jpg'}, 'file must end in .png, .pdf or .svg, but it is ''field.jpg''.'
     {p, grid, 'file', 'no/such/folder/field.png'}, 'the folder ''no/such/folder'' does not exist.'
     {p, grid, 'colour', 1}, ...
-      ['unknown option ''colour''; the options are ''scale'', ''range'', ''slice'', ''line'', ''at'', ' ...
-       '''isosurface'', ''view'', ''label'', ''colorbar'', ''equal'', ''title'', ''file''.']
+      ['unknown option ''colour''; the options are ''scale'', ''range'', ''slice'', ''line'', ' ...
+       '''at'', ''isosurface'', ''view'', ''label'', ''colorbar'', ''equal'', ''title'', ''file''.']
     {p, grid, 'at', 1}, 'at must have 3 entries, but it has 1.'
     {p, grid, 'slice', 'z', 'at', 26e-3}, ...
       'at is z = 26 mm, but the grid has z from 5 to 20 mm.'
@@ -271,6 +285,8 @@ function refusals()
     {NaN(3, 2, 4), grid}, 'p has no finite value.'
     {{1}, grid}, 'p must be numeric.'
     {p > 0, grid}, 'p must be numeric.'
+    {p, set_coordinate_grid([2 3 5] * 1e297, -2e297, 2e297, 0, 3e297, 5e297, 20e297)}, ...
+      'the grid is 1.5e+298 m large, which cannot be drawn.'
     {1e300 * p, grid}, 'p has values up to 1e+300, too large to be drawn.'
     {p, grid, 'title', ['a'; 'b']}, 'title must be text.'
     {p, grid, 'isosurface', 1:5}, 'isosurface must have at most 4 levels.'
@@ -280,6 +296,11 @@ function refusals()
   });
   expect_refusals('kestrel.show_array', {
     {repmat(kestrel.circle(1), 1, 0)}, 'the array has no elements.'
+    {kestrel.circle(1e300)}, 'the array is 2e+300 m large, which cannot be drawn.'
+    {kestrel.circle(1, 'center', [0 0 1e300]), 'colour', 'none'}, ...
+      'the array lies up to 1e+300 m away, where nothing can be drawn.'
+    {kestrel.circle(1e-3), 'colour', 'red'}, ...
+      'colour must be one of ''none'', ''phase'', ''amplitude'', ''delay''.'
   });
 end
 

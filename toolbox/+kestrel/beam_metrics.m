@@ -36,7 +36,8 @@ function metrics = beam_metrics(p, grid, varargin)
 %   The grid's largest value is refined, on each axis by the parabola through it and its
 %   neighbours; the edges are found on a smooth monotone curve (pchip) through the
 %   magnitudes. With ten points across a Gaussian beam its width is right to 0.1 percent, with
-%   eight the volume to 2 percent. Along the lobe's own axes the magnitude is interpolated by cubics.
+%   eight the volume to 2 percent. Along the lobe's own axes the magnitude is interpolated
+%   by cubics.
 %   Values that are not finite are left out.
 %
 %   METRICS = kestrel.beam_metrics(P, GRID, 'source_pressure', P0) divides by P0 pascals
@@ -346,6 +347,9 @@ function place = crossing(x, y, i, level)
     trial = linspace(part(1), part(2), 65);
     above = interp1(x(near), y(near), trial, 'pchip') > level;
     k = find(above(2:end) ~= falling, 1);   % the first 64th at whose end it is past the level
+    if isempty(k)
+      break   % rounding leaves no finer place
+    end
     part = trial([k, k + 1]);
   end
   place = mean(part);

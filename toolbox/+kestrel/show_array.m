@@ -46,6 +46,7 @@ function h = show_array(array, varargin)
   options.title = kestrel.detail.check_text(caller, 'title', options.title);
 
   scene = polygons_of(array);
+  kestrel.detail.check_extent(caller, 'the array', 1e-3 * reshape(scene.faces, 3, []));
   [scene.colour, shades, range, label] = colours_of(array, options.colour);
   scene.kind = shades(scene.element);
   scene.darkest = 0.6;
@@ -96,8 +97,9 @@ function scene = polygons_of(array)
   visible = 0.04e-3 * max(max(all_points, [], 2) - min(all_points, [], 2));
   pointers = NaN(3, 3, numel(array));
   for i = 1:numel(array)
-    pointers(:, 1:2, i) = 1e3 * kestrel.detail.to_global( ...
-      [0 0; 0 0; 0 max(0.6 * extents(i), min(visible, 4 * extents(i)))], array(i).center, array(i).euler);
+    height = max(0.6 * extents(i), min(visible, 4 * extents(i)));
+    pointers(:, 1:2, i) = 1e3 * kestrel.detail.to_global([0 0; 0 0; 0 height], ...
+                                                         array(i).center, array(i).euler);
   end
   scene = struct('faces', faces, 'element', [element{:}], 'solid', meshed, ...
                  'edge', [0.13 0.35 0.60], 'lines', reshape(pointers, 3, []), 'legend', {{}});

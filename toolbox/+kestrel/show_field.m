@@ -62,6 +62,8 @@ function h = show_field(p, grid, varargin)
   if ~any(isfinite(p(:)))
     error('kestrel:argument', '%s: p has no finite value.', caller);
   end
+  ends = cellfun(@(v) v([1 end]), values, 'UniformOutput', false);
+  kestrel.detail.check_extent(caller, 'the grid', cat(1, ends{:}));
   options = checked(caller, varargin);
   [shown, range, label] = scaled(caller, p, options);
 

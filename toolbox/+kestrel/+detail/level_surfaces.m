@@ -26,6 +26,7 @@ function scene = level_surfaces(caller, p, values, options)
   end
   place = cell(1, 3);
   [place{:}] = ind2sub(size(magnitude), index);
+  place = cellfun(@(v, i) v(i), values, place);
   toward = kestrel.detail.view_axes(options.view);
   toward = toward(1, :);
   [~, across] = max(abs(toward));
@@ -38,9 +39,10 @@ function scene = level_surfaces(caller, p, values, options)
     if m > 1
       % Each a little behind the one before, so that no two cut faces lie in one plane.
       at = values{across};
-      cut = at(place{across}) - sign(toward(across)) * 0.005 * (m - 1) * (at(end) - at(1));
+      cut = place(across) - sign(toward(across)) * 0.005 * (m - 1) * (at(end) - at(1));
     end
-    [faces, normals] = surface_at(values, magnitude, levels(m), across, toward(across), cut);
+    [faces, normals] = surface_at(values, magnitude, levels(m), place, across, ...
+                                  toward(across), cut);
     scene.faces{m} = 1e3 * faces;
     scene.normals{m} = normals;
     scene.kind = [scene.kind, m * ones(1, size(faces, 3))];
@@ -53,9 +55,10 @@ function scene = level_surfaces(caller, p, values, options)
   end
 end
 
-% Triangles of the surface (3 by 3 by count, in metres) and the normals at their corners. With a
-% finite CUT, what lies beyond that place on the axis ACROSS, on the viewer's side, is left out.
-function [faces, normals] = surface_at(values, magnitude, level, across, side, cut)
+% Triangles of the surface (3 by 3 by count, in metres) and the normals at their corners. PLACE is
+% that of the peak. With a finite CUT, what lies beyond that place on the axis ACROSS, on the
+% viewer's side, is left out.
+function [faces, normals] = surface_at(values, magnitude, level, place, across, side, cut)
   % Only the part that the surface is in, and no finer than a picture shows.
   inside = magnitude >= level;
   wanted = cell(1, 3);
@@ -65,7 +68,7 @@ function [faces, normals] = surface_at(values, magnitude, level, across, side, c
     part = max(seen(1) - 1, 1):min(seen(end) + 1, numel(values{d}));
     wanted{d} = values{d}(part);
     if numel(part) > 60
-      wanted{d} = linspace(wanted{d}(1), wanted{d}(end), 60);
+      wanted{d} = unique([linspace(wanted{d}(1), wanted{d}(end), 60), place(d)]);
     end
   end
   if isfinite(cut) && cut > wanted{across}(1) && cut < wanted{across}(end)
@@ -79,6 +82,11 @@ function [faces, normals] = surface_at(values, magnitude, level, across, side, c
     beyond = {':', ':', ':'};
     beyond{across} = (wanted{across} - cut) * sign(side) > 0;
     magnitude(beyond{:}) = outside;
+  end
+  if ~any(magnitude(:) > level)
+    faces = zeros(3, 3, 0);
+    normals = faces;
+    return
   end
   padded = outside * ones(size(magnitude) + 2);
   padded(2:end - 1, 2:end - 1, 2:end - 1) = magnitude;
