@@ -41,5 +41,5 @@
 %   kestrel.version         - The version of this toolbox.
 %
 % Pictures
-%   kestrel.show_field      - Picture of a field on a plane of a regular grid, or in a volume.
+%   kestrel.show_field      - Picture of a field: a plane, lines, cuts or surfaces in a volume.
 %   kestrel.show_array      - Picture of the elements of an array in space.
