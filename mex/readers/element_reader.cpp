@@ -74,7 +74,7 @@ fields::Element read_element(const mxArray* array, int index) {
   const auto number = [&](const char* field) {
     const mxArray* value = field_value(array, field, index);
     if (value == nullptr || mxGetNumberOfElements(value) != 1 || !mxIsNumeric(value) ||
-        mxIsComplex(value) || mxIsSparse(value)) {
+        mxIsComplex(value)) {
       refuse_field(index, field, "one real, finite number");
     }
     return mxGetScalar(value);

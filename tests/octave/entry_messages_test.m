@@ -253,4 +253,8 @@ function values_of_other_classes(rect, grid, water)
   heated.specificheat = 'x';   % read as its code, and never used
   p = fnm_cw_single(other, grid, heated, sparse(8), sparse(1e6));
   expect(isequal(p, expected), 'the class of a number does not count');
+  stored = rect;
+  stored.width = sparse(rect.width);
+  expect(isequal(kestrel.cw_field(stored, grid, water, 8, 1e6), ...
+                 kestrel.cw_field(rect, grid, water, 8, 1e6)), 'nor for whole arrays');
 end
