@@ -39,12 +39,12 @@ endmacro()
 # kestrel_add_host_library(<name> [INCLUDES dir...] [DEFINITIONS def...] [LINK target...])
 #
 # A static library of everything that touches host values, compiled against the one mex.h that
-# INCLUDES or LINK brings. It brings the library `kestrel`.
+# INCLUDES or LINK brings. It brings the library `kestrel`, and is built with what links it.
 function(kestrel_add_host_library name)
   cmake_parse_arguments(arg "" "" "INCLUDES;DEFINITIONS;LINK" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS
     "${PROJECT_SOURCE_DIR}/mex/host/*.cpp" "${PROJECT_SOURCE_DIR}/mex/readers/*.cpp")
-  add_library(${name} STATIC ${sources})
+  add_library(${name} STATIC EXCLUDE_FROM_ALL ${sources})
   kestrel_compile_options(${name})
   target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}" ${arg_INCLUDES})
   target_compile_definitions(${name} PUBLIC ${arg_DEFINITIONS})
@@ -72,7 +72,7 @@ function(kestrel_add_plugin name)
 
   set(version "${PROJECT_SOURCE_DIR}/mex/entries/required_version.cpp")
 
-  add_library(${name}_standalone STATIC ${sources} "${version}")
+  add_library(${name}_standalone STATIC EXCLUDE_FROM_ALL ${sources} "${version}")
   kestrel_compile_options(${name}_standalone)
   target_link_libraries(${name}_standalone PUBLIC kestrel_standalone)
 
