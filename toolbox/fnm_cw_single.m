@@ -1,3 +1,4 @@
+function p = fnm_cw_single(varargin)
 %FNM_CW_SINGLE  Continuous-wave field of a rectangular element (compiled).
 %   P = fnm_cw_single(TRANSDUCER, GRID, MEDIUM, NDIV, F0) is the complex pressure
 %   that TRANSDUCER radiates, by the fast nearfield method with the geometry of the
@@ -39,7 +40,7 @@
 %
 %   Errors: a wrong number of arguments or results, a TRANSDUCER, GRID or MEDIUM
 %   that is no structure or lacks a field, NDIV below 1, a complex F0, an unknown
-%   shape, a shape other than 'rect'.
+%   shape, a shape other than 'rect'. Their identifier is 'kestrel:fnm_cw_single'.
 %
 %   Example:
 %      element = kestrel.rectangle(5e-3, 5e-3);
@@ -48,3 +49,9 @@
 %
 %   See also kestrel.cw_field, kestrel.rectangle, set_coordinate_grid,
 %   kestrel.medium.
+
+  % Reached only where the compiled function of this name is not found before this file.
+  kestrel.detail.check_installed('fnm_cw_single', 'fnm_cw_single');
+  error('kestrel:installation', ...
+        'fnm_cw_single: this file holds the help only, and hides the compiled function.');
+end

@@ -61,7 +61,9 @@ void ElementWorker::run(std::size_t tile) {
 NumericalIntegration& ElementWorker::rule_of(int nodes) {
   NumericalIntegration& rule = _rules[nodes];
   if (rule.get_npoints() == 0) {
-    rule.allocate_memory(nodes);
+    if (!rule.allocate_memory(nodes)) {
+      fail(ErrorKind::out_of_memory, "Out of memory: no room for a rule of %d nodes.", nodes);
+    }
     _used.include(nodes);
   }
   return rule;
