@@ -6,7 +6,6 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -37,7 +36,7 @@ class Job {
       }
       try {
         _threads.emplace_back([this] { work(); });
-      } catch (const std::system_error&) {
+      } catch (...) {  // no more threads, or no memory for another: those that run do the work
         const std::lock_guard lock(_mutex);
         --_running;
         break;
@@ -65,10 +64,9 @@ class Job {
 
  private:
   void work() {
-    host::Messages distinct;
     std::exception_ptr failure;
     try {
-      host::Messages latest;
+      host::Messages latest, distinct;
       const host::Detached scope(latest);
       const std::unique_ptr<TileWorker> worker = _make_worker();
       worker->_stop = &_stop;
@@ -82,12 +80,13 @@ class Job {
         worker->report(1);
         worker->_reported = 0;
       }
+      const std::lock_guard lock(_mutex);
+      _messages.absorb(distinct);
     } catch (...) {  // nothing of the host can be thrown here: the thread is detached from it
       failure = std::current_exception();
       _stop = true;
     }
     const std::lock_guard lock(_mutex);
-    _messages.absorb(distinct);
     if (!_failure) _failure = failure;
     --_running;
     _changed.notify_one();
