@@ -12,11 +12,13 @@
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
+#include "mex/entries/host_interruption.h"
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
 #include "mex/host/host.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/structure_reader.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::gateway {
 
@@ -141,7 +143,13 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
   if (!integral.allocate_memory(ndiv)) {
     host::fail("Ran out of memory while allocating integral object.\n");
   }
+  HostInterruption interruption;
+  const InterruptionScope listening([&] { return interruption(); });
+  const auto end_if_interrupted = [&] {
+    if (interruption.asked()) host::fail("The calculation was cancelled.");
+  };
   integral.gauss_quadrature();
+  end_if_interrupted();
   if (nrhs == 6) warn_of_display_flag(prhs[kDisplayFlag]);
 
   const ElementList elements = build_elements(prhs[kTransducers], n, grid, integral, medium,
@@ -150,6 +158,7 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
     Transducer* element = elements.list[static_cast<std::size_t>(j)];
     if (element == nullptr) host::fail("A transducer was not allocated.\n");
     check_result(element->fnm_cw_single());
+    end_if_interrupted();
   }
 
   mxComplexDouble* pressure = mxGetComplexDoubles(result);

@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "numerics/interruption.h"
+
 namespace kestrel::fields {
 
 /// How long the calling thread sleeps between two looks at the progress.
@@ -68,6 +70,7 @@ class Job {
     try {
       host::Messages latest, distinct;
       const host::Detached scope(latest);
+      const InterruptionScope listening([this] { return _stop.load(std::memory_order_relaxed); });
       const std::unique_ptr<TileWorker> worker = _make_worker();
       worker->_stop = &_stop;
       worker->_done = &_done;

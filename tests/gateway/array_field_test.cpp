@@ -219,6 +219,12 @@ TEST(ArrayFieldEntry, AnInterruptEndsIt) {
   // Work for a minute, were it not ended.
   const CallResult result = compute(rectangles(20, 20), grid(300, 300), options(), 500);
   EXPECT_EQ(result.error, "kestrel.cw_field: The calculation was cancelled.");
+  // One tile of these takes minutes: the rule, the sum over the face.
+  const std::string cancelled = "kestrel.cw_field: The calculation was cancelled.";
+  EXPECT_EQ(compute(rectangles(1, 1), grid(), options(), 1e6).error, cancelled);
+  StructArray sum = options();
+  sum.set("method", "rayleigh_cw");
+  EXPECT_EQ(compute(rectangles(1, 1), grid(60, 60), sum, 10000).error, cancelled);
   const CallResult march = compute(shells(), grid(), march_options("radial_step", 0.0006));
   EXPECT_EQ(march.error, "kestrel.cw_field: The calculation was cancelled.");
 }

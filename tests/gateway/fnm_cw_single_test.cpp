@@ -372,6 +372,20 @@ TEST(Release, EveryPathLeavesNothingBehind) {
       19);
 }
 
+// A rule of so many nodes takes minutes; the call ends at the first question after it has begun.
+TEST(Interruption, EndsTheMakingOfTheRule) {
+  int questions = 0;
+  const standalone::RegisteredFunction interrupt("pause(0);",
+                                                 [&](int, mxArray**, int, const mxArray**) {
+                                                   ++questions;
+                                                   mexErrMsgTxt("interrupt");
+                                                 });
+  Arguments a;
+  a.ndiv = Value::scalar(1e6);
+  EXPECT_EQ(a.run().error, "The calculation was cancelled.");
+  EXPECT_EQ(questions, 1);
+}
+
 TEST(Version, IsTheOneOfInterleavedComplexValues) {
   unsigned int built_by = 0, required = 0;
   mexfilerequiredapiversion(&built_by, &required);

@@ -32,6 +32,17 @@ TEST(TransientFieldEntry, AnswersWithTimeAsTheLastDimension) {
   EXPECT_EQ(list.printed, "");
 }
 
+// One tile takes minutes.
+TEST(TransientFieldEntry, AnInterruptEndsItWithinATile) {
+  const standalone::RegisteredFunction interrupt(
+      "pause(0);", [](int, mxArray**, int, const mxArray**) { mexErrMsgTxt("interrupt"); });
+  const StructArray axis = time_axis(0, 40e-6, 0.1e-6);
+  EXPECT_EQ(compute(elements("circ", 1), regular_points(10, 10), axis, pulse(2),
+                    options("rayleigh_transient"), 2000)
+                .error,
+            "kestrel.transient_field: The calculation was cancelled.");
+}
+
 // A pulse, a sampled signal, which is transformed by the host, and a march.
 TEST(TransientFieldEntry, EveryAllocationMayFail) {
   const StructArray axis = time_axis(0, 40e-6, 2e-6), points = regular_points(3, 2, 10e-3),

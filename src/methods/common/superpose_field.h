@@ -7,6 +7,7 @@
 
 #include "elements/transducer.h"
 #include "methods/common/field_tile.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::detail {
 
@@ -32,7 +33,13 @@ void superpose_fields(Transducer& element, const Methods& methods) {
   element.InitializeRotationMatrix();
 
   for (const Method& method : methods) {
+    bool interrupted = false;
     const auto flush = [&](FieldTile& tile, int region) {
+      interrupted = interrupted || interruption_asked();
+      if (interrupted) {
+        tile.count = 0;
+        return;
+      }
       method.evaluate(tile, region);
       for (int i = 0; i < tile.count; ++i) {
         element.superpose_complex_pressure(tile.index[i], {tile.re[i], tile.im[i]});
