@@ -291,6 +291,7 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
   check_harmonics(settings.kzk, harmonics);
   check_methods(elements, *find_continuous_wave_method("kzk_cw"), continuous_wave_methods(),
                 medium);
+  check_march_points(elements, grid, "kzk_cw");
   std::fill_n(result,
               static_cast<std::size_t>(grid.npoints()) * std::max<std::size_t>(harmonics.size(), 1),
               std::complex<double>{});
