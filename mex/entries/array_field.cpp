@@ -56,37 +56,34 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
   return settings;
 }
 
-mxArray* describe(const fields::Report& report, const fields::Settings& settings) {
-  const char* fields[] = {"method",          "time",    "nodes",           "way",
-                          "reused_elements", "threads", "instruction_set", "memory",
-                          "error_estimate",  "planes",  "radial_nodes",    "harmonics"};
+mxArray* describe(const fields::Report& report, const fields::Settings& settings,
+                  double result_memory) {
+  const char* fields[] = {"method",          "time",           "nodes",           "way",
+                          "reused_elements", "threads",        "instruction_set", "memory",
+                          "result_memory",   "error_estimate", "planes",          "radial_nodes",
+                          "harmonics"};
   // The last three are of a march.
-  const int count = static_cast<int>(std::size(fields)) - (settings.method->marched ? 0 : 3);
-  mxArray* info = mxCreateStructMatrix(1, 1, count, fields);
-  const auto set = [&](const char* field, mxArray* value) { mxSetField(info, 0, field, value); };
-  const auto number = [](double value) { return mxCreateDoubleScalar(value); };
+  Info info({fields, std::size(fields) - (settings.method->marched ? 0 : 3)});
   const char* way = settings.method->marched      ? "march"
                     : report.reused_elements == 0 ? "direct"
                     : report.direct_elements == 0 ? "reuse"
                                                   : "reuse and direct";
-  mxArray* nodes = mxCreateDoubleMatrix(1, 2, mxREAL);
-  mxGetDoubles(nodes)[0] = report.least_nodes;
-  mxGetDoubles(nodes)[1] = report.greatest_nodes;
-  set("method", mxCreateString(settings.method->name));
-  set("time", number(report.seconds));
-  set("nodes", nodes);
-  set("way", mxCreateString(way));
-  set("reused_elements", number(static_cast<double>(report.reused_elements)));
-  set("threads", number(report.threads));
-  set("instruction_set", mxCreateString(name(report.instruction_set)));
-  set("memory", number(report.memory));
-  set("error_estimate", number(report.error_estimate));
+  info.set("method", settings.method->name);
+  info.set("time", report.seconds);
+  info.set("nodes", {double(report.least_nodes), double(report.greatest_nodes)});
+  info.set("way", way);
+  info.set("reused_elements", static_cast<double>(report.reused_elements));
+  info.set("threads", report.threads);
+  info.set("instruction_set", name(report.instruction_set));
+  info.set("memory", report.memory);
+  info.set("result_memory", result_memory);
+  info.set("error_estimate", report.error_estimate);
   if (settings.method->marched) {
-    set("planes", number(static_cast<double>(report.march.planes)));
-    set("radial_nodes", number(static_cast<double>(report.march.nodes)));
-    set("harmonics", number(static_cast<double>(report.march.unknowns)));
+    info.set("planes", static_cast<double>(report.march.planes));
+    info.set("radial_nodes", static_cast<double>(report.march.nodes));
+    info.set("harmonics", static_cast<double>(report.march.unknowns));
   }
-  return info;
+  return info.array();
 }
 
 /// The harmonics that kestrel.harmonics wants; none from kestrel.cw_field.
@@ -135,8 +132,8 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
       entry, mxGetNumberOfElements(result), grid, [&](std::size_t i) {
         return std::isfinite(pressure[i].real()) && std::isfinite(pressure[i].imag());
       });
+  if (nlhs > 1) plhs[1] = describe(report, settings, bytes_of(result));
   plhs[0] = result;
-  if (nlhs > 1) plhs[1] = describe(report, settings);
 }
 
 }  // namespace

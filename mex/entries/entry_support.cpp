@@ -147,6 +147,33 @@ std::vector<std::size_t> result_size(const CoordinateGrid& grid) {
   return {extent(grid.nx()), extent(grid.ny()), extent(grid.nz())};
 }
 
+double bytes_of(const mxArray* array) {
+  return static_cast<double>(mxGetNumberOfElements(array)) *
+         (mxIsComplex(array) ? sizeof(mxComplexDouble) : sizeof(double));
+}
+
+namespace {
+
+mxArray* made(mxArray* array) {
+  if (array == nullptr) fail("Out of memory: the structure 'info' cannot be created.");
+  return array;
+}
+
+}  // namespace
+
+Info::Info(std::span<const char*> fields)
+    : _array(made(mxCreateStructMatrix(1, 1, static_cast<int>(fields.size()), fields.data()))) {}
+
+void Info::put(const char* field, mxArray* value) { mxSetField(_array, 0, field, made(value)); }
+
+void Info::set(const char* field, std::initializer_list<double> row) {
+  mxArray* value = made(mxCreateDoubleMatrix(1, row.size(), mxREAL));
+  std::copy(row.begin(), row.end(), mxGetDoubles(value));
+  put(field, value);
+}
+
+void Info::set(const char* field, const char* text) { put(field, mxCreateString(text)); }
+
 void warn_of_values_that_are_not_finite(const char* entry, std::size_t total,
                                         const CoordinateGrid& grid,
                                         const std::function<bool(std::size_t)>& finite) {

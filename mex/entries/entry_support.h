@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <vector>
@@ -63,6 +64,25 @@ class Console {
 
 /// The extents of a field on the grid: three of a regular grid, one of a list of points.
 std::vector<std::size_t> result_size(const CoordinateGrid& grid);
+
+/// Bytes of an array's numbers.
+double bytes_of(const mxArray* array);
+
+/// The structure by which an entry tells what was done. Fails where memory runs out; a value that
+/// the structure has no field for is a fault of the program.
+class Info {
+ public:
+  explicit Info(std::span<const char*> fields);
+  void set(const char* field, std::initializer_list<double> row);
+  void set(const char* field, double number) { set(field, {number}); }
+  void set(const char* field, const char* text);
+  mxArray* array() const { return _array; }
+
+ private:
+  void put(const char* field, mxArray* value);
+
+  mxArray* _array;
+};
 
 /// The settings that every whole-array function has: threads, a march's parameters, and a console
 /// to tell how far the work is.

@@ -13,10 +13,12 @@
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
 #include "mex/entries/compute_element.h"
+#include "mex/entries/host_interruption.h"
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/structure_reader.h"
+#include "numerics/interruption.h"
 #include "services/array.h"
 #include "services/error.h"
 #include "services/services.h"
@@ -133,12 +135,21 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
   if (!integral.allocate_memory(ndiv)) {
     fail("Ran out of memory while allocating integral object.\n");
   }
+  HostInterruption interruption;
+  const InterruptionScope listening([&] { return interruption(); });
+  const auto end_if_interrupted = [&] {
+    if (interruption.asked()) fail("The calculation was cancelled.");
+  };
   integral.gauss_quadrature();
+  end_if_interrupted();
   if (nrhs == 6) warn_of_display_flag(prhs[kDisplayFlag]);
 
   const ElementList elements = build_elements(prhs[kTransducers], n, grid, integral, medium,
                                               real_plane.data(), imaginary_plane.data());
-  for (int j = 0; j < n; ++j) compute_element(elements.list[static_cast<std::size_t>(j)]);
+  for (int j = 0; j < n; ++j) {
+    compute_element(elements.list[static_cast<std::size_t>(j)]);
+    end_if_interrupted();
+  }
 
   mxComplexDouble* pressure = mxGetComplexDoubles(result);
   for (std::size_t k = 0; k < npoints; ++k) pressure[k] = {real_plane[k], imaginary_plane[k]};

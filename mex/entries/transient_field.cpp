@@ -36,9 +36,11 @@ class Excitations {
   /// A single row is read once, however many elements it drives.
   Excitations(const mxArray* structure, std::size_t elements) {
     const bool shared = mxIsStruct(structure) && mxGetNumberOfElements(structure) == 1;
+    const std::size_t count = shared ? 1 : elements;
     std::vector<ExcitationFunction*> read;
-    ExcitationFunction::excitation_vector(&read, structure,
-                                          shared ? 1 : static_cast<int>(elements));
+    // Room for their owners before there are any: nothing may fail while nobody owns them.
+    _owned.reserve(count);
+    ExcitationFunction::excitation_vector(&read, structure, static_cast<int>(count));
     for (ExcitationFunction* excitation : read) _owned.emplace_back(excitation);
     _view.assign(read.begin(), read.end());
   }
@@ -71,26 +73,25 @@ mxArray* create_result(const CoordinateGrid& grid, int samples) {
   return result;
 }
 
-mxArray* describe(const fields::TransientReport& report,
-                  const fields::TransientSettings& settings) {
-  const char* fields[] = {"method", "time",   "nodes",        "threads", "instruction_set",
-                          "memory", "planes", "radial_nodes", "samples"};
+mxArray* describe(const fields::TransientReport& report, const fields::TransientSettings& settings,
+                  double result_memory) {
+  const char* fields[] = {"method", "time",          "nodes",  "threads",      "instruction_set",
+                          "memory", "result_memory", "planes", "radial_nodes", "samples"};
   // The last three are of a march.
-  const int count = static_cast<int>(std::size(fields)) - (settings.method->marched ? 0 : 3);
-  mxArray* info = mxCreateStructMatrix(1, 1, count, fields);
-  const auto set = [&](const char* field, mxArray* value) { mxSetField(info, 0, field, value); };
-  set("method", mxCreateString(settings.method->name));
-  set("time", mxCreateDoubleScalar(report.seconds));
-  set("nodes", mxCreateDoubleScalar(settings.nodes));
-  set("threads", mxCreateDoubleScalar(report.threads));
-  set("instruction_set", mxCreateString(name(report.instruction_set)));
-  set("memory", mxCreateDoubleScalar(report.memory));
+  Info info({fields, std::size(fields) - (settings.method->marched ? 0 : 3)});
+  info.set("method", settings.method->name);
+  info.set("time", report.seconds);
+  info.set("nodes", settings.nodes);
+  info.set("threads", report.threads);
+  info.set("instruction_set", name(report.instruction_set));
+  info.set("memory", report.memory);
+  info.set("result_memory", result_memory);
   if (settings.method->marched) {
-    set("planes", mxCreateDoubleScalar(static_cast<double>(report.march.planes)));
-    set("radial_nodes", mxCreateDoubleScalar(static_cast<double>(report.march.nodes)));
-    set("samples", mxCreateDoubleScalar(static_cast<double>(report.march.unknowns)));
+    info.set("planes", static_cast<double>(report.march.planes));
+    info.set("radial_nodes", static_cast<double>(report.march.nodes));
+    info.set("samples", static_cast<double>(report.march.unknowns));
   }
-  return info;
+  return info.array();
 }
 
 void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
@@ -129,8 +130,8 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   warn_of_values_that_are_not_finite(
       kEntry, static_cast<std::size_t>(grid.npoints()) * static_cast<std::size_t>(time.nt()), grid,
       [&](std::size_t i) { return std::isfinite(pressure[i]); });
+  if (nlhs > 1) plhs[1] = describe(report, settings, bytes_of(result));
   plhs[0] = result;
-  if (nlhs > 1) plhs[1] = describe(report, settings);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 
@@ -81,13 +82,14 @@ bool Ledger::belongs_to(const void* thing, CallId call) const {
   return found != _owners.end() && found->second.container == nullptr && found->second.call == call;
 }
 
-std::vector<void*> Ledger::owned_by(CallId call) const {
+std::size_t Ledger::owned_by(CallId call, void** things, std::size_t count) const {
   const std::lock_guard lock(_mutex);
-  std::vector<void*> things;
+  std::size_t found = 0;
   for (const auto& [thing, owner] : _owners) {
-    if (owner.container == nullptr && owner.call == call) things.push_back(thing);
+    if (found == count) break;
+    if (owner.container == nullptr && owner.call == call) things[found++] = thing;
   }
-  return things;
+  return found;
 }
 
 std::size_t Ledger::size() const {
@@ -127,8 +129,13 @@ void* allocate_block(std::size_t count, std::size_t size) {
 CallScope::CallScope() : _outer(running_call), _id(++last_call) { running_call = _id; }
 
 CallScope::~CallScope() {
-  for (void* array : arrays().owned_by(_id)) mxDestroyArray(static_cast<mxArray*>(array));
-  for (void* block : blocks().owned_by(_id)) mxFree(block);
+  void* things[64];
+  while (const std::size_t count = arrays().owned_by(_id, things, std::size(things))) {
+    for (std::size_t i = 0; i < count; ++i) mxDestroyArray(static_cast<mxArray*>(things[i]));
+  }
+  while (const std::size_t count = blocks().owned_by(_id, things, std::size(things))) {
+    for (std::size_t i = 0; i < count; ++i) mxFree(things[i]);
+  }
   running_call = _outer;
 }
 

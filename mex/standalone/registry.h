@@ -7,7 +7,6 @@
 #include <mutex>
 #include <optional>
 #include <unordered_map>
-#include <vector>
 
 #include "mex/standalone/matrix.h"
 
@@ -44,7 +43,9 @@ class Ledger {
   bool contains(const void* thing) const;
   bool is_contained_in(const void* thing, const mxArray* container) const;
   bool belongs_to(const void* thing, CallId call) const;
-  std::vector<void*> owned_by(CallId call) const;
+  /// Up to `count` of those that belong to the call, into `things`; how many. Allocates nothing:
+  /// what a call left behind is reclaimed while memory may be short.
+  std::size_t owned_by(CallId call, void** things, std::size_t count) const;
   std::size_t size() const;
 
  private:

@@ -16,6 +16,7 @@
 #include "fields/points.h"
 #include "fields/pointwise_field.h"
 #include "fields/reused_field.h"
+#include "numerics/interruption.h"
 #include "services/error.h"
 
 namespace kestrel::fields {
@@ -89,19 +90,27 @@ std::vector<GridPart> cut(const CoordinateGrid& grid, int parts) {
 std::optional<ReusedGroup> plan_reuse(const std::vector<Element>& elements, const Method& method,
                                       const CoordinateGrid& grid, double per_point, double memory) {
   constexpr int kMostParts = 1024;
+  // Planning that costs more than the work it saves is given up; so much is always tried.
+  constexpr double kPlanning = 200;  // nanoseconds for each position or radius
+  constexpr double kLeastNumbers = 1e6;
   const double direct =
       static_cast<double>(grid.npoints()) * static_cast<double>(elements.size()) * per_point;
   for (int parts = 1; parts <= kMostParts; parts *= 4) {
     ReusedGroup group;
     bool fits = true;
+    const PlanLimits limits{memory, std::max(0.8 * direct / kPlanning, kLeastNumbers) / parts};
     for (const GridPart& part : cut(grid, parts)) {
-      std::optional<ReusePlan> plan = ReusePlan::make(elements, method, part);
-      if (!plan) return std::nullopt;
+      bool too_large = false;
+      std::optional<ReusePlan> plan = ReusePlan::make(elements, method, part, limits, too_large);
+      fits = !too_large;
+      if (!fits) break;
+      if (!plan || interruption_asked()) return std::nullopt;
       group.memory = std::max(group.memory, plan->memory());
       fits = group.memory <= memory;
       if (!fits) break;
       group.cost += reuse_cost(*plan, elements.size(), per_point);
       group.plans.push_back(std::move(*plan));
+      if (group.cost > 0.8 * direct) return std::nullopt;
     }
     if (group.cost > 0.8 * direct) return std::nullopt;
     if (fits) {
@@ -261,6 +270,7 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
   }
   check_harmonics(settings.kzk, harmonics);
   check_methods(elements, *find_continuous_wave_method("kzk_cw"), continuous_wave_methods());
+  check_march_points(elements, grid, "kzk_cw");
   std::fill_n(result,
               static_cast<std::size_t>(grid.npoints()) * std::max<std::size_t>(harmonics.size(), 1),
               std::complex<double>{});
@@ -298,7 +308,16 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   } else {
     rule = std::make_unique<FixedNodes>(settings.nodes);
   }
-  const Work work = plan_work(elements, grid, settings, *rule);
+  const Work work = [&] {
+    bool cancelled = false;
+    const InterruptionScope listening([&] {
+      cancelled = cancelled || (settings.progress && !settings.progress(0));
+      return cancelled;
+    });
+    Work planned = plan_work(elements, grid, settings, *rule);
+    if (cancelled) throw Cancelled();
+    return planned;
+  }();
 
   NodeRange used;
   for (const ReusedGroup& group : work.reused) {

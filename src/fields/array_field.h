@@ -30,8 +30,7 @@ struct Settings {
   /// Bytes of working memory, besides the result, that reuse may take.
   double memory = 512e6;
   bool estimate_error = true;
-  /// For the length of the calculation; the best one when not given. Chosen for the whole process,
-  /// so not for two calculations at once.
+  /// The best one when not given.
   std::optional<InstructionSet> instruction_set = {};
   /// See TileRunner::Progress.
   TileRunner::Progress progress = {};

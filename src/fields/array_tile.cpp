@@ -51,7 +51,7 @@ void ElementWorker::run(std::size_t tile) {
     const Element& element = _job.elements[e];
     NumericalIntegration& rule = rule_of(_job.rule.nodes(element, box));
     // Methods of discs and rings leave the rule over (0, pi), those of the others want (-1, 1).
-    rule.gauss_quadrature();
+    if (!rule.gauss_quadrature()) return;
     _inputs[e].rule = &rule;
     check_result(_job.method.compute(element.geometry, _inputs[e]), _job.method, element.geometry);
   }

@@ -12,7 +12,9 @@
 #include <variant>
 
 #include "fields/array_tile.h"
+#include "methods/kzk/driver.h"
 #include "methods/kzk/element_methods.h"
+#include "methods/kzk/report.h"
 #include "services/error.h"
 #include "services/services.h"
 
@@ -302,6 +304,20 @@ kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
 }
 
 }  // namespace
+
+void check_march_points(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                        const char* method) {
+  for (std::size_t e = 0; e < elements.size(); ++e) {
+    if (std::abs(elements[e].amplitude) <= kzk::gate) continue;
+    try {
+      kzk::check_storage(sizeof(kzk::Reader) * static_cast<double>(grid.npoints()),
+                         "The list of points", "fewer points");
+    } catch (const kzk::Refusal& refusal) {
+      fail("element %zu: the method '%s' failed. %s", e + 1, method, refusal.reason.c_str());
+    }
+    return;
+  }
+}
 
 kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
                         std::complex<double>* result) {

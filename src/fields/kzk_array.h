@@ -30,6 +30,11 @@ struct MarchJob {
   int threads;
 };
 
+/// Fails, naming the first element that sounds, when the list of points alone takes more storage
+/// than a march may: this is known before anything is placed or marched.
+void check_march_points(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                        const char* method);
+
 /// Adds harmonic harmonics[h] to result[h * points + i], all from one march of each element;
 /// without harmonics, the one that the parameters name to result[i]. Returns the size of the
 /// largest march, its bytes for as many marches as run at a time. Fails naming the element, with

@@ -5,6 +5,8 @@
 #include <limits>
 #include <numeric>
 
+#include "numerics/interruption.h"
+
 namespace kestrel::fields {
 
 namespace {
@@ -52,7 +54,7 @@ double largest_magnitude(std::span<const double> numbers) {
 }  // namespace
 
 std::optional<AxisLattice> find_lattice(const double* values, int count, double step,
-                                        std::span<const double> centers) {
+                                        std::span<const double> centers, double most) {
   const auto n = static_cast<std::size_t>(count);
   AxisLattice lattice;
   lattice.start.resize(centers.size());
@@ -101,6 +103,10 @@ std::optional<AxisLattice> find_lattice(const double* values, int count, double 
     for (const Window& window : windows) {
       covered = std::max(covered, window.first);  // a gap is not filled
       const auto known = static_cast<std::size_t>(covered - window.first);
+      if (known<n&& static_cast<double>(lattice.position.size() + n - known)> most) {
+        lattice.cut_off = true;
+        return lattice;
+      }
       lattice.start[window.element] = static_cast<std::uint32_t>(lattice.position.size() - known);
       for (std::size_t i = known; i < n; ++i) {
         lattice.position.push_back(values[i] - centers[window.element]);
@@ -131,7 +137,14 @@ Distinct merge_equal(std::span<const double> numbers, double tolerance) {
 }
 
 std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const Method& method,
-                                         const GridPart& part) {
+                                         const GridPart& part, const PlanLimits& limits,
+                                         bool& too_large) {
+  // What each number takes at least of the bytes that memory() counts.
+  constexpr double run_bytes = 28, other_bytes = 12, radius_bytes = 20;
+  const auto most = [&](double bytes_each) {
+    return std::min(limits.numbers, limits.bytes / bytes_each);
+  };
+  too_large = false;
   const std::optional<SignedPermutation> turn = signed_permutation(group.front().euler);
   if (!turn) return std::nullopt;
 
@@ -150,8 +163,14 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
     const int axis = plan._axis[role];
     const auto a = static_cast<std::size_t>(axis);
     for (std::size_t e = 0; e < group.size(); ++e) centers[e] = coordinate(group[e].center, axis);
-    auto lattice = find_lattice(part.values(axis), part.count[a], part.step(axis), centers);
-    if (!lattice) return std::nullopt;
+    const double allowed = most(role == 0 ? run_bytes : other_bytes);
+    auto lattice =
+        find_lattice(part.values(axis), part.count[a], part.step(axis), centers, allowed);
+    if (!lattice || interruption_asked()) return std::nullopt;
+    if (lattice->cut_off) {
+      too_large = allowed < limits.numbers;
+      return std::nullopt;
+    }
     plan._lattice[role] = std::move(*lattice);
     plan._count[role] = static_cast<std::uint32_t>(part.count[a]);
     plan._stride[role] = stride[a];
@@ -165,6 +184,7 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
 
   // Fold: |x| and |y| in the frame, but z with its sign.
   for (std::size_t local = 0; local < 3; ++local) {
+    if (interruption_asked()) return std::nullopt;
     const auto role = static_cast<std::size_t>(plan._role[local]);
     std::vector<double> folded = plan._lattice[role].position;
     for (double& x : folded) x = local < 2 ? std::abs(x) : plan._sign[local] * x;
@@ -179,7 +199,12 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
   if (plan._axisymmetric) {
     const std::vector<double>&x = plan.folded_values(plan._role[0]),
           &y = plan.folded_values(plan._role[1]);
-    if (static_cast<double>(x.size()) * static_cast<double>(y.size()) > 5e7) return std::nullopt;
+    const double count = static_cast<double>(x.size()) * static_cast<double>(y.size());
+    if (count > 5e7) return std::nullopt;
+    if (count > most(radius_bytes)) {
+      too_large = most(radius_bytes) < limits.numbers;
+      return std::nullopt;
+    }
     std::vector<double> radii;
     radii.reserve(x.size() * y.size());
     for (const double b : y) {
@@ -190,6 +215,7 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
                  std::max(plan._lattice[1].tolerance, plan._lattice[2].tolerance));
     plan._radius = merge_equal(radii, tolerance);
   }
+  if (interruption_asked()) return std::nullopt;
   if (plan.is_fragile(group, method, part, turn->exact)) return std::nullopt;
   return plan;
 }

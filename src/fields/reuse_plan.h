@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <span>
 #include <vector>
@@ -37,11 +38,21 @@ struct AxisLattice {
   std::vector<double> position;      ///< grid value less centre, metres
   std::vector<std::uint32_t> start;  ///< by element
   double tolerance = 0;              ///< what counts as equal, metres
+  bool cut_off = false;              ///< there are more positions than were allowed
 };
 
 /// `values` are equally spaced by `step`. None when steps are too small to tell from rounding.
+/// Gives up, with the lattice cut off, when it has more than `most` positions.
 std::optional<AxisLattice> find_lattice(const double* values, int count, double step,
-                                        std::span<const double> centers);
+                                        std::span<const double> centers,
+                                        double most = std::numeric_limits<double>::infinity());
+
+/// What a plan may take. Planning ends as soon as it must take more: elements without a common
+/// lattice can have as many positions as all of them have points.
+struct PlanLimits {
+  double bytes = std::numeric_limits<double>::infinity();    ///< of ReusePlan::memory
+  double numbers = std::numeric_limits<double>::infinity();  ///< positions and radii to be sorted
+};
 
 /// Distinct numbers among many, equal ones merged.
 struct Distinct {
@@ -65,9 +76,11 @@ class ReusePlan {
  public:
   /// None when the elements cannot share: the rotation is no signed permutation, or a point lies so
   /// close to a surface on which the field jumps (the face plane, a shell's rim plane and sphere)
-  /// that rounding decides on which side it is.
+  /// that rounding decides on which side it is. None as well, with `too_large` set, when the plan
+  /// would take more bytes than the limits allow; a part of the grid may do with less.
   static std::optional<ReusePlan> make(std::span<const Element> group, const Method& method,
-                                       const GridPart& part);
+                                       const GridPart& part, const PlanLimits& limits,
+                                       bool& too_large);
 
   /// The distinct points, in the frame of an element.
   std::size_t distinct_points() const;

@@ -6,10 +6,11 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
+#include "numerics/instruction_set.h"
+#include "numerics/interruption.h"
 #include "services/off_host_thread.h"
 
 namespace kestrel::fields {
@@ -39,7 +40,7 @@ class Job {
       }
       try {
         _threads.emplace_back([this] { work(); });
-      } catch (const std::system_error&) {
+      } catch (...) {  // no more threads, or no memory for another: those that run do the work
         const std::lock_guard lock(_mutex);
         --_running;
         break;
@@ -67,11 +68,12 @@ class Job {
 
  private:
   void work() {
-    services::Messages distinct;
     std::exception_ptr failure;
     try {
-      services::Messages latest;
+      services::Messages latest, distinct;
       const services::OffHostThread scope(latest);
+      const ScopedInstructionSet same_set(_instruction_set);
+      const InterruptionScope listening([this] { return _stop.load(std::memory_order_relaxed); });
       const std::unique_ptr<TileWorker> worker = _make_worker();
       worker->_stop = &_stop;
       worker->_done = &_done;
@@ -84,17 +86,19 @@ class Job {
         worker->report(1);
         worker->_reported = 0;
       }
+      const std::lock_guard lock(_mutex);
+      _messages.absorb(distinct);
     } catch (...) {  // nothing of the host can be thrown here: the thread is detached from it
       failure = std::current_exception();
       _stop = true;
     }
     const std::lock_guard lock(_mutex);
-    _messages.absorb(distinct);
     if (!_failure) _failure = failure;
     --_running;
     _changed.notify_one();
   }
 
+  const InstructionSet _instruction_set = instruction_set();  // of the calling thread
   const std::size_t _count;
   const std::function<std::unique_ptr<TileWorker>()>& _make_worker;
   std::atomic<std::size_t> _next{0};

@@ -72,6 +72,7 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
   }
   check_methods(elements, method, transient_methods());
 
+  if (method.marched) check_march_points(elements, grid, method.name);
   const GridPoints points(grid);
   const std::size_t npoints = points.size(), samples = static_cast<std::size_t>(time.nt());
   TileRunner runner(settings.threads, settings.progress);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "numerics/interruption.h"
 #include "services/array.h"
 #include "services/error.h"
 #include "services/services.h"
@@ -17,13 +18,23 @@ namespace {
 constexpr double pi = 3.14159265358979;
 constexpr double half_pi = 1.570796326794895;
 
-/// Gauss-Legendre nodes and weights; `refine` allows a second correction of each node.
-void legendre_rule(int n, double* nodes, double* weights, bool refine) {
-  if (n < 1) return;
+/// Steps of the recurrence between two questions whether to go on: some milliseconds.
+constexpr double steps_between_questions = 1e6;
+
+/// Gauss-Legendre nodes and weights; `refine` allows a second correction of each node. The work
+/// grows as n^2. False when it was interrupted.
+bool legendre_rule(int n, double* nodes, double* weights, bool refine) {
+  if (n < 1) return true;
   const double order = n;
   const double e1 = order * (order + 1.0);
   const int half = n / 2 + n % 2;
+  double steps = 0;
   for (int i = 1; i <= half; ++i) {
+    steps += order;
+    if (steps >= steps_between_questions) {
+      if (interruption_asked()) return false;
+      steps = 0;
+    }
     // Asymptotic guess for the i-th root from +1.
     double x = std::cos((4.0 * i - 1.0) * pi / (4.0 * order + 2.0)) *
                (1.0 - (1.0 - 1.0 / order) / (8.0 * order * order));
@@ -68,6 +79,7 @@ void legendre_rule(int n, double* nodes, double* weights, bool refine) {
     weights[n - i] = weight;
   }
   if (n % 2 == 1) nodes[half - 1] = 0.0;
+  return true;
 }
 
 }  // namespace
@@ -99,22 +111,24 @@ bool NumericalIntegration::allocate_memory(int n) {
 }
 
 bool NumericalIntegration::gauss_quadrature() {
-  if (!_gauss_known) grule(_npoints, _gauss_abscissas.data(), _gauss_weights.data());
-  _gauss_known = true;
+  if (!_gauss_known) {
+    _gauss_known = legendre_rule(_npoints, _gauss_abscissas.data(), _gauss_weights.data(), false);
+  }
+  if (!_gauss_known) return false;
   std::copy(_gauss_abscissas.begin(), _gauss_abscissas.end(), _abscissas.begin());
   std::copy(_gauss_weights.begin(), _gauss_weights.end(), _weights.begin());
   return true;
 }
 
 bool NumericalIntegration::gauss_quadrature(double a, double b) {
-  gauss_quadrature();
+  if (!gauss_quadrature()) return false;
   for (double& x : _abscissas) x = x * (b - a) * 0.5 + (a + b) * 0.5;
   for (double& w : _weights) w = w * (b - a) * 0.5;
   return true;
 }
 
 bool NumericalIntegration::gauss_quadrature_cylindrical() {
-  gauss_quadrature();
+  if (!gauss_quadrature()) return false;
   for (double& x : _abscissas) x = x * pi * 0.5 + half_pi;
   for (double& w : _weights) w = w * pi * 0.5;
   for (std::size_t j = 0; j < _cosines.size(); ++j) _cosines[j] = std::cos(_abscissas[j]);

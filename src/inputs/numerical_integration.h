@@ -20,14 +20,16 @@ class NumericalIntegration {
   /// is as it was.
   bool allocate_memory(int n);
 
-  /// Gauss-Legendre rule on [-1, 1], nodes in descending order. Returns true.
+  /// Gauss-Legendre rule on [-1, 1], nodes in descending order. Returns true; false when an
+  /// InterruptionScope ended it (above some thousand nodes it takes long), and then nothing has
+  /// changed. So do the next two.
   bool gauss_quadrature();
 
-  /// Gauss-Legendre rule mapped onto [a, b]. Returns true.
+  /// Gauss-Legendre rule mapped onto [a, b].
   bool gauss_quadrature(double a, double b);
 
   /// Gauss-Legendre rule on [0, pi], with the cosine of every node. pi is 3.14159265358979 here, as
-  /// in the methods that use this rule. Returns true.
+  /// in the methods that use this rule.
   bool gauss_quadrature_cylindrical();
 
   /// Midpoints of n equal cells of [-1, 1]. Returns true.
@@ -42,7 +44,7 @@ class NumericalIntegration {
   /// Gauss-Legendre nodes (descending from near +1) and weights into x[0..n-1] and w[0..n-1], by
   /// one series-corrected Newton step from an asymptotic guess (Davis and Rabinowitz, Methods of
   /// Numerical Integration). Exactly antisymmetric nodes, exactly symmetric weights. Does nothing
-  /// when n < 1.
+  /// when n < 1, and stops early when an InterruptionScope says so.
   static void grule(int n, double* x, double* w);
 
   /// The same, with a second step for nodes that the first one still moved by more than 1e-15 of

@@ -15,8 +15,10 @@ InstructionSet best_supported() {
   return InstructionSet::baseline;
 }
 
-std::atomic<InstructionSet>& chosen_set() {
-  static std::atomic<InstructionSet> set{best_supported()};
+/// What this thread's kernels run on. The processor is asked once.
+InstructionSet& chosen_set() {
+  static const InstructionSet best = best_supported();
+  thread_local InstructionSet set = best;
   return set;
 }
 
@@ -56,11 +58,11 @@ bool is_supported(InstructionSet set) {
 #endif
 }
 
-InstructionSet instruction_set() { return chosen_set().load(std::memory_order_relaxed); }
+InstructionSet instruction_set() { return chosen_set(); }
 
 bool use_instruction_set(InstructionSet set) {
   if (!is_supported(set)) return false;
-  chosen_set().store(set, std::memory_order_relaxed);
+  chosen_set() = set;
   return true;
 }
 

@@ -21,17 +21,19 @@ const char* name(InstructionSet set);
 /// Whether this processor, and this build, can run `set`.
 bool is_supported(InstructionSet set);
 
-/// The set that field kernels use: the best supported one unless another was chosen.
+/// The set that field kernels of this thread use: the best supported one unless another was chosen.
 InstructionSet instruction_set();
 
-/// Chooses the set for the whole process; false, and no change, when it is not supported.
+/// Chooses the set for the calling thread; false, and no change, when it is not supported. Threads
+/// that a calculation starts take over the set of the thread that called it, so two calculations
+/// may run at once with different sets.
 bool use_instruction_set(InstructionSet set);
 
 /// The set that the most recent kernel really ran on (tests assert with it that they test what they
 /// think they test).
 InstructionSet last_used_instruction_set();
 
-/// Chooses a set for the life of a scope.
+/// Chooses a set for this thread, for the life of a scope.
 class ScopedInstructionSet {
  public:
   explicit ScopedInstructionSet(InstructionSet set)

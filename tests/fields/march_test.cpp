@@ -148,6 +148,18 @@ TEST(March, SaysWhatIsWrong) {
   refused("'kzk_cw' takes no tolerance", pair(), with_tolerance);
 }
 
+// Before the result is touched or an element placed, which takes longer than many a march.
+TEST(March, RefusesTooManyPointsAtOnce) {
+  const auto grid = regular_grid({400, 400, 400}, {0, 0, 10e-3}, {1e-4, 1e-4, 1e-4});
+  const std::string found =
+      outcome_of([&] {
+        compute_harmonics(pair(), *grid, lossy_water(), std::vector<int>{1}, marched(), nullptr);
+      }).error.value_or("no error");
+  EXPECT_NE(found.find("element 1: the method 'kzk_cw' failed. The list of points needs 2."),
+            std::string::npos)
+      << found;
+}
+
 TEST(March, AnElementWithoutInputsIsRefused) {
   for (const Element& e : pair()) {
     const auto transducer = make_transducer(e);

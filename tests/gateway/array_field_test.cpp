@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "mex/standalone/standalone_host.h"
+#include "tests/support/allocation_sweep.h"
+#include "tests/support/entry_arguments.h"
 
 namespace kestrel::standalone {
 namespace {
@@ -217,21 +219,36 @@ TEST(ArrayFieldEntry, AnInterruptEndsIt) {
   // Work for a minute, were it not ended.
   const CallResult result = compute(rectangles(20, 20), grid(300, 300), options(), 500);
   EXPECT_EQ(result.error, "kestrel.cw_field: The calculation was cancelled.");
+  // One tile of these takes minutes: the rule, the sum over the face.
+  const std::string cancelled = "kestrel.cw_field: The calculation was cancelled.";
+  EXPECT_EQ(compute(rectangles(1, 1), grid(), options(), 1e6).error, cancelled);
+  StructArray sum = options();
+  sum.set("method", "rayleigh_cw");
+  EXPECT_EQ(compute(rectangles(1, 1), grid(60, 60), sum, 10000).error, cancelled);
   const CallResult march = compute(shells(), grid(), march_options("radial_step", 0.0006));
   EXPECT_EQ(march.error, "kestrel.cw_field: The calculation was cancelled.");
 }
 
-TEST(ArrayFieldEntry, RunsOutOfMemoryCleanly) {
-  for (std::size_t granted = 0; granted < 8; ++granted) {
-    const StructArray array = rectangles(1, 3), points = grid(), settings = options();
-    const StructArray medium = water();
-    const Value nodes = Value::scalar(4), frequency = Value::scalar(1e6);
-    const AllocationLimit limit(granted);
-    const CallResult result =
-        call(mexFunction, 1, {array, points, medium, nodes, frequency, settings});
-    if (!result.error) break;
-    EXPECT_NE(result.error->find("memory"), std::string::npos) << granted << *result.error;
-  }
+// By one method directly and by reuse, with the estimate of the error; the march of four threads.
+TEST(ArrayFieldEntry, EveryAllocationMayFail) {
+  const StructArray medium = water(), points = test::regular_points(5, 3, 10e-3);
+  const Value nodes = Value::scalar(4), none = Value::zeros(0, 0), frequency = Value::scalar(1e6);
+  const auto sweep = [&](const StructArray& array, const StructArray& settings,
+                         const mxArray* ndiv) {
+    EXPECT_GT(test::fail_every_allocation(mexFunction, 2,
+                                          {array, points, medium, ndiv, frequency, settings}),
+              20);
+  };
+  sweep(test::elements("circ", 2), test::options("fnm_cw"), nodes);
+  StructArray tolerance = test::options("fnm_cw");
+  tolerance.set("tolerance", 1e-3);
+  StructArray row = test::elements("rect", 6);
+  for (std::size_t i = 0; i < 6; ++i) row.set("euler", {0.0, 0.0, 0.0}, i);
+  sweep(row, tolerance, none);
+  StructArray harmonics = test::march_options("kzk_cw", 4);
+  harmonics.set("wanted", Value::row({1, 2}));
+  sweep(test::elements("shel", 1, 0.1), harmonics, nodes);
+  sweep(test::elements("shel", 2, 0.1), harmonics, nodes);
 }
 
 }  // namespace

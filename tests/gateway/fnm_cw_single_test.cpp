@@ -11,7 +11,7 @@
 #include "mex/entries/compute_element.h"
 #include "mex/standalone/standalone_host.h"
 #include "services/error.h"
-#include "tests/support/allocations.h"
+#include "tests/support/allocation_sweep.h"
 #include "tests/support/situation.h"
 
 extern "C" void mexfilerequiredapiversion(unsigned int* built_by, unsigned int* required);
@@ -434,12 +434,12 @@ TEST(Release, ARuleThatFindsNoMemorySaysSo) {
 
 // Each allocation of a call fails once, those of the interpreter and those of C++.
 TEST(Release, EveryPathLeavesNothingBehind) {
-  const auto fails = [](const Arguments& a, const standalone::Function& entry = mexFunction) {
+  const auto fails = [](const Arguments& a) {
     const long before = objects_alive();
     char text[200] = "";  // not a string: it must not be alive either
     {
       const mxArray* all[] = {a.elements, a.grid, a.water, a.ndiv, a.frequency};
-      const CallResult result = call(entry, 1, {all, all + 5});
+      const CallResult result = call(mexFunction, 1, {all, all + 5});
       if (result.error) std::snprintf(text, sizeof text, "%s", result.error->c_str());
     }
     EXPECT_EQ(objects_alive(), before) << text;
@@ -456,28 +456,26 @@ TEST(Release, EveryPathLeavesNothingBehind) {
   a.elements.set("complex_weight", 1.0, 3);
   EXPECT_TRUE(fails(a));
 
+  // The host's: the result, two planes, three tables of the rule, three of the grid; those of C++:
+  // five elements, their lists, the tables of the method.
   a.elements = transducers(5);
-  std::size_t granted = 0;
-  const auto refused = [&] {
-    const AllocationLimit limit(granted);
-    return fails(a);
-  };
-  while (refused()) ++granted;
-  EXPECT_GE(granted, 9U);  // the result, two planes, three tables of the rule, three of the grid
+  EXPECT_GE(
+      fail_every_allocation(mexFunction, 1, {a.elements, a.grid, a.water, a.ndiv, a.frequency}),
+      19);
+}
 
-  long failures = 0;
-  for (bool reached = true; reached; ++failures) {
-    const bool failed = fails(a, [&](int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
-      struct Armed {
-        bool& reached;
-        FailingAllocation failing;
-        ~Armed() { reached = failing.happened(); }
-      } armed{reached, FailingAllocation(failures)};
-      mexFunction(nlhs, plhs, nrhs, prhs);
-    });
-    ASSERT_EQ(failed, reached) << "allocation " << failures;
-  }
-  EXPECT_GE(failures, 10);  // five elements, their lists, the tables of the method
+// A rule of so many nodes takes minutes; the call ends at the first question after it has begun.
+TEST(Interruption, EndsTheMakingOfTheRule) {
+  int questions = 0;
+  const standalone::RegisteredFunction interrupt("pause(0);",
+                                                 [&](int, mxArray**, int, const mxArray**) {
+                                                   ++questions;
+                                                   mexErrMsgTxt("interrupt");
+                                                 });
+  Arguments a;
+  a.ndiv = Value::scalar(1e6);
+  EXPECT_EQ(a.run().error, "The calculation was cancelled.");
+  EXPECT_EQ(questions, 1);
 }
 
 TEST(Version, IsTheOneOfInterleavedComplexValues) {

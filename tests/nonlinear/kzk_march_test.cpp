@@ -269,6 +269,19 @@ TEST(KzkMarch, WorkersAreNoMoreThanCanBeUsed) {
   }
 }
 
+TEST(KzkMarch, WorkersRunEveryTaskOnce) {
+  for (const int threads : {1, 2, 5}) {
+    kzk::Workers workers(threads);
+    for (int round = 0; round < 3000; ++round) {
+      std::vector<int> runs(static_cast<std::size_t>(round % 17));
+      workers.run(round % 17, [&](int task, int worker) {
+        runs[static_cast<std::size_t>(task)] += 0 <= worker && worker < workers.size() ? 1 : 100;
+      });
+      ASSERT_EQ(runs, std::vector<int>(runs.size(), 1)) << threads << " " << round;
+    }
+  }
+}
+
 TEST(KzkMarch, PulsesAreAttenuatedAtTheFrequencyThatTheyUse) {
   TransientProblem pulse = small_pulse();
   pulse.fluid.f0 = 0;

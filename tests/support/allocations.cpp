@@ -1,5 +1,6 @@
 #include "tests/support/allocations.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
@@ -7,13 +8,24 @@ namespace {
 
 thread_local long made = 0, alive = 0;
 thread_local long until_failure = -1;  // negative: none fails
+std::atomic<long> alive_anywhere{0};
+std::atomic<long> until_failure_anywhere{-1};
+
+bool fails_anywhere() {
+  long left = until_failure_anywhere.load();
+  while (left >= 0 && !until_failure_anywhere.compare_exchange_weak(left, left - 1)) {
+  }
+  return left == 0;
+}
 
 void* allocate(std::size_t size, std::size_t alignment = 16) {
   ++made;
   if (until_failure >= 0 && until_failure-- == 0) throw std::bad_alloc();
+  if (fails_anywhere()) throw std::bad_alloc();
   void* block = std::aligned_alloc(alignment, (size + alignment) / alignment * alignment);
   if (block == nullptr) throw std::bad_alloc();
   ++alive;
+  ++alive_anywhere;
   return block;
 }
 void* allocate(std::size_t size, std::align_val_t alignment) {
@@ -27,7 +39,10 @@ void* allocate_or_null(std::size_t size) noexcept {
   }
 }
 void deallocate(void* block) {
-  if (block != nullptr) --alive;
+  if (block != nullptr) {
+    --alive;
+    --alive_anywhere;
+  }
   std::free(block);
 }
 
@@ -56,9 +71,16 @@ namespace kestrel::test {
 
 long allocations() { return made; }
 long objects_alive() { return alive; }
+long objects_alive_anywhere() { return alive_anywhere; }
 
 FailingAllocation::FailingAllocation(long granted) { until_failure = granted; }
 FailingAllocation::~FailingAllocation() { until_failure = -1; }
 bool FailingAllocation::happened() const { return until_failure < 0; }
+
+FailingAllocationAnywhere::FailingAllocationAnywhere(long granted) {
+  until_failure_anywhere = granted;
+}
+FailingAllocationAnywhere::~FailingAllocationAnywhere() { until_failure_anywhere = -1; }
+bool FailingAllocationAnywhere::happened() const { return until_failure_anywhere < 0; }
 
 }  // namespace kestrel::test

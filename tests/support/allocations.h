@@ -1,12 +1,13 @@
 #pragma once
 
 /// What a program that links allocations.cpp allocates by any form of operator new; all numbers are
-/// those of the calling thread.
+/// those of the calling thread, unless the name says "anywhere".
 
 namespace kestrel::test {
 
 long allocations();
 long objects_alive();
+long objects_alive_anywhere();
 
 /// While it lives, one allocation fails: the one after `granted` others.
 class FailingAllocation {
@@ -15,6 +16,17 @@ class FailingAllocation {
   ~FailingAllocation();
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
+
+  bool happened() const;
+};
+
+/// The same for the allocations of all threads, counted together in the order of their coming.
+class FailingAllocationAnywhere {
+ public:
+  explicit FailingAllocationAnywhere(long granted);
+  ~FailingAllocationAnywhere();
+  FailingAllocationAnywhere(const FailingAllocationAnywhere&) = delete;
+  FailingAllocationAnywhere& operator=(const FailingAllocationAnywhere&) = delete;
 
   bool happened() const;
 };

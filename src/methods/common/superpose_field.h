@@ -7,6 +7,7 @@
 
 #include "methods/common/element_inputs.h"
 #include "methods/common/field_tile.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::detail {
 
@@ -31,7 +32,13 @@ void superpose_fields(const ElementInputs& in, const Methods& methods) {
   for (int t = 1; t < tiles; t += 2) tile_of[t].within_reach = false;
 
   for (const Method& method : methods) {
+    bool interrupted = false;
     const auto flush = [&](FieldTile& tile, int region) {
+      interrupted = interrupted || interruption_asked();
+      if (interrupted) {
+        tile.count = 0;
+        return;
+      }
       method.evaluate(tile, region);
       for (int i = 0; i < tile.count; ++i) {
         in.add_pressure(tile.index[i], {tile.re[i], tile.im[i]});

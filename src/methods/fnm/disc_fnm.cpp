@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "numerics/interruption.h"
+
 namespace kestrel {
 
 namespace {
@@ -89,6 +91,7 @@ struct ApodizedDiscKernel {
   KESTREL_INLINE void operator()(Math) const {
     const DiscPoints<Math, lossy> points(tile, count, disc.propagation);
     for (const auto& radius : disc.radii) {
+      if (interruption_asked()) return;
       for (std::size_t j = 0; j < disc.cosine.size(); ++j) add_term(points, radius, j);
     }
   }

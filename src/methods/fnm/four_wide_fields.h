@@ -12,6 +12,7 @@
 #include "methods/fnm/cap_fnm.h"
 #include "methods/rayleigh/surface_sum.h"
 #include "numerics/four_wide_kernels.h"
+#include "numerics/interruption.h"
 
 namespace kestrel {
 
@@ -54,6 +55,7 @@ struct PointwiseMethod {
   double reach() const { return 0; }  // no wide functions, nothing to reach
   void evaluate(FieldTile& tile, int region) const {
     for (int i = 0; i < tile.count; ++i) {
+      if (interruption_asked()) return;
       const std::complex<double> p =
           static_cast<const Method*>(this)->pressure(tile.x[i], tile.y[i], tile.z[i], region);
       tile.re[i] = p.real();

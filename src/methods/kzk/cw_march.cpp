@@ -5,6 +5,7 @@
 
 #include "methods/kzk/harmonic_beam.h"
 #include "methods/kzk/report.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::kzk {
 
@@ -119,6 +120,7 @@ void march(const CwProblem& problem, const CwPlan& cw, CwResult& result) {
     if (cw.harmonics > 1) share = std::max(share, beam.shock_share());
     last.keep(plane, beam, cw.wanted);
     for (; reader != plan.readers.end() && reader->base + 3 == plane; ++reader) {
+      if (interruption_asked()) throw Refusal{Code::cancelled, "Cancelled."};
       const double z = problem.points[reader->point].z;
       for (std::size_t h = 0; h < cw.wanted.size(); ++h) {
         const int m = cw.wanted[h];

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "numerics/interruption.h"
+
 namespace kestrel::kzk {
 
 namespace {
@@ -151,6 +153,7 @@ Plan make_plan(const Problem& problem, double frequency, std::vector<std::string
                 "fewer points");
   plan.readers.reserve(problem.points.size());
   for (std::size_t i = 0; i < problem.points.size(); ++i) {
+    if (i % 4096 == 0 && interruption_asked()) throw Refusal{Code::cancelled, "Cancelled."};
     const Point& point = problem.points[i];
     if (!beam.reaches(point)) continue;
     const Beam::Reading at = problem.true_depth ? beam.reading(point) : Beam::Reading{point.z, 1.0};

@@ -6,6 +6,7 @@
 
 #include "methods/kzk/report.h"
 #include "methods/kzk/wave_beam.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::kzk {
 
@@ -207,9 +208,11 @@ void march(const TransientProblem& problem, const WavePlan& wave, TransientResul
       throw Refusal{Code::failed, "The nonlinear march blew up; the drive is too strong."};
     while (upcoming != plan.readers.end() && upcoming->base + 3 < plane) ++upcoming;
     if (upcoming != plan.readers.end() && upcoming->base <= plane) planes[plane % 4] = beam.waves();
-    for (; reader != plan.readers.end() && reader->base + 3 == plane; ++reader)
+    for (; reader != plan.readers.end() && reader->base + 3 == plane; ++reader) {
+      if (interruption_asked()) throw Refusal{Code::cancelled, "Cancelled."};
       traces.read(*reader, beam, planes, source_pressure * reader->factor,
                   result.pressure.data() + reader->point * problem.times.size());
+    }
     if (problem.progress && plane > 0 &&
         !problem.progress(static_cast<double>(plane) / (plan.planes.size() - 1)))
       throw Refusal{Code::cancelled, "Cancelled."};

@@ -1,5 +1,7 @@
 #include "methods/rayleigh/rectangle_farfield.h"
 
+#include "numerics/interruption.h"
+
 namespace kestrel {
 
 namespace {
@@ -60,6 +62,7 @@ void RectangleFarfield::evaluate(FieldTile& tile, int) const {
 void RectangleRadiators::evaluate(FieldTile& tile, int) const {
   const double k = -propagation.phase;
   for (int i = 0; i < tile.count; ++i) {
+    if (interruption_asked()) return;
     const double x = tile.x[i], y = tile.y[i], z = tile.z[i];
     const std::complex<double> p =
         prefactor *

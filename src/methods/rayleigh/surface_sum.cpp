@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "numerics/interruption.h"
+
 namespace kestrel {
 
 namespace {
@@ -30,6 +32,7 @@ struct AxisymmetricKernel {
     }
     const int surfaces = surface.surfaces;
     for (std::size_t m = 0; m < surface.circles.size(); m += static_cast<std::size_t>(surfaces)) {
+      if (interruption_asked()) return;
       const SurfaceCircle* circles = surface.circles.data() + m;
       for (int s = 0; s < surfaces; ++s) {
         const SurfaceCircle circle = circles[s];
@@ -75,6 +78,7 @@ struct RectangleSurfaceKernel {
     std::fill_n(tile.re, count, 0.0);
     std::fill_n(tile.im, count, 0.0);
     for (std::size_t m = 0; m < surface.x_node.size(); ++m) {
+      if (interruption_asked()) return;
       for (std::size_t n = 0; n < surface.y_node.size(); ++n) {
         add_term<Math>(surface.x_node[m], surface.y_node[n],
                        surface.x_weight[m] * surface.y_weight[n]);

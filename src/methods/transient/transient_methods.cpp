@@ -8,6 +8,7 @@
 
 #include "excitation/signal_rate.h"
 #include "methods/transient/transient_sums.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::detail {
 
@@ -97,6 +98,7 @@ class FieldBy final : public TransientField {
     for (int pass = 0; pass < passes; ++pass) {
       _sum.start_pass(pass);
       for (int i = 0; i < grid.npoints(); ++i) {
+        if (interruption_asked()) return;
         const CartesianCoordinate p = in.to_local(grid.spatial_index_value(i));
         const Hearing hearing = source.hearing(p.x, p.y, p.z);
         if (hearing == Hearing::skipped) continue;
@@ -215,6 +217,7 @@ int superpose_rayleigh_transient(const ElementInputs& in, double radius) {
       const double r = std::sqrt(p.x * p.x + p.y * p.y);
       std::fill(trace.begin(), trace.end(), 0.0);
       for (int m = 0; m < n; ++m) {
+        if (interruption_asked()) return kSuccess;
         const double source = (m + 0.5) * radial;
         for (int j = 0; j < n; ++j) {
           const double path =
