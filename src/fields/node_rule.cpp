@@ -88,26 +88,41 @@ struct Greatest {
   }
 
  private:
+  /// Calls take(t) for distances t from an edge, from `nearest` to `farthest`: the error vanishes
+  /// on the edge itself and is greatest somewhere close to it.
+  template <class Take>
+  static void distances(double nearest, double farthest, double least, const Take& take) {
+    take(nearest);
+    for (double t = std::max(2 * nearest, least); t < farthest; t *= 3) take(t);
+    if (farthest > 1.3 * nearest) take(farthest);
+  }
+
   /// The edges of half length a along `along`, at +-b across.
   Answer edges(double a, double b, const Range& along, const Range& across) const {
     const double height = std::max(0.0, box.z.least);
     const double near = std::min(across.distance(b), across.distance(-b));
-    double far = b + across.least_magnitude();
-    if (far < 1.3 * near) far = near;
+    const double far = b + across.greatest_magnitude();
     const double farthest = along.greatest_magnitude(), nearest = along.least_magnitude();
-    const auto edge = [&](double x, double distance) {
+    Answer answer{};
+    const auto include = [&](double x, double distance) {
       // Inside, the integral is split at the point's projection.
-      return x >= a ? judge(StraightEdge{x, a, distance, height})
-                    : judge(StraightEdge{(a + x) / 2, (a + x) / 2, distance, height});
+      answer = std::max(answer,
+                        x >= a ? judge(StraightEdge{x, a, distance, height})
+                               : judge(StraightEdge{(a + x) / 2, (a + x) / 2, distance, height}));
     };
-    const auto both = [&](double x) {
-      return far > near ? std::max(edge(x, near), edge(x, far)) : edge(x, near);
-    };
-    Answer answer = both(farthest);
-    if (farthest - nearest > 0.05 * (a + nearest)) {
-      answer = std::max(answer, both(nearest));
+    const auto include_places = [&](double distance) {
+      include(farthest, distance);
+      if (farthest - nearest <= 0.05 * (a + nearest)) return;
+      include(nearest, distance);
       // The end of the edge, where the integral over the whole of it begins.
-      if (nearest < a && farthest > a) answer = std::max(answer, edge(a, near));
+      if (nearest < a && farthest > a) include(a, distance);
+    };
+    if (across.least == across.greatest) {
+      include_places(near);
+      const double other = b + across.least_magnitude();
+      if (other > 1.3 * near) include_places(other);
+    } else {
+      distances(near, far, std::max(height, 1e-3 * a), include_places);
     }
     return answer;
   }
@@ -117,31 +132,55 @@ struct Greatest {
             std::hypot(box.x.greatest_magnitude(), box.y.greatest_magnitude())};
   }
 
+  /// Calls take(r) for distances r from the axis: the greatest and those about the rim.
+  template <class Take>
+  static void radii_about(double a, const Range& radius, double height, const Take& take) {
+    take(radius.greatest);
+    if (radius.least == radius.greatest) return;
+    const double nearest = radius.distance(a);
+    if (nearest > 0) {
+      if (radius.greatest < a) return;
+      take(radius.least);
+      return;
+    }
+    for (double t = std::max(height, 1e-3 * a); t < std::max(a, radius.greatest - a); t *= 3) {
+      for (const double r : {a - t, a + t}) {
+        if (r >= radius.least && r <= radius.greatest) take(r);
+      }
+    }
+  }
+
   Answer disc(double a) const {
     if (box.z.greatest < 0) return {};
-    const Range radius = radii();
     const double height = std::max(0.0, box.z.least);
-    const double nearest = std::clamp(a, radius.least, radius.greatest);
-    Answer answer = judge(DiscRim{a, radius.greatest, height});
-    if (nearest < radius.greatest) answer = std::max(answer, judge(DiscRim{a, nearest, height}));
+    Answer answer{};
+    radii_about(a, radii(), height, [&](double r) {
+      answer = std::max(answer, judge(DiscRim{a, r, height}));
+    });
     return answer;
   }
 
   Answer cap(double a, double curvature) const {
     const double depth = curvature - std::sqrt(curvature * curvature - a * a);
     const Range radius = radii();
-    // Nearest to the rim, to the edges of the shadow in which it lies, and most oblique.
-    const double heights[] = {std::clamp(depth, box.z.least, box.z.greatest),
-                              std::clamp(curvature, box.z.least, box.z.greatest)};
-    const double nearest = std::clamp(a, radius.least, radius.greatest);
     Answer answer{};
     const auto include = [&](double r, double z) {
       answer = std::max(answer, judge(CapRim{a, curvature, r, z - curvature}));
     };
-    for (const double z : heights) {
-      include(radius.greatest, z);
-      if (nearest < radius.greatest) include(nearest, z);
-      if (heights[1] == heights[0]) break;
+    const auto include_height = [&](double z) {
+      if (z < box.z.least || z > box.z.greatest) return;
+      radii_about(a, radius, std::abs(z - depth), [&](double r) { include(r, z); });
+    };
+    // Nearest to the rim, and nearest to the centre on either side of it.
+    const double z = std::clamp(depth, box.z.least, box.z.greatest);
+    include_height(z);
+    if (box.z.least < box.z.greatest) {
+      if (z != box.z.least) include_height(box.z.least);
+      if (z != box.z.greatest) include_height(box.z.greatest);
+      for (const double step : {-1e-3, 1e-3}) include_height(curvature + step * a);
+      if (depth > box.z.least && depth < box.z.greatest) {
+        for (const double step : {-1e-2, 1e-2}) include_height(depth + step * a);
+      }
     }
     shadow_edge(a, curvature, depth, radius, include);
     return answer;
