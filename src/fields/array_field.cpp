@@ -236,6 +236,27 @@ std::size_t error_samples(const std::vector<Element>& elements, double cost) {
   return static_cast<std::size_t>(std::clamp(affordable, 16.0, 1000.0));
 }
 
+/// Adds the job's pressures; returns the bytes of working memory.
+double add_in_order(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
+                    NodeRange& used) {
+  add_direct_field(runner, job, result, used);
+  return direct_memory(job, runner.threads());
+}
+
+/// The same, the points of a list taken in an order in which those of a tile lie close together,
+/// so that few of them want many nodes of the others.
+double add_by_place(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
+                    NodeRange& used) {
+  const std::vector<std::size_t> order = neighbours_order(job.points);
+  const ChosenPoints points(job.points, order);
+  std::vector<std::complex<double>> field(order.size());
+  const DirectJob ordered{job.elements, points, job.medium, job.method, job.rule};
+  add_direct_field(runner, ordered, field.data(), used);
+  for (std::size_t i = 0; i < order.size(); ++i) result[order[i]] += field[i];
+  constexpr double kPerPoint = sizeof(std::complex<double>) + 3 * sizeof(std::size_t);
+  return direct_memory(ordered, runner.threads()) + kPerPoint * static_cast<double>(order.size());
+}
+
 /// The settings' instruction set, if there is one, for the life of a scope.
 class ChosenInstructionSet {
  public:
@@ -331,11 +352,13 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
     report.memory = std::max(report.memory, group.memory);
   }
   if (!work.direct.empty()) {
-    const DirectJob job{work.direct, points, medium, method, *rule};
     runner.begin_stage(work.direct_cost / work.cost);
-    add_direct_field(runner, job, result, used);
+    const bool in_order = grid.regular() || !settings.tolerance;
+    const double memory =
+        in_order ? add_in_order(runner, {work.direct, points, medium, method, *rule}, result, used)
+                 : add_by_place(runner, {work.direct, points, medium, method, *rule}, result, used);
     report.direct_elements = work.direct.size();
-    report.memory = std::max(report.memory, direct_memory(job, runner.threads()));
+    report.memory = std::max(report.memory, memory);
   }
   report.least_nodes = used.least;
   report.greatest_nodes = used.greatest;

@@ -12,6 +12,8 @@ class NodeRule {
  public:
   virtual ~NodeRule() = default;
   virtual int nodes(const Element& element, const Box& tile) const = 0;
+  /// Whether parts of a tile may get other numbers.
+  virtual bool depends_on_place() const { return false; }
 };
 
 /// The same number for all.
@@ -35,6 +37,7 @@ class ToleranceNodes : public NodeRule {
  public:
   ToleranceNodes(const Medium& medium, double tolerance);
   int nodes(const Element& element, const Box& tile) const override;
+  bool depends_on_place() const override { return true; }
 
  private:
   Wave _wave;

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <complex>
+#include <span>
+#include <vector>
+
+#include "fields/direct_field.h"
+
+namespace kestrel::fields {
+
+/// The field at a sample of a grid's points with far more nodes than a job uses, to judge the job
+/// by: how large its error and the field's peak are.
+///
+/// Points come in clusters of neighbours, which are computed as cheaply as a tile. Half of the
+/// clusters are drawn at random. The other half are those where the nearest elements' quadrature is
+/// worst, among random ones and, on a regular grid, the points next to the edges of some elements.
+class ErrorSample {
+ public:
+  /// `clusters`: how many at most. `nodes`: for which the quadrature is judged. `job.rule` gives
+  /// the nodes of the converged field, whose values are divided by `factor`.
+  ErrorSample(TileRunner& runner, const DirectJob& job, const CoordinateGrid& grid,
+              std::size_t clusters, int nodes, std::complex<double> factor);
+
+  /// Adds clusters uphill from where the sample's field is largest.
+  void climb_to_peak(int rounds);
+  /// The largest magnitude in the sample.
+  double peak() const;
+
+  /// The largest difference from the field with another number of nodes.
+  double error(const NodeRule& rule) const;
+  /// The largest difference from a computed field. Then goes uphill from the worst points.
+  double error(const std::complex<double>* field, int rounds);
+
+ private:
+  using Cluster = std::vector<std::size_t>;
+
+  std::vector<Cluster> choose(std::size_t clusters, int nodes) const;
+  Cluster cluster_at(std::size_t point) const;
+  /// Clusters in all directions of a regular grid, so many points away.
+  std::vector<Cluster> around(std::size_t point, double distance) const;
+  std::size_t nearest_point(const CartesianCoordinate& place) const;
+  double hardness(std::size_t point, int nodes) const;
+  void add_edge_points(std::vector<std::size_t>& candidates) const;
+  std::vector<std::complex<double>> compute(const std::vector<Cluster>& clusters,
+                                            const NodeRule& rule) const;
+  void add(const std::vector<Cluster>& clusters);
+
+  TileRunner& _runner;
+  DirectJob _job;
+  const CoordinateGrid& _grid;
+  std::complex<double> _factor;
+  std::vector<Cluster> _clusters;
+  std::vector<std::complex<double>> _reference;  ///< of the clusters' points, in their order
+};
+
+}  // namespace kestrel::fields
