@@ -91,8 +91,8 @@ std::vector<ErrorSample::Cluster> ErrorSample::choose(std::size_t clusters, int 
     const std::vector<std::size_t> order = neighbours_order(_job.points);
     for (std::size_t i = 0; i < size; i += kClusterSize) {
       const auto first = order.begin() + static_cast<std::ptrdiff_t>(i);
-      chosen.emplace_back(first, first + static_cast<std::ptrdiff_t>(
-                                             std::min(kClusterSize, size - i)));
+      chosen.emplace_back(first,
+                          first + static_cast<std::ptrdiff_t>(std::min(kClusterSize, size - i)));
     }
     return chosen;
   }
@@ -191,9 +191,8 @@ std::vector<std::complex<double>> ErrorSample::compute(const std::vector<Cluster
   std::vector<std::complex<double>> field(count);
   _runner.run(clusters.size(), [&](std::size_t i) {
     const ChosenPoints points(_job.points, clusters[i]);
-    compute_direct_here(
-        {_job.elements, points, _job.medium, _job.method, rule, clusters[i].size()},
-        field.data() + first[i]);
+    compute_direct_here({_job.elements, points, _job.medium, _job.method, rule, clusters[i].size()},
+                        field.data() + first[i]);
   });
   return field;
 }
@@ -206,11 +205,13 @@ std::vector<ErrorSample::Cluster> ErrorSample::around(std::size_t point, double 
   const std::ptrdiff_t place[] = {at % row, at / row % count[1], at / plane};
   for (int axis = 0; axis < 3; ++axis) {
     for (const int sign : {-1, 1}) {
-      const auto step = sign * static_cast<std::ptrdiff_t>(std::max(
-                                   axis == 0 ? 4.0 : 1.0, distance * static_cast<double>(count[axis])));
+      const auto step =
+          sign * static_cast<std::ptrdiff_t>(
+                     std::max(axis == 0 ? 4.0 : 1.0, distance * static_cast<double>(count[axis])));
       const std::ptrdiff_t to = std::clamp<std::ptrdiff_t>(place[axis] + step, 0, count[axis] - 1);
       if (to == place[axis]) continue;
-      clusters.push_back(cluster_at(static_cast<std::size_t>(at + (to - place[axis]) * stride[axis])));
+      clusters.push_back(
+          cluster_at(static_cast<std::size_t>(at + (to - place[axis]) * stride[axis])));
     }
   }
   return clusters;
