@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <random>
+#include <utility>
 
 #include "fields/pointwise_field.h"
 
@@ -55,6 +57,42 @@ std::vector<CartesianCoordinate> edge_places(const Geometry& geometry, std::mt19
   return places;
 }
 
+/// Distance of a point from an element's edge or rim.
+double edge_distance(const Element& element, const CartesianCoordinate& point) {
+  Element turned;
+  turned.geometry = Circle{1};
+  turned.euler = element.euler;
+  const auto transducer = make_transducer(turned);
+  transducer->InitializeRotationMatrix();
+  const CartesianCoordinate p = transducer->rotateTranslate(
+      {point.x - element.center.x, point.y - element.center.y, point.z - element.center.z});
+  struct Distance {
+    const CartesianCoordinate& p;
+    double rim(double radius, double depth = 0) const {
+      return std::hypot(std::hypot(p.x, p.y) - radius, p.z - depth);
+    }
+    double cap(double radius, double curvature) const {
+      return rim(radius, curvature - std::sqrt(curvature * curvature - radius * radius));
+    }
+    double operator()(const Rectangle& g) const {
+      const double x = std::abs(p.x) - g.width / 2, y = std::abs(p.y) - g.height / 2;
+      const double across =
+          x < 0 && y < 0 ? std::max(x, y) : std::hypot(std::max(x, 0.0), std::max(y, 0.0));
+      return std::hypot(across, p.z);
+    }
+    double operator()(const Circle& g) const { return rim(g.radius); }
+    double operator()(const Ring& g) const {
+      return std::min(rim(g.inner_radius), rim(g.outer_radius));
+    }
+    double operator()(const Shell& g) const { return cap(g.radius, g.rad_curvature); }
+    double operator()(const ShellRing& g) const {
+      return std::min(cap(g.inner_radius, g.geometric_focus),
+                      cap(g.outer_radius, g.geometric_focus));
+    }
+  };
+  return std::visit(Distance{p}, element.geometry);
+}
+
 /// From an element's frame to the grid's.
 CartesianCoordinate out_of_frame(const Element& element, const CartesianCoordinate& place) {
   Element turned;
@@ -75,6 +113,7 @@ CartesianCoordinate out_of_frame(const Element& element, const CartesianCoordina
 ErrorSample::ErrorSample(TileRunner& runner, const DirectJob& job, const CoordinateGrid& grid,
                          std::size_t clusters, int nodes, std::complex<double> factor)
     : _runner(runner), _job(job), _grid(grid), _factor(factor) {
+  for (const Element& element : job.elements) _extents.push_back(extent(element.geometry));
   add(choose(clusters, nodes));
 }
 
@@ -87,12 +126,14 @@ void ErrorSample::add(const std::vector<Cluster>& clusters) {
 std::vector<ErrorSample::Cluster> ErrorSample::choose(std::size_t clusters, int nodes) const {
   const std::size_t size = _job.points.size();
   std::vector<Cluster> chosen;
-  if (size <= clusters * kClusterSize) {
+  if (size <= clusters * cluster_size()) {
     const std::vector<std::size_t> order = neighbours_order(_job.points);
-    for (std::size_t i = 0; i < size; i += kClusterSize) {
-      const auto first = order.begin() + static_cast<std::ptrdiff_t>(i);
-      chosen.emplace_back(first,
-                          first + static_cast<std::ptrdiff_t>(std::min(kClusterSize, size - i)));
+    for (std::size_t i = 0; i < size; i += cluster_size()) {
+      Cluster cluster;
+      for (std::size_t j = i; j < i + cluster_size(); ++j) {
+        cluster.push_back(order[std::min(j, size - 1)]);
+      }
+      chosen.push_back(cluster);
     }
     return chosen;
   }
@@ -104,6 +145,7 @@ std::vector<ErrorSample::Cluster> ErrorSample::choose(std::size_t clusters, int 
   for (std::size_t i = 0; i < at_random; ++i) chosen.push_back(cluster_at(candidates[i]));
   candidates.erase(candidates.begin(), candidates.begin() + static_cast<std::ptrdiff_t>(at_random));
   add_edge_points(candidates);
+  add_nearest_to_edges(candidates, 4 * clusters);
   std::vector<std::pair<double, std::size_t>> ranked;
   for (const std::size_t point : candidates) ranked.push_back({-hardness(point, nodes), point});
   std::sort(ranked.begin(), ranked.end());
@@ -114,13 +156,18 @@ std::vector<ErrorSample::Cluster> ErrorSample::choose(std::size_t clusters, int 
   return chosen;
 }
 
+std::size_t ErrorSample::cluster_size() const {
+  return _grid.regular() ? std::min(kClusterSize, _job.points.size()) : 1;
+}
+
 ErrorSample::Cluster ErrorSample::cluster_at(std::size_t point) const {
   if (!_grid.regular()) return {point};
   const auto row = static_cast<std::size_t>(_grid.nx());
-  std::size_t first = point, count = std::min(kClusterSize, _job.points.size());
-  if (row >= kClusterSize) {
+  const std::size_t count = cluster_size();
+  std::size_t first = point;
+  if (row >= count) {
     const std::size_t place = point % row;
-    first = point - place + std::min(place - std::min<std::size_t>(place, 3), row - kClusterSize);
+    first = point - place + std::min(place - std::min<std::size_t>(place, 3), row - count);
   } else {
     first = std::min(first, _job.points.size() - count);
   }
@@ -153,47 +200,64 @@ void ErrorSample::add_edge_points(std::vector<std::size_t>& candidates) const {
   }
 }
 
+void ErrorSample::add_nearest_to_edges(std::vector<std::size_t>& candidates,
+                                       std::size_t count) const {
+  constexpr std::size_t kPairs = 1000000;
+  const std::size_t most = std::max<std::size_t>(count, kPairs / _job.elements.size());
+  std::vector<std::pair<double, std::size_t>> ranked;
+  for (const std::size_t point : draw_points(_job.points.size(), most)) {
+    const Element& nearest = _job.elements[nearest_elements(_job.points[point])[0]];
+    ranked.push_back({edge_distance(nearest, _job.points[point]), point});
+  }
+  const auto last = ranked.begin() + static_cast<std::ptrdiff_t>(std::min(count, ranked.size()));
+  std::partial_sort(ranked.begin(), last, ranked.end());
+  for (auto it = ranked.begin(); it != last; ++it) candidates.push_back(it->second);
+}
+
+std::array<std::size_t, 2> ErrorSample::nearest_elements(const CartesianCoordinate& point) const {
+  std::array<double, 2> distances;
+  distances.fill(std::numeric_limits<double>::infinity());
+  std::array<std::size_t, 2> nearest{};
+  for (std::size_t e = 0; e < _job.elements.size(); ++e) {
+    const double distance = _job.elements[e].center.calculate_distance(point) - _extents[e];
+    if (distance < distances[0]) {
+      distances = {distance, distances[0]};
+      nearest = {e, nearest[0]};
+    } else if (distance < distances[1]) {
+      distances[1] = distance;
+      nearest[1] = e;
+    }
+  }
+  return nearest;
+}
+
 /// The errors of the two nearest elements and of one more.
 double ErrorSample::hardness(std::size_t index, int nodes) const {
   const CartesianCoordinate point = _job.points[index];
-  std::array<std::pair<double, std::size_t>, 2> nearest{};
-  nearest.fill({std::numeric_limits<double>::infinity(), 0});
-  for (std::size_t e = 0; e < _job.elements.size(); ++e) {
-    const Element& element = _job.elements[e];
-    const double distance = element.center.calculate_distance(point) - extent(element.geometry);
-    if (distance < nearest[0].first) {
-      nearest[1] = nearest[0];
-      nearest[0] = {distance, e};
-    } else if (distance < nearest[1].first) {
-      nearest[1] = {distance, e};
-    }
-  }
+  const std::array<std::size_t, 2> nearest = nearest_elements(point);
   double sum = 0;
   const auto include = [&](std::size_t e) {
     const Element& element = _job.elements[e];
     sum += std::abs(element.amplitude) * error_at(element, _job.medium, point, nodes);
   };
-  for (const auto& [distance, e] : nearest) {
-    if (std::isfinite(distance)) include(e);
-  }
+  include(nearest[0]);
+  if (_job.elements.size() > 1) include(nearest[1]);
   if (_job.elements.size() > 2) include(index % _job.elements.size());
   return std::isfinite(sum) ? sum : 0;
 }
 
 std::vector<std::complex<double>> ErrorSample::compute(const std::vector<Cluster>& clusters,
                                                        const NodeRule& rule) const {
-  std::vector<std::size_t> first(clusters.size());
-  std::size_t count = 0;
-  for (std::size_t i = 0; i < clusters.size(); ++i) {
-    first[i] = count;
-    count += clusters[i].size();
-  }
-  std::vector<std::complex<double>> field(count);
-  _runner.run(clusters.size(), [&](std::size_t i) {
-    const ChosenPoints points(_job.points, clusters[i]);
-    compute_direct_here({_job.elements, points, _job.medium, _job.method, rule, clusters[i].size()},
-                        field.data() + first[i]);
-  });
+  if (clusters.empty()) return {};
+  std::vector<std::size_t> chosen;
+  for (const Cluster& cluster : clusters)
+    chosen.insert(chosen.end(), cluster.begin(), cluster.end());
+  std::vector<std::complex<double>> field(chosen.size());
+  const ChosenPoints points(_job.points, chosen);
+  NodeRange unused;
+  add_direct_field(_runner,
+                   {_job.elements, points, _job.medium, _job.method, rule, clusters.front().size()},
+                   field.data(), unused);
   return field;
 }
 
@@ -252,27 +316,43 @@ double ErrorSample::error(const NodeRule& rule) const {
 }
 
 double ErrorSample::error(const std::complex<double>* field, int rounds) {
-  double largest = -1;
-  std::size_t worst = 0, seen = 0, place = 0;
+  constexpr std::size_t kStarts = 2;
+  struct Seen {
+    double error;
+    std::size_t worst;  ///< point
+    bool explored;
+  };
+  std::vector<Seen> seen;
+  std::size_t place = 0;
   const auto look = [&] {
-    for (; seen < _clusters.size(); ++seen) {
-      for (const std::size_t point : _clusters[seen]) {
+    while (seen.size() < _clusters.size()) {
+      Seen cluster{-1, 0, false};
+      for (const std::size_t point : _clusters[seen.size()]) {
         const double difference = std::abs(field[point] - _reference[place++]);
-        if (difference > largest) {
-          largest = difference;
-          worst = point;
-        }
+        if (difference > cluster.error) cluster = {difference, point, false};
       }
+      seen.push_back(cluster);
     }
   };
   look();
-  if (!_grid.regular() || largest <= 0) return std::max(largest, 0.0);
-  for (int round = 0; round < rounds; ++round) {
-    const std::size_t from = worst;
-    add(around(worst, 0));
+  for (int round = 0; round < rounds && _grid.regular(); ++round) {
+    std::vector<Seen*> order;
+    for (Seen& cluster : seen) order.push_back(&cluster);
+    const std::size_t starts = std::min(kStarts, order.size());
+    std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(starts),
+                      order.end(),
+                      [](const Seen* a, const Seen* b) { return a->error > b->error; });
+    std::vector<Cluster> next;
+    for (std::size_t i = 0; i < starts; ++i) {
+      if (std::exchange(order[i]->explored, true) || !(order[i]->error > 0)) continue;
+      for (Cluster& cluster : around(order[i]->worst, 0)) next.push_back(std::move(cluster));
+    }
+    if (next.empty()) break;
+    add(next);
     look();
-    if (worst == from) break;
   }
+  double largest = 0;
+  for (const Seen& cluster : seen) largest = std::max(largest, cluster.error);
   return largest;
 }
 

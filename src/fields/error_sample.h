@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <complex>
 #include <span>
 #include <vector>
@@ -13,7 +14,8 @@ namespace kestrel::fields {
 ///
 /// Points come in clusters of neighbours, which are computed as cheaply as a tile. Half of the
 /// clusters are drawn at random. The other half are those where the nearest elements' quadrature is
-/// worst, among random ones and, on a regular grid, the points next to the edges of some elements.
+/// worst, among random ones, those next to an edge and, on a regular grid, the points nearest to
+/// places on the edges of some elements.
 class ErrorSample {
  public:
   /// `clusters`: how many at most. `nodes`: for which the quadrature is judged. `job.rule` gives
@@ -28,19 +30,23 @@ class ErrorSample {
 
   /// The largest difference from the field with another number of nodes.
   double error(const NodeRule& rule) const;
-  /// The largest difference from a computed field. Then goes uphill from the worst points.
+  /// The largest difference from a computed field. Goes uphill from the worst points of a regular
+  /// grid for so many rounds.
   double error(const std::complex<double>* field, int rounds);
 
  private:
   using Cluster = std::vector<std::size_t>;
 
   std::vector<Cluster> choose(std::size_t clusters, int nodes) const;
+  std::size_t cluster_size() const;
   Cluster cluster_at(std::size_t point) const;
   /// Clusters in all directions of a regular grid, so many points away.
   std::vector<Cluster> around(std::size_t point, double distance) const;
   std::size_t nearest_point(const CartesianCoordinate& place) const;
+  std::array<std::size_t, 2> nearest_elements(const CartesianCoordinate& point) const;
   double hardness(std::size_t point, int nodes) const;
   void add_edge_points(std::vector<std::size_t>& candidates) const;
+  void add_nearest_to_edges(std::vector<std::size_t>& candidates, std::size_t count) const;
   std::vector<std::complex<double>> compute(const std::vector<Cluster>& clusters,
                                             const NodeRule& rule) const;
   void add(const std::vector<Cluster>& clusters);
@@ -49,6 +55,7 @@ class ErrorSample {
   DirectJob _job;
   const CoordinateGrid& _grid;
   std::complex<double> _factor;
+  std::vector<double> _extents;  ///< by element
   std::vector<Cluster> _clusters;
   std::vector<std::complex<double>> _reference;  ///< of the clusters' points, in their order
 };
