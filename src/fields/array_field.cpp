@@ -179,16 +179,16 @@ double together(const std::vector<Element>& elements, const Medium& medium) {
   return medium._rho_density * medium._soundspeed * amplitudes;
 }
 
-/// What a cluster of a sample costs for an element, in nanoseconds.
-constexpr double kClusterCost = 6000;
+/// What a cluster of a sample costs for an element, in nanoseconds; of a list, it is one point.
+double cluster_cost(const CoordinateGrid& grid) { return grid.regular() ? 4000 : 2000; }
 
 /// Clusters that a share of the work pays for.
-std::size_t affordable_clusters(std::size_t elements, double work_cost, double share,
-                                double least) {
+std::size_t affordable_clusters(const CoordinateGrid& grid, std::size_t elements, double work_cost,
+                                double share, double least) {
   constexpr double kLeastCost = 2e6, kMost = 100;
   const double affordable =
       std::max(share * work_cost, kLeastCost) /
-      (kClusterCost * static_cast<double>(std::max<std::size_t>(elements, 1)));
+      (cluster_cost(grid) * static_cast<double>(std::max<std::size_t>(elements, 1)));
   return static_cast<std::size_t>(std::clamp(affordable, least, kMost));
 }
 
@@ -350,13 +350,13 @@ void compute_to_tolerance(TileRunner& runner, const std::vector<Element>& elemen
   const ToleranceNodes converged(medium, std::max(1e-13, 1e-5 * tolerance));
   // The cost as if each element were allowed the whole tolerance.
   const Work work = plan_work(elements, grid, settings, ToleranceNodes(medium, tolerance));
-  const std::size_t clusters = affordable_clusters(elements.size(), work.cost, 0.01, 6);
+  const std::size_t clusters = affordable_clusters(grid, elements.size(), work.cost, 0.01, 6);
   ErrorSample sample(runner, {elements, points, medium, *settings.method, converged}, grid,
                      clusters, kJudged, 1.0);
   sample.climb_to_peak(kClimb);
-  const double trial_cost = kClusterCost * static_cast<double>(elements.size() * clusters);
+  const double trial_cost = cluster_cost(grid) * static_cast<double>(elements.size() * clusters);
   double each = element_tolerance(sample, elements, medium, tolerance,
-                                  trial_cost < std::max(2e6, 0.02 * work.cost));
+                                  trial_cost < std::max(4e6, 0.02 * work.cost));
   double previous = std::numeric_limits<double>::infinity();
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const ToleranceNodes rule(medium, each);
@@ -366,7 +366,7 @@ void compute_to_tolerance(TileRunner& runner, const std::vector<Element>& elemen
     runner.begin_stage(0);
     report.error_estimate =
         estimate_error(runner, job, grid, report.greatest_nodes,
-                       affordable_clusters(elements.size(), work.cost, 0.03, 3), result);
+                       affordable_clusters(grid, elements.size(), work.cost, 0.03, 3), result);
     if (!(report.error_estimate > tolerance) || report.error_estimate > 0.5 * previous) break;
     previous = report.error_estimate;
     each = std::max(1e-14, each * std::clamp(0.2 * tolerance / previous, 1e-4, 0.2));
@@ -431,7 +431,7 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
     compute_work(runner, work, {elements, points, medium, method, rule}, grid, 1, result, report);
     if (settings.estimate_error) {
       runner.begin_stage(0);
-      const std::size_t clusters = affordable_clusters(elements.size(), work.cost, 0.03, 3);
+      const std::size_t clusters = affordable_clusters(grid, elements.size(), work.cost, 0.03, 3);
       report.error_estimate = estimate_error(runner, {elements, points, medium, method, rule}, grid,
                                              settings.nodes, clusters, result);
     }

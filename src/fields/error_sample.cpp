@@ -21,13 +21,17 @@ std::vector<CartesianCoordinate> edge_places(const Geometry& geometry, std::mt19
   const auto fraction = [&] { return static_cast<double>(random() % 1024) / 1024; };
   std::vector<CartesianCoordinate> places;
   const auto rim = [&](double radius, double depth) {
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 6; ++i) {
       const double angle = 2 * std::numbers::pi * fraction();
       places.push_back({radius * std::cos(angle), radius * std::sin(angle), depth});
     }
   };
+  // A cap's rim, the edge of its shadow outside of the sphere, and the plane of its centre.
   const auto cap_rim = [&](double radius, double curvature) {
-    rim(radius, curvature - std::sqrt(curvature * curvature - radius * radius));
+    const double h = std::sqrt(curvature * curvature - radius * radius);
+    rim(radius, curvature - h);
+    for (const double beyond : {1.1, 1.4, 2.0}) rim(beyond * radius, curvature - beyond * h);
+    for (const double inside : {0.3, 0.7}) rim(inside * radius, curvature);
   };
   struct Add {
     const decltype(rim)& disc_rim;
@@ -71,8 +75,15 @@ double edge_distance(const Element& element, const CartesianCoordinate& point) {
     double rim(double radius, double depth = 0) const {
       return std::hypot(std::hypot(p.x, p.y) - radius, p.z - depth);
     }
+    /// Likewise from the edge of a cap's shadow and, for a hemisphere, from the plane of its
+    /// centre.
     double cap(double radius, double curvature) const {
-      return rim(radius, curvature - std::sqrt(curvature * curvature - radius * radius));
+      const double h = std::sqrt(curvature * curvature - radius * radius);
+      const double r = std::hypot(p.x, p.y) - radius, z = p.z - (curvature - h);
+      const double along = (r * radius - z * h) / curvature;
+      const double beside = (r * h + z * radius) / curvature;
+      const double from_shadow = along > 0 ? std::abs(beside) : std::hypot(r, z);
+      return std::min(from_shadow, std::hypot(p.z - curvature, h));
     }
     double operator()(const Rectangle& g) const {
       const double x = std::abs(p.x) - g.width / 2, y = std::abs(p.y) - g.height / 2;

@@ -16,10 +16,10 @@ constexpr int kLeast = 1, kMost = 4000;
 /// Next to a pole of a cap's rim, where the field may jump.
 constexpr int kMostAtPole = 1000;
 
-/// The next number of few: an eighth apart at most.
+/// The next number of not too many: a sixteenth apart at most above 64.
 int few(int n) {
   int step = 1;
-  while (n > 16 * step) step *= 2;
+  while (n > 64 && n > 32 * step) step *= 2;
   return (n + step - 1) / step * step;
 }
 

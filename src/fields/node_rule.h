@@ -31,8 +31,8 @@ class FixedNodes : public NodeRule {
 /// integrals along edges and rims.
 ///
 /// Far from an element near its axis few nodes do; obliquely it is the familiar two nodes a
-/// wavelength of the side and a few more. Next to an edge many are needed. Numbers above 16 are
-/// rounded up by at most an eighth, so that there are few different rules to find.
+/// wavelength of the side and a few more. Next to an edge many are needed. Numbers above 64 are
+/// rounded up by at most a sixteenth, so that there are not too many different rules to find.
 class ToleranceNodes : public NodeRule {
  public:
   ToleranceNodes(const Medium& medium, double tolerance);
