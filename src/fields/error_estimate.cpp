@@ -14,6 +14,9 @@ namespace {
 /// Accuracy of the converged field, relative to rho c of an element.
 constexpr double kConverged = 1e-11;
 
+/// How much worse the points between those of the sample may be.
+constexpr double kUnseen = 1.5;
+
 /// p_fnm = (1 - j alpha/k) p_Rayleigh.
 std::complex<double> loss_factor(const Medium& medium) {
   const double alpha =
@@ -42,7 +45,8 @@ double estimate_error(TileRunner& runner, const DirectJob& job, const Coordinate
                       itself ? static_cast<const NodeRule&>(more) : converged},
                      grid, clusters, nodes, factor);
   const int rounds = std::clamp(static_cast<int>(clusters / 5), 0, 6);
-  return sample.error(field, rounds) / peak;
+  const double unseen = sample.complete() ? 1 : kUnseen;
+  return unseen * sample.error(field, rounds) / peak;
 }
 
 }  // namespace kestrel::fields

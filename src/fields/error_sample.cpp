@@ -6,6 +6,7 @@
 #include <limits>
 #include <numbers>
 #include <random>
+#include <set>
 #include <utility>
 
 #include "fields/pointwise_field.h"
@@ -61,70 +62,66 @@ std::vector<CartesianCoordinate> edge_places(const Geometry& geometry, std::mt19
   return places;
 }
 
-/// Distance of a point from an element's edge or rim.
-double edge_distance(const Element& element, const CartesianCoordinate& point) {
-  Element turned;
-  turned.geometry = Circle{1};
-  turned.euler = element.euler;
-  const auto transducer = make_transducer(turned);
-  transducer->InitializeRotationMatrix();
-  const CartesianCoordinate p = transducer->rotateTranslate(
-      {point.x - element.center.x, point.y - element.center.y, point.z - element.center.z});
-  struct Distance {
-    const CartesianCoordinate& p;
-    double rim(double radius, double depth = 0) const {
-      return std::hypot(std::hypot(p.x, p.y) - radius, p.z - depth);
-    }
-    /// Likewise from the edge of a cap's shadow and, for a hemisphere, from the plane of its
-    /// centre.
-    double cap(double radius, double curvature) const {
-      const double h = std::sqrt(curvature * curvature - radius * radius);
-      const double r = std::hypot(p.x, p.y) - radius, z = p.z - (curvature - h);
-      const double along = (r * radius - z * h) / curvature;
-      const double beside = (r * h + z * radius) / curvature;
-      const double from_shadow = along > 0 ? std::abs(beside) : std::hypot(r, z);
-      return std::min(from_shadow, std::hypot(p.z - curvature, h));
-    }
-    double operator()(const Rectangle& g) const {
-      const double x = std::abs(p.x) - g.width / 2, y = std::abs(p.y) - g.height / 2;
-      const double across =
-          x < 0 && y < 0 ? std::max(x, y) : std::hypot(std::max(x, 0.0), std::max(y, 0.0));
-      return std::hypot(across, p.z);
-    }
-    double operator()(const Circle& g) const { return rim(g.radius); }
-    double operator()(const Ring& g) const {
-      return std::min(rim(g.inner_radius), rim(g.outer_radius));
-    }
-    double operator()(const Shell& g) const { return cap(g.radius, g.rad_curvature); }
-    double operator()(const ShellRing& g) const {
-      return std::min(cap(g.inner_radius, g.geometric_focus),
-                      cap(g.outer_radius, g.geometric_focus));
-    }
-  };
-  return std::visit(Distance{p}, element.geometry);
-}
+/// Distance of a point of an element's frame from its edge or rim; for a cap also from the edge of
+/// its shadow outside of the sphere and, for a hemisphere, from the plane of its centre.
+struct EdgeDistance {
+  CartesianCoordinate p;
+  double r = std::sqrt(p.x * p.x + p.y * p.y);
 
-/// From an element's frame to the grid's.
-CartesianCoordinate out_of_frame(const Element& element, const CartesianCoordinate& place) {
-  Element turned;
-  turned.geometry = Circle{1};
-  turned.euler = element.euler;
-  const auto transducer = make_transducer(turned);
-  transducer->InitializeRotationMatrix();
-  const auto along = [&](const CartesianCoordinate& axis) {
-    const CartesianCoordinate seen = transducer->rotateTranslate(axis);
-    return seen.x * place.x + seen.y * place.y + seen.z * place.z;
-  };
-  return {element.center.x + along({1, 0, 0}), element.center.y + along({0, 1, 0}),
-          element.center.z + along({0, 0, 1})};
-}
+  static double length(double x, double y) { return std::sqrt(x * x + y * y); }
+  double cap(double radius, double curvature) const {
+    const double h = std::sqrt(curvature * curvature - radius * radius);
+    const double beside = r - radius, above = p.z - (curvature - h);
+    const double along = beside * radius - above * h, across = beside * h + above * radius;
+    const double from_shadow = along > 0 ? std::abs(across) / curvature : length(beside, above);
+    return std::min(from_shadow, length(p.z - curvature, h));
+  }
+  double operator()(const Rectangle& g) const {
+    const double x = std::abs(p.x) - g.width / 2, y = std::abs(p.y) - g.height / 2;
+    const double across =
+        x < 0 && y < 0 ? std::max(x, y) : length(std::max(x, 0.0), std::max(y, 0.0));
+    return length(across, p.z);
+  }
+  double operator()(const Circle& g) const { return length(r - g.radius, p.z); }
+  double operator()(const Ring& g) const {
+    return std::min(length(r - g.inner_radius, p.z), length(r - g.outer_radius, p.z));
+  }
+  double operator()(const Shell& g) const { return cap(g.radius, g.rad_curvature); }
+  double operator()(const ShellRing& g) const {
+    return std::min(cap(g.inner_radius, g.geometric_focus), cap(g.outer_radius, g.geometric_focus));
+  }
+};
 
 }  // namespace
+
+ErrorSample::Frame::Frame(const Element& element) : center(element.center) {
+  Element turned;
+  turned.geometry = Circle{1};
+  turned.euler = element.euler;
+  const auto transducer = make_transducer(turned);
+  transducer->InitializeRotationMatrix();
+  const CartesianCoordinate units[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+  for (std::size_t i = 0; i < 3; ++i) axis[i] = transducer->rotateTranslate(units[i]);
+}
+
+CartesianCoordinate ErrorSample::Frame::in(const CartesianCoordinate& point) const {
+  const double x = point.x - center.x, y = point.y - center.y, z = point.z - center.z;
+  return {axis[0].x * x + axis[1].x * y + axis[2].x * z,
+          axis[0].y * x + axis[1].y * y + axis[2].y * z,
+          axis[0].z * x + axis[1].z * y + axis[2].z * z};
+}
+
+CartesianCoordinate ErrorSample::Frame::out(const CartesianCoordinate& place) const {
+  const auto along = [&](const CartesianCoordinate& unit) {
+    return unit.x * place.x + unit.y * place.y + unit.z * place.z;
+  };
+  return {center.x + along(axis[0]), center.y + along(axis[1]), center.z + along(axis[2])};
+}
 
 ErrorSample::ErrorSample(TileRunner& runner, const DirectJob& job, const CoordinateGrid& grid,
                          std::size_t clusters, int nodes, std::complex<double> factor)
     : _runner(runner), _job(job), _grid(grid), _factor(factor) {
-  for (const Element& element : job.elements) _extents.push_back(extent(element.geometry));
+  for (const Element& element : job.elements) _frames.emplace_back(element);
   add(choose(clusters, nodes));
 }
 
@@ -148,21 +145,26 @@ std::vector<ErrorSample::Cluster> ErrorSample::choose(std::size_t clusters, int 
     }
     return chosen;
   }
-  constexpr std::size_t kDraw = 6;
-  std::vector<std::size_t> candidates = draw_points(size, kDraw * clusters);
+  constexpr std::size_t kDraw = 2;
+  std::vector<std::size_t> drawn = draw_points(size, kDraw * clusters);
   std::mt19937_64 random(2);
-  std::shuffle(candidates.begin(), candidates.end(), random);
-  const std::size_t at_random = std::min((clusters + 1) / 2, candidates.size());
-  for (std::size_t i = 0; i < at_random; ++i) chosen.push_back(cluster_at(candidates[i]));
-  candidates.erase(candidates.begin(), candidates.begin() + static_cast<std::ptrdiff_t>(at_random));
+  std::shuffle(drawn.begin(), drawn.end(), random);
+  const std::size_t at_random = std::min((clusters + 1) / 2, drawn.size());
+  for (std::size_t i = 0; i < at_random; ++i) chosen.push_back(cluster_at(drawn[i]));
+
+  std::vector<Candidate> candidates;
+  for (std::size_t i = at_random; i < drawn.size(); ++i) {
+    candidates.push_back({drawn[i], drawn[i] % _job.elements.size()});
+  }
   add_edge_points(candidates);
   add_nearest_to_edges(candidates, 4 * clusters);
   std::vector<std::pair<double, std::size_t>> ranked;
-  for (const std::size_t point : candidates) ranked.push_back({-hardness(point, nodes), point});
+  for (const Candidate& c : candidates) ranked.push_back({-hardness(c, nodes), c.point});
   std::sort(ranked.begin(), ranked.end());
-  ranked.erase(std::unique(ranked.begin(), ranked.end()), ranked.end());
+  std::set<std::size_t> taken;
   for (std::size_t i = 0; i < ranked.size() && chosen.size() < clusters; ++i) {
-    chosen.push_back(cluster_at(ranked[i].second));
+    const Cluster cluster = cluster_at(ranked[i].second);
+    if (taken.insert(cluster.front()).second) chosen.push_back(cluster);
   }
   return chosen;
 }
@@ -199,62 +201,48 @@ std::size_t ErrorSample::nearest_point(const CartesianCoordinate& place) const {
          ix;
 }
 
-void ErrorSample::add_edge_points(std::vector<std::size_t>& candidates) const {
+void ErrorSample::add_edge_points(std::vector<Candidate>& candidates) const {
   if (!_grid.regular()) return;
   constexpr std::size_t kAsked = 12;
   const std::size_t count = _job.elements.size(), stride = (count + kAsked - 1) / kAsked;
   std::mt19937_64 random(3);
   for (std::size_t e = 0; e < count; e += stride) {
     for (const CartesianCoordinate& place : edge_places(_job.elements[e].geometry, random)) {
-      candidates.push_back(nearest_point(out_of_frame(_job.elements[e], place)));
+      candidates.push_back({nearest_point(_frames[e].out(place)), e});
     }
   }
 }
 
-void ErrorSample::add_nearest_to_edges(std::vector<std::size_t>& candidates,
+void ErrorSample::add_nearest_to_edges(std::vector<Candidate>& candidates,
                                        std::size_t count) const {
-  constexpr std::size_t kPairs = 1000000;
+  constexpr std::size_t kPairs = 150000;
   const std::size_t most = std::max<std::size_t>(count, kPairs / _job.elements.size());
-  std::vector<std::pair<double, std::size_t>> ranked;
+  struct Near {
+    double distance;
+    Candidate candidate;
+  };
+  std::vector<Near> ranked;
   for (const std::size_t point : draw_points(_job.points.size(), most)) {
-    const Element& nearest = _job.elements[nearest_elements(_job.points[point])[0]];
-    ranked.push_back({edge_distance(nearest, _job.points[point]), point});
+    const CartesianCoordinate place = _job.points[point];
+    Near nearest{std::numeric_limits<double>::infinity(), {point, 0}};
+    for (std::size_t e = 0; e < _job.elements.size(); ++e) {
+      const double distance =
+          std::visit(EdgeDistance{_frames[e].in(place)}, _job.elements[e].geometry);
+      if (distance < nearest.distance) nearest = {distance, {point, e}};
+    }
+    ranked.push_back(nearest);
   }
   const auto last = ranked.begin() + static_cast<std::ptrdiff_t>(std::min(count, ranked.size()));
-  std::partial_sort(ranked.begin(), last, ranked.end());
-  for (auto it = ranked.begin(); it != last; ++it) candidates.push_back(it->second);
+  std::partial_sort(ranked.begin(), last, ranked.end(),
+                    [](const Near& a, const Near& b) { return a.distance < b.distance; });
+  for (auto it = ranked.begin(); it != last; ++it) candidates.push_back(it->candidate);
 }
 
-std::array<std::size_t, 2> ErrorSample::nearest_elements(const CartesianCoordinate& point) const {
-  std::array<double, 2> distances;
-  distances.fill(std::numeric_limits<double>::infinity());
-  std::array<std::size_t, 2> nearest{};
-  for (std::size_t e = 0; e < _job.elements.size(); ++e) {
-    const double distance = _job.elements[e].center.calculate_distance(point) - _extents[e];
-    if (distance < distances[0]) {
-      distances = {distance, distances[0]};
-      nearest = {e, nearest[0]};
-    } else if (distance < distances[1]) {
-      distances[1] = distance;
-      nearest[1] = e;
-    }
-  }
-  return nearest;
-}
-
-/// The errors of the two nearest elements and of one more.
-double ErrorSample::hardness(std::size_t index, int nodes) const {
-  const CartesianCoordinate point = _job.points[index];
-  const std::array<std::size_t, 2> nearest = nearest_elements(point);
-  double sum = 0;
-  const auto include = [&](std::size_t e) {
-    const Element& element = _job.elements[e];
-    sum += std::abs(element.amplitude) * error_at(element, _job.medium, point, nodes);
-  };
-  include(nearest[0]);
-  if (_job.elements.size() > 1) include(nearest[1]);
-  if (_job.elements.size() > 2) include(index % _job.elements.size());
-  return std::isfinite(sum) ? sum : 0;
+double ErrorSample::hardness(const Candidate& candidate, int nodes) const {
+  const Element& element = _job.elements[candidate.element];
+  const double error = std::abs(element.amplitude) *
+                       error_at(element, _job.medium, _job.points[candidate.point], nodes);
+  return std::isfinite(error) ? error : 0;
 }
 
 std::vector<std::complex<double>> ErrorSample::compute(const std::vector<Cluster>& clusters,
@@ -309,6 +297,10 @@ void ErrorSample::climb_to_peak(int rounds) {
     }
     add(around(best, distance));
   }
+}
+
+bool ErrorSample::complete() const {
+  return _clusters.size() * cluster_size() >= _job.points.size();
 }
 
 double ErrorSample::peak() const {
