@@ -185,7 +185,7 @@ double cluster_cost(const CoordinateGrid& grid) { return grid.regular() ? 4000 :
 /// Clusters that a share of the work pays for.
 std::size_t affordable_clusters(const CoordinateGrid& grid, std::size_t elements, double work_cost,
                                 double share, double least) {
-  constexpr double kLeastCost = 2e6, kMost = 100;
+  constexpr double kLeastCost = 4e6, kMost = 100;
   const double affordable =
       std::max(share * work_cost, kLeastCost) /
       (cluster_cost(grid) * static_cast<double>(std::max<std::size_t>(elements, 1)));
@@ -200,7 +200,7 @@ std::size_t affordable_clusters(const CoordinateGrid& grid, std::size_t elements
 double element_tolerance(const ErrorSample& sample, const std::vector<Element>& elements,
                          const Medium& medium, double tolerance, bool trials) {
   // The part of the tolerance that the sample may use, for other points may be worse.
-  constexpr double kAim = 0.1, kMostUsed = 0.2, kMostRaise = 1e4, kLeast = 1e-13, kMost = 10;
+  constexpr double kAim = 0.05, kMostUsed = 0.1, kMostRaise = 1e4, kLeast = 1e-13, kMost = 10;
   const double sum = together(elements, medium), wanted = tolerance * sample.peak();
   if (!(sum > 0) || !(wanted > 0)) return std::clamp(tolerance, kLeast, kMost);
   const double safe = std::clamp(wanted / sum, kLeast, kMost);
@@ -350,10 +350,10 @@ void compute_to_tolerance(TileRunner& runner, const std::vector<Element>& elemen
   const ToleranceNodes converged(medium, std::max(1e-13, 1e-5 * tolerance));
   // The cost as if each element were allowed the whole tolerance.
   const Work work = plan_work(elements, grid, settings, ToleranceNodes(medium, tolerance));
-  const std::size_t clusters = affordable_clusters(grid, elements.size(), work.cost, 0.01, 6);
+  const std::size_t clusters = affordable_clusters(grid, elements.size(), work.cost, 0.01, 4);
   ErrorSample sample(runner, {elements, points, medium, *settings.method, converged}, grid,
                      clusters, kJudged, 1.0);
-  sample.climb_to_peak(kClimb);
+  sample.climb_to_peak(clusters < 8 ? 1 : kClimb);
   const double trial_cost = cluster_cost(grid) * static_cast<double>(elements.size() * clusters);
   double each = element_tolerance(sample, elements, medium, tolerance,
                                   trial_cost < std::max(4e6, 0.02 * work.cost));

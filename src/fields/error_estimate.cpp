@@ -13,6 +13,8 @@ namespace {
 
 /// Accuracy of the converged field, relative to rho c of an element.
 constexpr double kConverged = 1e-11;
+/// More than a tolerance may ask for, or the converged field would be no better there.
+constexpr int kMostAtPole = 2500;
 
 /// How much worse the points between those of the sample may be.
 constexpr double kUnseen = 1.5;
@@ -34,7 +36,7 @@ double estimate_error(TileRunner& runner, const DirectJob& job, const Coordinate
   peak = std::sqrt(peak);
   if (!(peak > 0) || job.elements.empty()) return std::numeric_limits<double>::quiet_NaN();
 
-  const ToleranceNodes converged(job.medium, kConverged);
+  const ToleranceNodes converged(job.medium, kConverged, kMostAtPole);
   const FixedNodes more(2 * nodes);
   const bool itself = job.method.yardstick == Yardstick::more_nodes;
   const Method& method = itself ? job.method : *find_continuous_wave_method("fnm_cw");

@@ -13,8 +13,6 @@ namespace {
 constexpr double kPi = std::numbers::pi;
 
 constexpr int kLeast = 1, kMost = 4000;
-/// Next to a pole of a cap's rim, where the field may jump.
-constexpr int kMostAtPole = 1000;
 
 /// The next number of not too many: a sixteenth apart at most above 64.
 int few(int n) {
@@ -207,13 +205,13 @@ struct Greatest {
 
 }  // namespace
 
-ToleranceNodes::ToleranceNodes(const Medium& medium, double tolerance)
-    : _wave(wave_of(medium)), _tolerance(tolerance) {}
+ToleranceNodes::ToleranceNodes(const Medium& medium, double tolerance, int most_at_pole)
+    : _wave(wave_of(medium)), _tolerance(tolerance), _most_at_pole(most_at_pole) {}
 
 int ToleranceNodes::nodes(const Element& element, const Box& tile) const {
   const auto wanted = [&](const auto& integral) {
     constexpr bool cap = std::is_same_v<std::decay_t<decltype(integral)>, CapRim>;
-    return nodes_for_error(_wave, integral, _tolerance, cap ? kMostAtPole : kMost);
+    return nodes_for_error(_wave, integral, _tolerance, cap ? _most_at_pole : kMost);
   };
   const FrameBox box = in_frame(element, tile);
   return few(

@@ -35,13 +35,15 @@ class FixedNodes : public NodeRule {
 /// rounded up by at most a sixteenth, so that there are not too many different rules to find.
 class ToleranceNodes : public NodeRule {
  public:
-  ToleranceNodes(const Medium& medium, double tolerance);
+  /// `most_at_pole`: no more than this next to a pole of a cap's rim, where the field may jump.
+  ToleranceNodes(const Medium& medium, double tolerance, int most_at_pole = 1000);
   int nodes(const Element& element, const Box& tile) const override;
   bool depends_on_place() const override { return true; }
 
  private:
   Wave _wave;
   double _tolerance;
+  int _most_at_pole;
 };
 
 /// Estimate of the fast nearfield method's error at a point, relative to rho c |amplitude|.
