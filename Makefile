@@ -27,7 +27,7 @@ help:
 	@echo "make toolbox  the toolbox folder to add to the Octave path: build/toolbox"
 	@echo "make bench    the benchmarks"
 	@echo "make docs     measure docs/accuracy.md and its figures again"
-	@echo "make validate measure the validation table of docs/nonlinear.md again (minutes)"
+	@echo "make validate measure the validation table of docs/nonlinear.md again, and tolerances (minutes)"
 	@echo "make asan     the C++ tests under the address and undefined-behaviour sanitizers"
 	@echo "make tsan     the C++ tests under the thread sanitizer"
 	@echo "make format   reformat the C++ sources; make tidy: look for faults in them"

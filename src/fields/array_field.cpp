@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <map>
 #include <memory>
@@ -11,10 +12,10 @@
 
 #include "fields/direct_field.h"
 #include "fields/error_estimate.h"
+#include "fields/error_sample.h"
 #include "fields/kzk_array.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
-#include "fields/pointwise_field.h"
 #include "fields/reused_field.h"
 #include "numerics/interruption.h"
 #include "services/error.h"
@@ -162,26 +163,67 @@ Work plan_work(const std::vector<Element>& elements, const CoordinateGrid& grid,
   return work;
 }
 
-/// The tolerance of each element, relative to rho c |amplitude|, for that of the whole field: as if
-/// the errors of all elements added up. The field's peak is not known yet; that of a small sample
-/// is a lower bound.
-double element_tolerance(TileRunner& runner, const std::vector<Element>& elements,
-                         const PointSource& points, const Medium& medium,
-                         const Settings& settings) {
-  constexpr std::size_t kSample = 48;
-  constexpr double kPilot = 1e-3;
+/// The same, while the user may end the run.
+Work plan_listening(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                    const Settings& settings, const NodeRule& rule) {
+  bool cancelled = false;
+  const InterruptionScope listening([&] {
+    cancelled = cancelled || (settings.progress && !settings.progress(0));
+    return cancelled;
+  });
+  Work work = plan_work(elements, grid, settings, rule);
+  if (cancelled) throw Cancelled();
+  return work;
+}
+
+double together(const std::vector<Element>& elements, const Medium& medium) {
   double amplitudes = 0;
   for (const Element& e : elements) amplitudes += std::abs(e.amplitude);
-  const std::vector<std::size_t> sample = draw_points(points.size(), kSample);
-  const ToleranceNodes pilot(medium, kPilot);
-  const std::vector<std::complex<double>> field =
-      compute_points(runner, {elements, points, medium, *settings.method, pilot}, sample);
-  double peak = 0;
-  for (const auto& p : field) peak = std::max(peak, std::abs(p));
-  const double together = medium._rho_density * medium._soundspeed * amplitudes;
-  // The sample itself is only as good as its own tolerance.
-  const double share = together > 0 ? peak / together - kPilot : 0;
-  return std::clamp(*settings.tolerance * std::max(share, kPilot), 1e-12, 0.1);
+  return medium._rho_density * medium._soundspeed * amplitudes;
+}
+
+/// What a cluster of a sample costs for an element, in nanoseconds; of a list, it is one point.
+double cluster_cost(const CoordinateGrid& grid) { return grid.regular() ? 4000 : 2000; }
+
+/// Clusters that a share of the work pays for.
+std::size_t affordable_clusters(const CoordinateGrid& grid, std::size_t elements, double work_cost,
+                                double share, double least) {
+  constexpr double kLeastCost = 4e6, kMost = 100;
+  const double affordable =
+      std::max(share * work_cost, kLeastCost) /
+      (cluster_cost(grid) * static_cast<double>(std::max<std::size_t>(elements, 1)));
+  return static_cast<std::size_t>(std::clamp(affordable, least, kMost));
+}
+
+/// The tolerance of each element, relative to rho c |amplitude|, for that of the whole field.
+///
+/// The errors of all elements together may be the sum of their magnitudes, as at a focus, or far
+/// less, and the error of most numbers of nodes is less than the estimate by which they are chosen.
+/// So a sample tells how much of the tolerance is used, and each element's is raised accordingly.
+double element_tolerance(const ErrorSample& sample, const std::vector<Element>& elements,
+                         const Medium& medium, double tolerance, bool trials) {
+  // The part of the tolerance that the sample may use, for other points may be worse.
+  constexpr double kAim = 0.05, kMostUsed = 0.1, kMostRaise = 1e4, kLeast = 1e-13, kMost = 10;
+  const double sum = together(elements, medium), wanted = tolerance * sample.peak();
+  if (!(sum > 0) || !(wanted > 0)) return std::clamp(tolerance, kLeast, kMost);
+  const double safe = std::clamp(wanted / sum, kLeast, kMost);
+  if (!trials) return safe;
+  const auto used = [&](double t) { return sample.error(ToleranceNodes(medium, t)) / wanted; };
+  double best = safe, best_used = used(safe);
+  double ceiling = kMost;
+  constexpr int kTrials = 3;
+  for (int trial = 0; trial < kTrials && best_used < kAim / 4; ++trial) {
+    const double raise = std::min(kAim / std::max(best_used, 1e-300), kMostRaise);
+    const double next = std::min(best * std::pow(raise, 0.8), std::sqrt(best * ceiling));
+    const double next_used = used(next);
+    if (next_used <= kMostUsed) {
+      best = next;
+      best_used = next_used;
+    } else {
+      ceiling = next;
+    }
+  }
+  return best;
 }
 
 /// A harmonic that is not there must not be answered by another one.
@@ -215,14 +257,25 @@ void check_settings(const Settings& settings) {
   }
 }
 
-/// Points of the error's sample: what a few percent of the work pay for, and no fewer than a few.
-std::size_t error_samples(const std::vector<Element>& elements, double cost) {
-  constexpr double kShare = 0.03, kLeastCost = 2e6;  // nanoseconds
-  constexpr double kPerElement = 400;
-  const double affordable =
-      std::max(kShare * cost, kLeastCost) /
-      (kPerElement * static_cast<double>(std::max<std::size_t>(elements.size(), 1)));
-  return static_cast<std::size_t>(std::clamp(affordable, 16.0, 1000.0));
+/// Adds the job's pressures; returns the bytes of working memory.
+double add_in_order(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
+                    NodeRange& used) {
+  add_direct_field(runner, job, result, used);
+  return direct_memory(job, runner.threads());
+}
+
+/// The same, the points of a list taken in an order in which those of a tile lie close together,
+/// so that few of them want many nodes of the others.
+double add_by_place(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
+                    NodeRange& used) {
+  const std::vector<std::size_t> order = neighbours_order(job.points);
+  const ChosenPoints points(job.points, order);
+  std::vector<std::complex<double>> field(order.size());
+  const DirectJob ordered{job.elements, points, job.medium, job.method, job.rule};
+  add_direct_field(runner, ordered, field.data(), used);
+  for (std::size_t i = 0; i < order.size(); ++i) result[order[i]] += field[i];
+  constexpr double kPerPoint = sizeof(std::complex<double>) + 3 * sizeof(std::size_t);
+  return direct_memory(ordered, runner.threads()) + kPerPoint * static_cast<double>(order.size());
 }
 
 /// The settings' instruction set, if there is one, for the life of a scope.
@@ -256,6 +309,78 @@ Report begin_report(int threads) {
   report.instruction_set = instruction_set();
   report.error_estimate = std::numeric_limits<double>::quiet_NaN();
   return report;
+}
+
+/// Adds the field of all elements; `share` of the progress is theirs.
+void compute_work(TileRunner& runner, const Work& work, const DirectJob& all,
+                  const CoordinateGrid& grid, double share, std::complex<double>* result,
+                  Report& report) {
+  NodeRange used;
+  report.reused_elements = report.direct_elements = 0;
+  for (const ReusedGroup& group : work.reused) {
+    for (const ReusePlan& plan : group.plans) {
+      const double part = share * group.cost / work.cost / static_cast<double>(group.plans.size());
+      add_reused_field(runner, part, plan, group.elements, all.medium, all.method, all.rule, result,
+                       used);
+    }
+    report.reused_elements += group.elements.size();
+    report.memory = std::max(report.memory, group.memory);
+  }
+  if (!work.direct.empty()) {
+    runner.begin_stage(share * work.direct_cost / work.cost);
+    const DirectJob job{work.direct, all.points, all.medium, all.method, all.rule};
+    const bool in_order = grid.regular() || !all.rule.depends_on_place();
+    const double memory = in_order ? add_in_order(runner, job, result, used)
+                                   : add_by_place(runner, job, result, used);
+    report.direct_elements = work.direct.size();
+    report.memory = std::max(report.memory, memory);
+  }
+  report.least_nodes = used.least;
+  report.greatest_nodes = used.greatest;
+}
+
+/// Chooses the nodes by a sample, and again with more of them as long as the estimate of the error
+/// is above the tolerance and that helps.
+void compute_to_tolerance(TileRunner& runner, const std::vector<Element>& elements,
+                          const CoordinateGrid& grid, const Medium& medium,
+                          const Settings& settings, std::complex<double>* result, Report& report) {
+  constexpr int kAttempts = 4, kJudged = 8, kClimb = 3;
+  const double tolerance = *settings.tolerance;
+  const GridPoints points(grid);
+  if (elements.empty() || points.size() == 0) return;
+  runner.begin_stage(0);
+  const ToleranceNodes converged(medium, std::max(1e-13, 1e-5 * tolerance));
+  // The cost as if each element were allowed the whole tolerance.
+  const Work work = plan_listening(elements, grid, settings, ToleranceNodes(medium, tolerance));
+  const std::size_t clusters = affordable_clusters(grid, elements.size(), work.cost, 0.01, 4);
+  ErrorSample sample(runner, {elements, points, medium, *settings.method, converged}, grid,
+                     clusters, kJudged, 1.0);
+  sample.climb_to_peak(clusters < 8 ? 1 : kClimb);
+  const double trial_cost = cluster_cost(grid) * static_cast<double>(elements.size() * clusters);
+  double each = element_tolerance(sample, elements, medium, tolerance,
+                                  trial_cost < std::max(4e6, 0.02 * work.cost));
+  double previous = std::numeric_limits<double>::infinity();
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const ToleranceNodes rule(medium, each);
+    const DirectJob job{elements, points, medium, *settings.method, rule};
+    if (attempt > 0) std::fill_n(result, points.size(), std::complex<double>{});
+    compute_work(runner, work, job, grid, attempt == 0 ? 1 : 0, result, report);
+    runner.begin_stage(0);
+    report.error_estimate =
+        estimate_error(runner, job, grid, report.greatest_nodes,
+                       affordable_clusters(grid, elements.size(), work.cost, 0.03, 3), result);
+    if (!(report.error_estimate > tolerance) || report.error_estimate > 0.5 * previous) break;
+    previous = report.error_estimate;
+    each = std::max(1e-14, each * std::clamp(0.2 * tolerance / previous, 1e-4, 0.2));
+  }
+  if (report.error_estimate > tolerance) {
+    char text[160];
+    std::snprintf(text, sizeof text,
+                  "The error may be %.1e of the peak, more than the tolerance of %.1e: some points "
+                  "lie where the field hardly converges.",
+                  report.error_estimate, tolerance);
+    runner.messages().add_warning(text);
+  }
 }
 
 }  // namespace
@@ -300,48 +425,18 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   TileRunner runner(settings.threads, settings.progress);
   Report report = begin_report(runner.threads());
 
-  std::unique_ptr<NodeRule> rule;
   if (settings.tolerance) {
-    runner.begin_stage(0);
-    rule = std::make_unique<ToleranceNodes>(
-        medium, element_tolerance(runner, elements, points, medium, settings));
+    compute_to_tolerance(runner, elements, grid, medium, settings, result, report);
   } else {
-    rule = std::make_unique<FixedNodes>(settings.nodes);
-  }
-  const Work work = [&] {
-    bool cancelled = false;
-    const InterruptionScope listening([&] {
-      cancelled = cancelled || (settings.progress && !settings.progress(0));
-      return cancelled;
-    });
-    Work planned = plan_work(elements, grid, settings, *rule);
-    if (cancelled) throw Cancelled();
-    return planned;
-  }();
-
-  NodeRange used;
-  for (const ReusedGroup& group : work.reused) {
-    for (const ReusePlan& plan : group.plans) {
-      const double share = group.cost / work.cost / static_cast<double>(group.plans.size());
-      add_reused_field(runner, share, plan, group.elements, medium, method, *rule, result, used);
+    const FixedNodes rule(settings.nodes);
+    const Work work = plan_listening(elements, grid, settings, rule);
+    compute_work(runner, work, {elements, points, medium, method, rule}, grid, 1, result, report);
+    if (settings.estimate_error) {
+      runner.begin_stage(0);
+      const std::size_t clusters = affordable_clusters(grid, elements.size(), work.cost, 0.03, 3);
+      report.error_estimate = estimate_error(runner, {elements, points, medium, method, rule}, grid,
+                                             settings.nodes, clusters, result);
     }
-    report.reused_elements += group.elements.size();
-    report.memory = std::max(report.memory, group.memory);
-  }
-  if (!work.direct.empty()) {
-    const DirectJob job{work.direct, points, medium, method, *rule};
-    runner.begin_stage(work.direct_cost / work.cost);
-    add_direct_field(runner, job, result, used);
-    report.direct_elements = work.direct.size();
-    report.memory = std::max(report.memory, direct_memory(job, runner.threads()));
-  }
-  report.least_nodes = used.least;
-  report.greatest_nodes = used.greatest;
-  if (settings.estimate_error) {
-    runner.begin_stage(0);
-    report.error_estimate =
-        estimate_error(runner, {elements, points, medium, method, *rule}, report.greatest_nodes,
-                       error_samples(elements, work.cost), result);
   }
 
   runner.messages().replay();

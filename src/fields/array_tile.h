@@ -34,7 +34,8 @@ struct NodeRange {
 };
 
 /// One thread's own copy of everything that a method touches: on each tile it calls the method for
-/// the elements in their order. What they add to is the derived worker's.
+/// the elements in their order. What they add to is the derived worker's. A tile is halved, and its
+/// halves again, where that saves nodes: next to the faces few points want many.
 class ElementWorker : public TileWorker {
  public:
   void run(std::size_t tile) final;
@@ -52,6 +53,10 @@ class ElementWorker : public TileWorker {
   std::size_t largest_tile() const { return _tile_size; }
 
  private:
+  void run_part(std::size_t first, std::size_t count);
+  /// Whether the part is better computed as two halves, for the sake of one of them.
+  bool better_halved(std::size_t first, std::size_t count);
+  Box box_of(std::size_t first, std::size_t count) const;
   NumericalIntegration& rule_of(int nodes);
 
   const DirectJob& _job;

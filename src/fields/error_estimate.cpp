@@ -4,44 +4,20 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <random>
-#include <vector>
 
-#include "fields/pointwise_field.h"
+#include "fields/error_sample.h"
 
 namespace kestrel::fields {
 
 namespace {
 
 /// Accuracy of the converged field, relative to rho c of an element.
-constexpr double kConverged = 1e-9;
+constexpr double kConverged = 1e-11;
+/// More than a tolerance may ask for, or the converged field would be no better there.
+constexpr int kMostAtPole = 2500;
 
-/// Distance to the nearest element, its extent taken off.
-double nearness(std::span<const Element> elements, const CartesianCoordinate& point) {
-  double nearest = std::numeric_limits<double>::infinity();
-  for (const Element& e : elements) {
-    nearest = std::min(nearest, e.center.calculate_distance(point) - extent(e.geometry));
-  }
-  return nearest;
-}
-
-/// Half at random, half near; sorted by distance, so that neighbours want like numbers of nodes.
-std::vector<std::size_t> choose_points(const DirectJob& job, std::size_t samples) {
-  std::vector<std::size_t> drawn = draw_points(job.points.size(), 5 * samples);
-  std::mt19937_64 random(2);
-  std::shuffle(drawn.begin(), drawn.end(), random);
-  std::vector<std::pair<double, std::size_t>> places;
-  for (const std::size_t i : drawn) places.push_back({nearness(job.elements, job.points[i]), i});
-  const std::size_t at_random = std::min((samples + 1) / 2, places.size());
-  const std::size_t count = std::min(samples, places.size());
-  const auto middle = places.begin() + static_cast<std::ptrdiff_t>(at_random);
-  std::partial_sort(middle, places.begin() + static_cast<std::ptrdiff_t>(count), places.end());
-  places.resize(count);
-  std::sort(places.begin(), places.end());
-  std::vector<std::size_t> chosen;
-  for (const auto& [distance, index] : places) chosen.push_back(index);
-  return chosen;
-}
+/// How much worse the points between those of the sample may be.
+constexpr double kUnseen = 1.5;
 
 /// p_fnm = (1 - j alpha/k) p_Rayleigh.
 std::complex<double> loss_factor(const Medium& medium) {
@@ -53,31 +29,26 @@ std::complex<double> loss_factor(const Medium& medium) {
 
 }  // namespace
 
-double estimate_error(TileRunner& runner, const DirectJob& job, int nodes, std::size_t samples,
-                      const std::complex<double>* field) {
+double estimate_error(TileRunner& runner, const DirectJob& job, const CoordinateGrid& grid,
+                      int nodes, std::size_t clusters, const std::complex<double>* field) {
   double peak = 0;
   for (std::size_t i = 0; i < job.points.size(); ++i) peak = std::max(peak, std::norm(field[i]));
   peak = std::sqrt(peak);
   if (!(peak > 0) || job.elements.empty()) return std::numeric_limits<double>::quiet_NaN();
 
-  const std::vector<std::size_t> chosen = choose_points(job, samples);
-  const ToleranceNodes converged(job.medium, kConverged);
+  const ToleranceNodes converged(job.medium, kConverged, kMostAtPole);
   const FixedNodes more(2 * nodes);
   const bool itself = job.method.yardstick == Yardstick::more_nodes;
   const Method& method = itself ? job.method : *find_continuous_wave_method("fnm_cw");
   const std::complex<double> factor =
       job.method.yardstick == Yardstick::nearfield_unlossy ? loss_factor(job.medium) : 1.0;
-
-  const std::vector<std::complex<double>> reference =
-      compute_points(runner,
+  ErrorSample sample(runner,
                      {job.elements, job.points, job.medium, method,
                       itself ? static_cast<const NodeRule&>(more) : converged},
-                     chosen);
-  double largest = 0;
-  for (std::size_t i = 0; i < chosen.size(); ++i) {
-    largest = std::max(largest, std::abs(field[chosen[i]] - reference[i] / factor));
-  }
-  return largest / peak;
+                     grid, clusters, nodes, factor);
+  const int rounds = std::clamp(static_cast<int>(clusters / 5), 0, 6);
+  const double unseen = sample.complete() ? 1 : kUnseen;
+  return unseen * sample.error(field, rounds) / peak;
 }
 
 }  // namespace kestrel::fields

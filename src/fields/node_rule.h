@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fields/edge_convergence.h"
 #include "fields/element.h"
 #include "fields/points.h"
 #include "inputs/medium.h"
@@ -11,6 +12,8 @@ class NodeRule {
  public:
   virtual ~NodeRule() = default;
   virtual int nodes(const Element& element, const Box& tile) const = 0;
+  /// Whether parts of a tile may get other numbers.
+  virtual bool depends_on_place() const { return false; }
 };
 
 /// The same number for all.
@@ -24,35 +27,28 @@ class FixedNodes : public NodeRule {
 };
 
 /// As many as the fast nearfield method needs for an error of at most `tolerance` times
-/// rho c |amplitude| at every point of the tile.
+/// rho c |amplitude| at every point of the tile, as edge_convergence.h estimates the error of its
+/// integrals along edges and rims.
 ///
-/// Every integral of that method runs along an edge or a rim, and its integrand is analytic but for
-/// the branch points where the path R from the point to the edge, continued to complex places on
-/// the edge, vanishes. Gauss's rule with n nodes errs by no more than C M r^(-2n) for any ellipse
-/// about the interval, of sum of semi-axes r, on which the integrand stays below M (Davis and
-/// Rabinowitz, "Methods of Numerical Integration", section 4.6). Along the imaginary axis the wave
-/// grows with the rate k dR/du, so M = e^{kappa (r - 1/r)/2}, kappa being half the interval times
-/// the largest rate; on a rim, where R goes with the cosine of an angle, sinh takes the place of
-/// the linear growth. And r must stay inside the nearest branch point. The number of nodes is the
-/// least that the best ellipse allows:
-///
-///     2 n ln r >= ln(C / tolerance) + kappa (r - 1/r)/2
-///
-/// Far from an element near its axis kappa is small; obliquely it is pi times the side in
-/// wavelengths, and with r = 3 the rule is the familiar two nodes a wavelength and a few more. Next
-/// to an edge the branch point comes close and many are needed, but no more than
-/// sqrt(k s / tolerance) times a constant, for an edge of length s: the part of the integrand that
-/// the nodes miss there is as small as its distance from the edge. Numbers above 16 are rounded up
-/// by at most an eighth, so that there are few different rules to find.
+/// Far from an element near its axis few nodes do; obliquely it is the familiar two nodes a
+/// wavelength of the side and a few more. Next to an edge many are needed. Numbers above 64 are
+/// rounded up by at most a sixteenth, so that there are not too many different rules to find.
 class ToleranceNodes : public NodeRule {
  public:
-  ToleranceNodes(const Medium& medium, double tolerance);
+  /// `most_at_pole`: no more than this next to a pole of a cap's rim, where the field may jump.
+  ToleranceNodes(const Medium& medium, double tolerance, int most_at_pole = 1000);
   int nodes(const Element& element, const Box& tile) const override;
+  bool depends_on_place() const override { return true; }
 
  private:
-  double _wavenumber;
+  Wave _wave;
   double _tolerance;
+  int _most_at_pole;
 };
+
+/// Estimate of the fast nearfield method's error at a point, relative to rho c |amplitude|.
+double error_at(const Element& element, const Medium& medium, const CartesianCoordinate& point,
+                int nodes);
 
 /// What another rule says for the most demanding of a tile's points, each taken by itself: for few
 /// points that lie far apart, whose box would say nothing.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "geometry/cartesian_coordinate.h"
@@ -14,6 +16,14 @@ struct Box {
   CartesianCoordinate least, greatest;
 };
 
+/// The smallest box that holds two.
+inline Box united(const Box& a, const Box& b) {
+  return {{std::min(a.least.x, b.least.x), std::min(a.least.y, b.least.y),
+           std::min(a.least.z, b.least.z)},
+          {std::max(a.greatest.x, b.greatest.x), std::max(a.greatest.y, b.greatest.y),
+           std::max(a.greatest.z, b.greatest.z)}};
+}
+
 /// Numbered points whose coordinates are made when they are wanted, so that no list of a million
 /// points is ever held.
 class PointSource {
@@ -24,16 +34,15 @@ class PointSource {
 
   /// Coordinates of `count` points from `first` on, all x, then all y, then all z; their box.
   Box copy(std::size_t first, std::size_t count, double* columns) const {
-    CartesianCoordinate least = (*this)[first], greatest = least;
+    Box box{(*this)[first], (*this)[first]};
     for (std::size_t i = 0; i < count; ++i) {
       const CartesianCoordinate p = (*this)[first + i];
       columns[i] = p.x;
       columns[count + i] = p.y;
       columns[2 * count + i] = p.z;
-      least = {std::min(least.x, p.x), std::min(least.y, p.y), std::min(least.z, p.z)};
-      greatest = {std::max(greatest.x, p.x), std::max(greatest.y, p.y), std::max(greatest.z, p.z)};
+      box = united(box, {p, p});
     }
-    return {least, greatest};
+    return box;
   }
 };
 
@@ -64,5 +73,38 @@ class ChosenPoints : public PointSource {
   const PointSource& _points;
   const std::vector<std::size_t>& _chosen;
 };
+
+/// All points of a list in an order in which neighbours lie close together: along Morton's curve
+/// through the cube that holds them.
+inline std::vector<std::size_t> neighbours_order(const PointSource& points) {
+  const std::size_t n = points.size();
+  std::vector<std::pair<std::uint64_t, std::size_t>> keys(n);
+  if (n == 0) return {};
+  Box box{points[0], points[0]};
+  for (std::size_t i = 0; i < n; ++i) box = united(box, {points[i], points[i]});
+  const double side = std::max({box.greatest.x - box.least.x, box.greatest.y - box.least.y,
+                                box.greatest.z - box.least.z, 1e-300});
+  constexpr std::uint64_t kBits = 21, kCells = std::uint64_t{1} << kBits;
+  const auto cell = [&](double value, double least) {
+    const double at = (value - least) / side * static_cast<double>(kCells);
+    return at >= 0 ? std::min<std::uint64_t>(kCells - 1,
+                                             static_cast<std::uint64_t>(std::min(at, 2e6 + 1e5)))
+                   : 0;
+  };
+  for (std::size_t i = 0; i < n; ++i) {
+    const CartesianCoordinate p = points[i];
+    const std::uint64_t cells[] = {cell(p.x, box.least.x), cell(p.y, box.least.y),
+                                   cell(p.z, box.least.z)};
+    std::uint64_t key = 0;
+    for (std::uint64_t bit = kBits; bit-- > 0;) {
+      for (const std::uint64_t c : cells) key = key << 1 | (c >> bit & 1);
+    }
+    keys[i] = {key, i};
+  }
+  std::sort(keys.begin(), keys.end());
+  std::vector<std::size_t> order(n);
+  for (std::size_t i = 0; i < n; ++i) order[i] = keys[i].second;
+  return order;
+}
 
 }  // namespace kestrel::fields

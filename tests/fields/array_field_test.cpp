@@ -3,12 +3,11 @@
 #include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <thread>
 
 #include "arrays.h"
 #include "boundary/outcome.h"
 #include "fields/direct_field.h"
-#include <thread>
-
 #include "services/off_host_thread.h"
 #include "support/method_slots.h"
 

@@ -7,6 +7,7 @@
 #include "boundary/outcome.h"
 #include "fields/direct_field.h"
 #include "fields/node_rule.h"
+#include "tests/fields/random_jobs.h"
 
 namespace kestrel::fields {
 namespace {
@@ -166,6 +167,54 @@ TEST(Tolerance, WorksWithReuseAndSavesNodes) {
   }
 }
 
+/// Near the plane of its rim the integrand of a hemisphere has a pole close to the interval.
+TEST(Tolerance, IsKeptByHemispheresToo) {
+  const auto grid = regular_grid({51, 1, 36}, {-10e-3, 0, 5e-3}, {0.4e-3, 1e-3, 0.2e-3});
+  const double radius = 5.04e-3;
+  const Geometry shapes[] = {Shell{radius, radius}, Shell{0.999 * radius, radius},
+                             ShellRing{radius / 2, radius, radius}};
+  for (const Geometry& shape : shapes) {
+    const Field reference = sum_of_single_calls({element(shape)}, *grid, water(), 3000);
+    for (const double tolerance : {1e-2, 1e-4, 1e-8}) {
+      Settings settings = with_nodes(0);
+      settings.tolerance = tolerance;
+      const Computed computed = compute({element(shape)}, *grid, water(), settings);
+      EXPECT_LE(difference(computed.field, reference), tolerance) << shape_name(shape);
+      EXPECT_LT(computed.report.greatest_nodes, 1000) << shape_name(shape);
+    }
+  }
+}
+
+/// So close to that plane that no number of nodes which the rule allows is enough.
+TEST(Tolerance, SaysSoWhenItIsNotKept) {
+  CoordinateGrid grid;
+  grid.SinglePoint(3e-3, 0, 5.04e-3 + 2e-9);
+  Settings settings = with_nodes(0);
+  settings.tolerance = 1e-8;
+  const standalone::Capture capture;
+  compute({element(Shell{5.04e-3, 5.04e-3})}, grid, water(), settings);
+  ASSERT_EQ(capture.warnings().size(), 1U);
+  EXPECT_NE(capture.warnings().front().find("more than the tolerance of 1.0e-08"),
+            std::string::npos);
+}
+
+/// `make validate` does the same for many more.
+TEST(Tolerance, IsKeptByRandomJobsAndSeldomByFar) {
+  RandomJobs jobs(3);
+  constexpr int kJobs = 30;
+  int by_far = 0;
+  for (int i = 0; i < kJobs; ++i) {
+    const RandomJob job = jobs();
+    Settings settings = with_nodes(0);
+    settings.tolerance = std::pow(10, -1 - i % 6);
+    const Computed computed = compute(job.elements, *job.grid, job.medium, settings);
+    const double used = difference(computed.field, converged_field(job)) / *settings.tolerance;
+    EXPECT_LE(used, 1) << job.name;
+    if (used < 1e-3) ++by_far;
+  }
+  EXPECT_LE(by_far, kJobs / 4);
+}
+
 TEST(Tolerance, RefusesWhatItCannotKeep) {
   const auto grid = regular_grid({3, 3, 3}, {0, 0, 1e-3}, {1e-3, 1e-3, 1e-3});
   Settings settings;
@@ -211,6 +260,29 @@ TEST(ErrorEstimate, KnowsWhatEachMethodApproximates) {
     const double estimate = compute({e}, *grid, water(3), settings).report.error_estimate;
     EXPECT_GE(estimate, c.least) << c.method << " " << shape_facts(c.shape).name;
     EXPECT_LE(estimate, c.most) << c.method << " " << shape_facts(c.shape).name;
+  }
+}
+
+/// Where quadrature is worst: next to the edges, in the first row of points.
+TEST(ErrorEstimate, SeesTheNeighbourhoodOfTheFaces) {
+  const std::vector<Element> bars = lattice(Rectangle{0.6e-3, 10e-3}, 64, 1, 0.7e-3, 0);
+  const std::vector<Element> squares = lattice(Rectangle{0.6e-3, 0.6e-3}, 16, 16, 0.7e-3, 0.7e-3);
+  const std::vector<Element> large = {element(Rectangle{10e-3, 10e-3})};
+  const struct {
+    const std::vector<Element>& array;
+    double from;
+    int nodes;
+  } cases[] = {{bars, 0.05e-3, 12}, {bars, 0.05e-3, 24},   {bars, 0.2e-3, 16},
+               {bars, 0.5e-3, 8},   {squares, 0.05e-3, 8}, {large, 0.1e-3, 24}};
+  for (const auto& c : cases) {
+    const auto grid = regular_grid({201, 1, 101}, {-25e-3, 0, c.from}, {0.25e-3, 1e-3, 0.3e-3});
+    const Field reference = compute(c.array, *grid, water(), with_nodes(200)).field;
+    Settings settings = with_nodes(c.nodes);
+    settings.estimate_error = true;
+    const Computed computed = compute(c.array, *grid, water(), settings);
+    const double truth = difference(computed.field, reference);
+    EXPECT_GE(computed.report.error_estimate, truth / 2) << c.from << " " << c.nodes;
+    EXPECT_LE(computed.report.error_estimate, truth * 3) << c.from << " " << c.nodes;
   }
 }
 
