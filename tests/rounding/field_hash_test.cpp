@@ -132,8 +132,7 @@ Excitation coarse_samples() {
     signal.push_back(std::round(32 * std::sin(i * M_PI / 10) * std::sin(i * M_PI / 60)) / 32);
   }
   signal[31] += 0.25;
-  const standalone::Value row = standalone::Value::row(signal);
-  return std::make_shared<ExcitationFunction>(row, 0x1p-24, 60 * 0x1p-24, 0, 0);
+  return std::make_shared<ExcitationFunction>(signal, 0x1p-24, 60 * 0x1p-24, 0);
 }
 
 std::vector<NamedExcitation> signals() {
