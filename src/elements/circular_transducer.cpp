@@ -38,6 +38,7 @@ void CircularTransducer::mex_debug(int level) {
 }
 
 int CircularTransducer::fnm_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
@@ -54,6 +55,7 @@ int CircularTransducer::fnm_cw() {
 }
 
 int CircularTransducer::fnm_cw_apodized() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
     _integral->gauss_quadrature(0, kPi);
@@ -62,7 +64,8 @@ int CircularTransducer::fnm_cw_apodized() {
     for (int m = 0; m < _integral->get_npoints(); ++m) {
       const double sigma = _integral->get_abscissa(m) * _radius;
       const double derivative = _apodization.derivative(_piston_apodization_index, sigma, _radius);
-      // The nodes reach out to pi a; beyond the rim the profile is flat and adds nothing.
+      // The nodes reach out to pi a; beyond the rim the profile is flat and adds nothing,
+      // even where a growing wave overflows.
       if (derivative == 0) continue;
       method.radii.push_back(
           {sigma, sigma * sigma, derivative, _integral->get_weight(m) * _radius});
@@ -78,6 +81,7 @@ int CircularTransducer::fnm_cw_apodized() {
 }
 
 int CircularTransducer::fnm_cw_sse() {
+  if (!has_field_inputs(*this)) return kMisuse;
   // No amplitude gate in this variant: a silent piston is computed and adds zeros.
   return run_field_method(*this, [&] {
     _integral->gauss_quadrature(0, kPi);
@@ -96,6 +100,7 @@ int CircularTransducer::fnm_cw_sse() {
 }
 
 int CircularTransducer::rayleigh_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   double speed = _medium->_soundspeed;
   if (!(speed > 1e-10)) {
     services::warn("Sound speed not set; using default of 1500 m/s to calculate wavenumber.");
@@ -115,6 +120,7 @@ int CircularTransducer::rayleigh_cw() {
 }
 
 int CircularTransducer::rayleigh_cw_apodized() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
     PlanarSurface method =
@@ -130,6 +136,7 @@ int CircularTransducer::rayleigh_cw_apodized() {
 }
 
 int CircularTransducer::rayleigh_cw_sse() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
     const int n = _integral->get_npoints();

@@ -65,6 +65,7 @@ void RectangularTransducer::mex_debug(int level) {
 }
 
 int RectangularTransducer::fnm_cw_single() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
@@ -88,6 +89,7 @@ int RectangularTransducer::fnm_cw_single() {
 }
 
 int RectangularTransducer::fnm_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
@@ -104,6 +106,7 @@ int RectangularTransducer::fnm_cw() {
 }
 
 int RectangularTransducer::fnm_cw_sse() {
+  if (!has_field_inputs(*this)) return kMisuse;
   // No amplitude gate in this variant: a silent element is computed and adds zeros.
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   return run_field_method(*this, [&] {
@@ -127,6 +130,7 @@ int RectangularTransducer::fnm_cw_sse() {
 }
 
 int RectangularTransducer::fnm_cw_sse2() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
@@ -165,19 +169,21 @@ RectangleSurface RectangularTransducer::surface(double frequency) const {
   surface.weight = _complex_weight;
   surface.density = _medium->_rho_density;
   surface.f0 = _medium->_f0;  // the stored one: an unset frequency gives no field
-  surface.extent = a + b;
+  surface.extent = reach_of_nodes(a, surface.x_node) + reach_of_nodes(b, surface.y_node);
   surface.propagation = {negative_attenuation::frequency_first(*_medium),
                          negative_wavenumber(*_medium, frequency)};
   return surface;
 }
 
 int RectangularTransducer::rayleigh_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] { return surface(frequency); });
 }
 
 int RectangularTransducer::rayleigh_cw_sse() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   services::print("rayleigh_cw_sse: %d abscissas\n", _integral->get_npoints());
@@ -195,6 +201,7 @@ int RectangularTransducer::rayleigh_cw_sse() {
 }
 
 int RectangularTransducer::farfield(bool lossless) {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
@@ -215,6 +222,7 @@ int RectangularTransducer::farfield_cw() { return farfield(false); }
 int RectangularTransducer::farfield_cw_lossless() { return farfield(true); }
 
 int RectangularTransducer::radiator_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default_keeping_nan(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {

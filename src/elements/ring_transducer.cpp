@@ -1,5 +1,6 @@
 #include "elements/ring_transducer.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include "elements/disc_methods.h"
@@ -23,6 +24,7 @@ void RingTransducer::mex_debug(int level) {
 }
 
 int RingTransducer::fnm_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
     _integral->gauss_quadrature(0, kPi);
@@ -43,6 +45,7 @@ int RingTransducer::fnm_cw() {
 }
 
 int RingTransducer::rayleigh_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
     const int n = _integral->get_npoints();
@@ -56,6 +59,8 @@ int RingTransducer::rayleigh_cw() {
         both.push_back({hole[m].radius, 0, -hole[m].weight});
       }
       method.circles = std::move(both);
+      // Nothing keeps a hole from being wider than the disc.
+      method.extent = std::max(_outer_radius, _inner_radius);
       method.surfaces = 2;
     }
     method.propagation = {negative_attenuation::nepers_first(*_medium),

@@ -42,6 +42,7 @@ void SphericalRingTransducer::mex_debug(int level) {
 }
 
 int SphericalRingTransducer::fnm_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   const Medium& medium = *_medium;
@@ -56,6 +57,7 @@ int SphericalRingTransducer::fnm_cw() {
 }
 
 int SphericalRingTransducer::rayleigh_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return superpose_caps(
       *this, _inner_radius, _outer_radius, [&](double radius, std::complex<double> weight) {

@@ -34,12 +34,14 @@ CapFnm SphericalTransducer::fnm(double frequency) const {
 }
 
 int SphericalTransducer::fnm_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] { return fnm(frequency); });
 }
 
 int SphericalTransducer::fnm_cw_sse() {
+  if (!has_field_inputs(*this)) return kMisuse;
   const double frequency = frequency_or_default(*_medium);
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
@@ -54,6 +56,7 @@ int SphericalTransducer::fnm_cw_sse() {
 }
 
 int SphericalTransducer::rayleigh_cw() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
     return cap_surface({_radius, _radius_of_curvature}, *_medium, _integral->get_npoints(),
@@ -62,6 +65,7 @@ int SphericalTransducer::rayleigh_cw() {
 }
 
 int SphericalTransducer::rayleigh_cw_sse() {
+  if (!has_field_inputs(*this)) return kMisuse;
   if (is_negligible(_amplitude)) return kSuccess;
   return run_field_method(*this, [&] {
     const CapSurface surface = cap_surface({_radius, _radius_of_curvature}, *_medium,

@@ -197,6 +197,11 @@ class Tabulation {
  public:
   Table table() {
     for (_set = 0; _set < std::size(kSets); ++_set) {
+      if (!is_supported(kSets[_set])) continue;
+      rule("grule", NumericalIntegration::grule);
+      rule("modifiedgrule", NumericalIntegration::modifiedgrule);
+    }
+    for (_set = 0; _set < std::size(kSets); ++_set) {
       const ScopedInstructionSet scope(kSets[_set]);
       if (!scope.chosen()) continue;
       for (const ShapeKind shape : kShapes) tabulate(shape);
@@ -206,6 +211,18 @@ class Tabulation {
 
  private:
   void note(const std::string& row, const Hash& hash) { _table[row].of[_set] = hash.value(); }
+
+  /// Nodes and weights, which every field rests on.
+  void rule(const char* name, void (*fill)(int, double*, double*)) {
+    Hash hash;
+    for (int n = 1; n <= 400; ++n) {
+      std::vector<double> nodes(n), weights(n);
+      fill(n, nodes.data(), weights.data());
+      hash.add(nodes);
+      hash.add(weights);
+    }
+    note(name, hash);
+  }
 
   void tabulate(ShapeKind shape) {
     const std::string prefix = name_of(shape) + std::string(" ");

@@ -56,6 +56,14 @@ void superpose_fields(Transducer& element, const Methods& methods) {
   }
 }
 
+/// Grid, medium, rule and the planes to add to, which a grid without points can do without.
+inline bool has_field_inputs(const Transducer& element) {
+  const CoordinateGrid* grid = element.global_coordinate_grid();
+  return grid && element.medium() && element.integral() &&
+         (grid->npoints() < 1 ||
+          (element.real_pressure_plane() && element.imaginary_pressure_plane()));
+}
+
 /// Builds methods (a container of them) and superposes their fields in turn. When memory runs out
 /// the planes are as they were.
 template <class Build>

@@ -48,10 +48,16 @@ std::unique_ptr<TransientField> make_transient_field(TransientSum sum,
                                                      const ExcitationFunction& excitation,
                                                      const DelaySource& source, int samples);
 
-/// Grid, medium, rule, time axis, excitation and the array to add to.
+/// Grid, time axis and the array to add to, which a grid without points can do without.
+inline bool has_traces(const Transducer& element) {
+  const CoordinateGrid* grid = element.global_coordinate_grid();
+  return grid && element.time_vector() && (grid->npoints() < 1 || element.transient_pressure());
+}
+
+/// The same with medium, rule and excitation.
 inline bool has_transient_inputs(const Transducer& element) {
-  return element.global_coordinate_grid() && element.medium() && element.integral() &&
-         element.time_vector() && element._excitation_function && element.transient_pressure();
+  return has_traces(element) && element.medium() && element.integral() &&
+         element._excitation_function;
 }
 
 /// Superposes an element's transient field. `build` makes the delay source, an optional that is
@@ -101,7 +107,7 @@ int superpose_impulse_response(Transducer& element,
                                std::initializer_list<SignedImpulse<Impulse>> faces) {
   const CoordinateGrid* grid = element.global_coordinate_grid();
   const TimeSamples* axis = element.time_vector();
-  if (!grid || !axis || !element.transient_pressure()) return kMisuse;
+  if (!has_traces(element)) return kMisuse;
   try {
     const int nt = axis->nt();
     const std::vector<double> time =
