@@ -16,7 +16,10 @@ function excitation = set_excitation_function(first, second, third, fourth, fift
 %   The calculations use the lines of its spectrum whose magnitude exceeds
 %   CLIP_THRESHOLD times the largest; a negative CLIP_THRESHOLD is in decibels
 %   (-20 keeps what exceeds 1 percent). Fewer lines cost less time. 0 keeps all.
-%   With 0 a signal may have a mean; otherwise take the mean out first.
+%   The methods that sum spectral lines ('fnm_tsd' and its kin) count a mean
+%   once, 'fnm_transient' counts it twice: take the mean out first.
+%   A signal that is even about its first sample, such as [-1 0 1 0], has a real
+%   spectrum, of which only the positive lines are used: put a zero before it.
 %
 %   One excitation drives all elements. For one excitation per element, give
 %   TYPE, A0, F0, PULSE_WIDTH and B as vectors with one entry per element, or

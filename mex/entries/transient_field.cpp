@@ -51,6 +51,18 @@ class Excitations {
   std::vector<const ExcitationFunction*> _view;
 };
 
+/// A signal whose transform is real keeps its positive lines only, which no user expects.
+void warn_of_dropped_lines(const Excitations& excitations) {
+  for (const ExcitationFunction* excitation : excitations.view()) {
+    if (!excitation->dropped_negative_lines()) continue;
+    services::warn(
+        "kestrel.transient_field: a sampled signal is even about its first sample, and the "
+        "negative "
+        "lines of its real spectrum are left out; put a zero before it.");
+    return;
+  }
+}
+
 /// The grid's shape with time as the last dimension.
 mxArray* create_result(const CoordinateGrid& grid, int samples) {
   std::vector<mwSize> dimensions;
@@ -116,6 +128,8 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
     throw;
   }
   const Excitations excitations(prhs[kExcitation], elements.size());
+
+  warn_of_dropped_lines(excitations);
 
   fields::TransientSettings settings;
   settings.method = read_method(prhs[kOptions], fields::transient_methods());

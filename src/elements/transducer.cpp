@@ -184,12 +184,14 @@ void Transducer::superpose_transient_pressures(int const* points, int count, flo
 }
 
 void Transducer::zerofill_complex_pressure() {
+  if (!_global_coordinate_grid || !_real_pressure || !_imaginary_pressure) return;
   const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
   std::fill_n(_real_pressure, npoints, 0.0);
   std::fill_n(_imaginary_pressure, npoints, 0.0);
 }
 
 void Transducer::zerofill_transient_pressure() {
+  if (!_global_coordinate_grid || !_time_vector || !_transient_pressure) return;
   const auto npoints = static_cast<std::size_t>(_global_coordinate_grid->npoints());
   std::fill_n(_transient_pressure, npoints * static_cast<std::size_t>(_time_vector->nt()), 0.0);
 }

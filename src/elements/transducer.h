@@ -135,6 +135,7 @@ class Transducer {
                                      int samples);
   void superpose_transient_pressures(int const* points, int count, float const* traces, int stride,
                                      int samples);
+  /// Writes zeros into the planes, or into the transient array; does nothing without them.
   void zerofill_complex_pressure();
   void zerofill_transient_pressure();
 

@@ -8,6 +8,7 @@ void TriangleTransducer::debug(int level) { Transducer::debug(level); }
 void TriangleTransducer::mex_debug(int level) { Transducer::mex_debug(level); }
 
 int TriangleTransducer::fnm_cw() {
+  if (!_medium || !_integral || !_global_coordinate_grid) return kMisuse;
   detail::frequency_or_default(*_medium);
   const int nodes = _integral->get_npoints();
   InitializeRotationMatrix();

@@ -104,7 +104,10 @@ void ExcitationFunction::keep_lines(const services::Array<std::complex<double>>&
   const double step = ((1 / n + 1 / n) * 3.14159265358979) / _ts;
   int j = 0;
   for (int k = 0; k < lines_before; ++k) {
-    if (!kept(magnitudes[k])) continue;
+    if (!kept(magnitudes[k])) {
+      _dropped_negative_lines |= -magnitudes[k] > 1e-9 * largest && kept(-magnitudes[k]);
+      continue;
+    }
     _spectrum[j] = lines[k];
     _omega[j] = k * step;
     if (k == _nyquist_index) {
@@ -128,7 +131,7 @@ double ExcitationFunction::exact_at(double t) const {
   if (t < 0 || t > _pulse_width) return 0.0;
   double sum = 0;
   for (int j = 0; j < _nterms; ++j) {
-    sum += line_weight(j) / 2 * _line_amplitude[j] * std::cos(_omega[j] * t + _line_phase[j]);
+    sum += exact_line_weight(j) / 2 * _line_amplitude[j] * std::cos(_omega[j] * t + _line_phase[j]);
   }
   return sum;
 }
@@ -257,7 +260,7 @@ int ExcitationFunction::number_of_exact_terms() const { return 2 * _nterms; }
 void ExcitationFunction::exact_spatial_terms(double* out, const double* tau, int n,
                                              double reference) const {
   for (int j = 0; j < _nterms; ++j) {
-    const double g = line_weight(j);
+    const double g = exact_line_weight(j);
     run_line({out + 2 * std::size_t(j) * n, tau, n, reference, _omega[j], g, 0, 0, -g});
   }
 }

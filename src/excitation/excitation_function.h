@@ -94,11 +94,14 @@ class ExcitationFunction {
   virtual double* get_frequency_domain_input_signal_imag() const;
   virtual ~ExcitationFunction() = default;
 
+  /// Whether the transform of a sampled signal came back real and lost lines because they were
+  /// negative: the field is then not that of the samples.
+  bool dropped_negative_lines() const { return _dropped_negative_lines; }
   /// Of a sampled signal, seconds; 0 for an analytic one.
   double sampling_interval() const { return _ts; }
 
   /// The signal that the exact terms below give: `at`, but with the zero-frequency and Nyquist
-  /// lines of a sampled signal counted once where they are marked.
+  /// lines of a sampled signal counted once, marked or not.
   double exact_at(double t) const;
 
   /// Where the signal's power lies, Hz: f0 of an analytic pulse, of a sampled signal the mean
@@ -145,8 +148,14 @@ class ExcitationFunction {
   double _omegaw = 0.0;       ///< 2 pi / pulse_width
 
  private:
-  /// 1 for a marked zero-frequency or Nyquist line, 2 for a line that stands for a pair.
+  /// The weights of the TSD terms go by the marks: 1 for a marked zero-frequency or Nyquist line, 2
+  /// for a line that stands for a pair.
   double line_weight(int j) const { return j == _dc_index || j == _nyquist_index ? 1.0 : 2.0; }
+  /// What the line truly stands for: the zero-frequency line and the Nyquist line have no mirror
+  /// image.
+  double exact_line_weight(int j) const {
+    return _omega[j] == 0 || j == _nyquist_index ? 1.0 : 2.0;
+  }
   void keep_lines(const services::Array<std::complex<double>>& lines,
                   const services::Array<double>& magnitudes, double clip_threshold);
   double sum_of_lines(double t, double (*wave)(double)) const;
@@ -159,6 +168,7 @@ class ExcitationFunction {
   int _nterms = 0;  ///< kept lines
   int _nyquist_index = 0;
   int _dc_index = 0;
+  bool _dropped_negative_lines = false;
   services::Array<std::complex<double>> _spectrum;
   services::Array<double> _samples;
   services::Array<double> _omega;

@@ -1,8 +1,10 @@
 // Elements as objects: the method table, setters, printers, warnings, what stubs and refused calls
 // leave alone.
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <limits>
 #include <sstream>
 #include <string>
 
@@ -115,6 +117,15 @@ TEST(Settings, WeightFollowsAmplitudeAndPhaseInAnyOrder) {
     EXPECT_EQ(delayed[k]->get_complex_weight(), expected);
   }
   EXPECT_EQ(RectangularTransducer(1e-3, 2e-3).get_complex_weight(), 0.0);
+  // A negative amplitude turns the element round, whichever of the two comes last.
+  for (const auto& element : one_of_each(-2.0, 0.5)) {
+    if (dynamic_cast<TriangleTransducer*>(element.get())) continue;
+    EXPECT_EQ(element->get_complex_weight(), -expected);
+    element->set_amplitude(2);
+    element->set_amplitude(-2);
+    element->set_phase(0.5);
+    EXPECT_EQ(element->get_complex_weight(), -expected);
+  }
 }
 
 TEST(Settings, ComplexWeightIsSetButDiscouraged) {
@@ -154,6 +165,91 @@ TEST(Settings, ImpulseTimesAreNotKnownAtFirst) {
                 "Impulse end time used before impulse_begin_and_end_times was called.\n"});
 }
 
+// An end at exactly zero is known: the rim is five away, five ahead of time.
+TEST(Settings, AnImpulseMayEndAtZero) {
+  Situation s;
+  s.shape = ShapeKind::disc;
+  s.a = 3;
+  s.medium._soundspeed = 1;
+  test::Setup setup(s, Points{{0, 0, 4}});
+  setup.element().set_time_delay(-5);
+  EXPECT_EQ(setup.call(&Transducer::impulse_begin_and_end_times), kSuccess);
+  const Capture capture;
+  EXPECT_EQ(setup.element().get_impulse_end_time(), 0.0);
+  EXPECT_TRUE(capture.warnings().empty());
+  // Without a point the rectangle's span is the wrong way round.
+  test::Setup empty(typical(ShapeKind::rectangle), Points{});
+  EXPECT_EQ(empty.call(&Transducer::impulse_begin_and_end_times), kSuccess);
+  EXPECT_EQ(empty.element().get_impulse_begin_time(), std::numeric_limits<double>::max());
+  EXPECT_EQ(empty.element().get_impulse_end_time(), 0.0);
+}
+
+#if defined(__GNUC__) && defined(__x86_64__)
+// Programs index the table. In this machine's calling convention a pointer to a virtual member is 1
+// plus the offset of its slot.
+template <class Member>
+std::size_t slot_of(Member member) {
+  std::size_t offset;
+  std::memcpy(&offset, &member, sizeof offset);
+  return (offset - 1) / sizeof(void*);
+}
+
+TEST(MethodTable, KeepsItsOrder) {
+  using T = Transducer;
+  const std::size_t slots[] = {slot_of(&T::debug),
+                               slot_of(&T::mex_debug),
+                               slot_of<void (T::*)(CartesianCoordinate)>(&T::set_center),
+                               slot_of<void (T::*)(double*)>(&T::set_center),
+                               slot_of<void (T::*)(double, double, double)>(&T::set_center),
+                               slot_of<void (T::*)(CartesianCoordinate)>(&T::set_euler),
+                               slot_of<void (T::*)(double*)>(&T::set_euler),
+                               slot_of<void (T::*)(double, double, double)>(&T::set_euler),
+                               slot_of(&T::set_amplitude),
+                               slot_of(&T::set_phase),
+                               slot_of(&T::set_complex_weight),
+                               slot_of(&T::set_time_delay),
+                               slot_of(&T::set_piston_apodization_index),
+                               slot_of(&T::get_amplitude),
+                               slot_of(&T::get_phase),
+                               slot_of(&T::get_piston_apodization_index),
+                               slot_of(&T::set_global_coordinate_grid),
+                               slot_of(&T::set_integral_pointer),
+                               slot_of(&T::set_medium),
+                               slot_of(&T::set_time_vector),
+                               slot_of(&T::set_complex_pressure_pointers),
+                               slot_of(&T::set_transient_pressure_pointer),
+                               slot_of(&T::farfield_cw),
+                               slot_of(&T::fnm_cw),
+                               slot_of(&T::fnm_cw_apodized),
+                               slot_of(&T::fnm_cw_single),
+                               slot_of(&T::fnm_cw_sse),
+                               slot_of(&T::fnm_cw_sse2),
+                               slot_of(&T::radiator_cw),
+                               slot_of(&T::rayleigh_cw),
+                               slot_of(&T::rayleigh_cw_apodized),
+                               slot_of(&T::rayleigh_cw_sse),
+                               slot_of(&T::impulse_begin_and_end_times),
+                               slot_of(&T::impulse_response),
+                               slot_of(&T::fnm_transient),
+                               slot_of(&T::fnm_transient_behind_source),
+                               slot_of(&T::fnm_fdtsd),
+                               slot_of(&T::fnm_tsd),
+                               slot_of(&T::init_fnm_tsd),
+                               slot_of(&T::call_fnm_tsd),
+                               slot_of(&T::free_fnm_tsd),
+                               slot_of(&T::fnm_tsd_behind_source),
+                               slot_of(&T::fnm_tsd_low_precision),
+                               slot_of(&T::fnm_tsd_sse),
+                               slot_of(&T::rayleigh_transient),
+                               slot_of(&T::kzk_transient),
+                               slot_of(&T::kzk_cw),
+                               slot_of(&T::rotateTranslate)};
+  for (std::size_t i = 0; i < std::size(slots); ++i) {
+    EXPECT_EQ(slots[i], i + 2) << "after the destructor's two";
+  }
+}
+#endif
+
 TEST(Superposing, AddsToPlanesOrToTracesByTimeFirst) {
   CircularTransducer element;
   CoordinateGrid grid;
@@ -182,6 +278,11 @@ TEST(Superposing, AddsToPlanesOrToTracesByTimeFirst) {
   EXPECT_EQ(all, (std::vector<double>{1 + double{0.1f}, 1, 11, 1, 1, 21, 1, 1, 31, 1, 1, 41}));
   element.zerofill_transient_pressure();
   EXPECT_EQ(all, std::vector<double>(12, 0.0));
+  // No further than the time axis's last update.
+  ASSERT_TRUE(time.updatetimevectorfromminmaxdeltat(1, 0, 1));
+  ASSERT_EQ(time.nt_local(), 2);
+  element.call_superpose_transient_pressure(1, trace);
+  EXPECT_EQ(all, (std::vector<double>{0, 10, 0, 0, 20, 0, 0, 0, 0, 0, 0, 0}));
   element.set_complex_pressure_pointers(re.data(), im.data());
   EXPECT_EQ(element.transient_pressure(), nullptr);
 }
@@ -306,7 +407,7 @@ TEST(Warnings, OfAFrequencyOrSpeedThatIsNotSet) {
     }
     s.medium._f0 = 1e6;
     const bool falls_back = m.shape == ShapeKind::disc && m.method == &Transducer::rayleigh_cw;
-    for (const double speed : {0.0, -3.0, kNan}) {
+    for (const double speed : {0.0, -3.0, 1e-10, kNan}) {
       s.medium._soundspeed = speed;
       EXPECT_EQ(warnings_of(s, m.method), falls_back ? Texts{kNoSpeed} : Texts{}) << speed;
     }
@@ -325,6 +426,23 @@ TEST(Warnings, SayWhatIsComputedInstead) {
               field(typical(shape), &Transducer::fnm_cw, kPoints));
     EXPECT_EQ(peak(field(unset, &Transducer::rayleigh_cw, kPoints)), 0);
   }
+  Situation face = typical(ShapeKind::rectangle), unset = face;
+  unset.medium._f0 = 0;
+  unset.medium._dBcmMHz = 3;
+  for (const Method method :
+       {&Transducer::fnm_cw_single, &Transducer::fnm_cw_sse, &Transducer::fnm_cw_sse2}) {
+    EXPECT_EQ(field(unset, method, kPoints), field(face, method, kPoints));
+  }
+  for (const Method method : {&Transducer::farfield_cw, &Transducer::radiator_cw}) {
+    EXPECT_EQ(peak(field(unset, method, kPoints)), 0);
+  }
+  // The closed form at the centre of curvature, and beside it.
+  Situation shell = typical(ShapeKind::shell);
+  shell.medium._f0 = 0;
+  const auto near_focus =
+      field(shell, &Transducer::fnm_cw, {{0, 0, shell.b}, {0, 0, shell.b + 1e-3}});
+  EXPECT_EQ(std::abs(near_focus[0]), 0);
+  EXPECT_GT(std::abs(near_focus[1]), 0);
   Situation no_speed = typical(ShapeKind::disc);
   no_speed.medium._soundspeed = 0;
   EXPECT_EQ(field(no_speed, &Transducer::rayleigh_cw, kPoints),
@@ -365,6 +483,38 @@ TEST(FourWide, NodesBeyondAMultipleOfFourDoNotCount) {
 }
 
 // The round planar shapes fill the shared rule over (0, pi); the others leave it alone.
+// A negative inner radius is no hole.
+TEST(Rings, CountANegativeInnerRadiusAsNone) {
+  for (const CwMethod& m : kCwMethods) {
+    if (m.shape != ShapeKind::ring && m.shape != ShapeKind::spherical_ring) continue;
+    Situation whole = typical(m.shape), negative = whole;
+    whole.a = 0;
+    negative.a = -1e-3;
+    EXPECT_EQ(field(negative, m.method, kPoints), field(whole, m.method, kPoints)) << m.name;
+  }
+}
+
+// In front or behind is decided in the method's own precision.
+TEST(Rectangle, DecidesTheSideInItsPrecision) {
+  const Situation s = typical(ShapeKind::rectangle);
+  const Points point = {{1e-4, 2e-4, -1e-50}};
+  EXPECT_EQ(peak(field(s, &Transducer::fnm_cw, point)), 0);
+  EXPECT_EQ(peak(field(s, &Transducer::fnm_cw_sse, point)), 0);
+  EXPECT_GT(peak(field(s, &Transducer::fnm_cw_single, point)), 0);
+  EXPECT_GT(peak(field(s, &Transducer::fnm_cw_sse2, point)), 0);
+}
+
+TEST(SharedRule, IsTakenAsItStandsByShells) {
+  for (const ShapeKind shape : {ShapeKind::shell, ShapeKind::spherical_ring}) {
+    Bench bench(typical(shape), kPoints);
+    bench.rule().gauss_quadrature(-0.3, 0.8);
+    const double node = bench.rule().get_abscissa(0);
+    bench.call(&Transducer::fnm_cw);
+    EXPECT_EQ(bench.rule().get_abscissa(0), node);
+    EXPECT_NE(bench.field(), field(typical(shape), &Transducer::fnm_cw, kPoints));
+  }
+}
+
 TEST(SharedRule, IsRefilledByDiscAndRing) {
   for (const ShapeKind shape : kShapes) {
     Bench bench(typical(shape), kPoints);
@@ -373,6 +523,31 @@ TEST(SharedRule, IsRefilledByDiscAndRing) {
     bench.call(&Transducer::fnm_cw);
     const bool refilled = shape == ShapeKind::disc || shape == ShapeKind::ring;
     EXPECT_EQ(bench.rule().get_abscissa(31) > 0, refilled);
+  }
+}
+
+// The inputs are looked at first, as in the transient methods: before a warning, before a
+// negligible amplitude. A grid without points needs no planes.
+TEST(ContinuousWave, RefusesMissingInputs) {
+  using Take = void (*)(Transducer&);
+  const Take missing[] = {
+      [](Transducer& e) { e.set_integral_pointer(nullptr); },
+      [](Transducer& e) { e.set_medium(nullptr); },
+      [](Transducer& e) { e.set_global_coordinate_grid(nullptr); },
+      [](Transducer& e) { e.set_transient_pressure_pointer(nullptr); },
+      [](Transducer& e) { e.set_complex_pressure_pointers(e.real_pressure_plane(), nullptr); }};
+  const standalone::Capture quiet;
+  for (const test::CwMethod& method : test::kCwMethods) {
+    const test::Situation s = test::typical(method.shape);
+    for (const Take take : missing) {
+      test::Bench bench(s, test::Points{{0, 0, 0.02}});
+      take(bench.element());
+      EXPECT_EQ(bench.call(method.method), kMisuse) << method.name;
+      bench.element().zerofill_complex_pressure();
+      bench.element().zerofill_transient_pressure();
+    }
+    test::Setup empty(s, test::Points{});
+    EXPECT_EQ(empty.call(method.method), kSuccess) << method.name;
   }
 }
 

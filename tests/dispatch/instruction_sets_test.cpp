@@ -104,6 +104,33 @@ TEST_P(InstructionSets, LeavePointsOutOfReachToTheScalarPath) {
   }
 }
 
+// Nodes may lie beyond the face: a hole wider than its disc, a rule that is not on (-1, 1). With a
+// loss of thousands of nepers their exponentials leave the range of the wide one.
+TEST_P(InstructionSets, KnowHowFarTheNodesReach) {
+  Situation ring = typical(ShapeKind::ring);
+  ring.a = 30e-3, ring.b = 10e-3;
+  Situation face = typical(ShapeKind::rectangle);
+  face.a = face.b = 20e-3;
+  for (Situation* s : {&ring, &face}) s->medium._f0 = 10e6, s->medium._dBcmMHz = 60;
+  const auto on = [](InstructionSet set, const Situation& s, Method method, double x) {
+    const ScopedInstructionSet scope(set);
+    Bench bench(s, Points{{x, 0, 1e-3}});
+    if (s.shape == ShapeKind::rectangle) bench.rule().gauss_quadrature(0, M_PI);
+    bench.call(method);
+    return bench.field();
+  };
+  for (double x = 0.05; x < 0.15; x += 0.0005) {
+    const auto expect = [&](const Situation& s, Method method) {
+      const auto scalar = on(InstructionSet::scalar, s, method, x);
+      EXPECT_LE(difference(on(GetParam(), s, method, x), scalar), 1e-11) << x;
+    };
+    expect(ring, &Transducer::rayleigh_cw);
+    expect(face, &Transducer::rayleigh_cw);
+    expect(face, &Transducer::fnm_cw);
+    expect(face, &Transducer::fnm_cw_single);
+  }
+}
+
 TEST_P(InstructionSets, GiveAPointTheSameValueInAnyCompany) {
   RandomSituations random(23);
   for (const CwMethod& method : kCwMethods) {

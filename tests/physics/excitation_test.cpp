@@ -101,6 +101,50 @@ double central_difference(const ExcitationFunction& e, double t, double h) {
   return (8 * (e.at(t + h) - e.at(t - h)) - (e.at(t + 2 * h) - e.at(t - 2 * h))) / (12 * h);
 }
 
+/// The signal that the terms of the field methods sum to, at a time and a delay.
+double sum_of_exact_terms(const ExcitationFunction& e, double t, double tau) {
+  const int terms = e.number_of_exact_terms();
+  std::vector<double> spatial(terms), temporal(terms);
+  e.exact_spatial_terms(spatial.data(), &tau, 1, 0);
+  e.exact_temporal_terms(temporal.data(), &t, 1, 0);
+  double sum = 0;
+  for (int k = 0; k < terms; ++k) sum += spatial[k] * temporal[k];
+  return sum;
+}
+
+// The lines of a signal on the imaginary axis: a phase of -90 degrees must keep its sign.
+TEST(SampledSignal, KeepsTheSignOfAPurelyImaginaryLine) {
+  EXPECT_NEAR(sampled({0, -1, 0, 1}, 1, 4)->at(1), -1, 1e-14);
+  EXPECT_NEAR(sampled({0, 1, 0, -1}, 1, 4)->at(1), 1, 1e-14);
+}
+
+// With a mean and without one, of whole numbers (so that the zero-frequency line is exactly zero),
+// and with every line kept or only those above a threshold: the field methods meet the samples.
+TEST(SampledSignal, MeetsItsSamplesInTheFieldMethods) {
+  const std::vector<double> signals[] = {
+      {1, 1, 1, 1, 1, 1, -1, -1, -1, -1, -1, -1},
+      {3, 1, 4, -1, -5, -2, 0, 7, -7, 0},
+      {3, 1, 4, -1, -5, -2, 0, 7, -7, 2},
+      {0, 1, 2, 1, 0, -1, -2, -1},
+      // Even about its first sample but for the zero that is put before it.
+      {0, -1, 0, 1, 0, -1, 0, 1, 0, 0},
+  };
+  for (std::size_t s = 0; s < std::size(signals); ++s) {
+    for (const double clip : {0.0, 1e-9}) {
+      const std::vector<double>& signal = signals[s];
+      const auto e = sampled(signal, 0.5, 0.5 * static_cast<double>(signal.size()), clip);
+      EXPECT_FALSE(e->dropped_negative_lines());
+      for (std::size_t i = 0; i < signal.size(); ++i) {
+        const double t = 0.5 * static_cast<double>(i), tau = 0.25;
+        EXPECT_NEAR(e->exact_at(t), signal[i], 1e-12) << s << ", " << clip << ", " << i;
+        EXPECT_NEAR(sum_of_exact_terms(*e, t + tau, tau), signal[i], 1e-12) << s << ", " << clip;
+      }
+    }
+  }
+  EXPECT_TRUE(sampled({-1, 0, 1, 0, -1, 0, 1, 0}, 1, 8)->dropped_negative_lines());
+  EXPECT_FALSE(sampled({1, 0, -1, 0, 1, 0, -1, 0}, 1, 8)->dropped_negative_lines());
+}
+
 TEST(AnalyticPulses, RateIsTheSlopeOfTheSignal) {
   for (const auto& [name, pulse, scale] : pulses()) {
     const SignalRate rate(*pulse);

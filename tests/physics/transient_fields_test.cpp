@@ -320,5 +320,25 @@ TEST(TransientField, SuperposesTurnsAndScales) {
   }
 }
 
+// Next to the centre of curvature the delays all but coincide, and their large weights cancel.
+TEST(TransientFields, KeepTheirDigitsInSinglePrecisionNextToTheCentreOfCurvature) {
+  Situation shell = typical(ShapeKind::shell);
+  shell.a = 10e-3;
+  shell.b = 30e-3;
+  shell.nodes = 64;
+  Points points;
+  for (const double distance : {1e-6, 1e-5, 1e-4}) {
+    points.emplace_back(distance, 0, shell.b);
+    points.emplace_back(0, 0, shell.b + distance);
+  }
+  TimeSamples axis(0.05e-6, 18e-6, 28e-6);
+  for (const auto& [name, signal] :
+       {NamedExcitation{"hanning", hanning()}, {"tone", tone()}, {"t-cubed", t_cubed()}}) {
+    const Traces twice = transient(shell, &Transducer::fnm_tsd, points, axis, *signal);
+    const Traces once = transient(shell, &Transducer::fnm_tsd_low_precision, points, axis, *signal);
+    EXPECT_LT(difference(once, twice), 1e-5) << name;
+  }
+}
+
 }  // namespace
 }  // namespace kestrel::test

@@ -564,7 +564,9 @@ inline constexpr CwMethod kCwMethods[] = {
     {"shell rayleigh_cw", shell, &T::rayleigh_cw, shell_rayleigh, 1e-12, true},
     {"shell rayleigh_cw_sse", shell, &T::rayleigh_cw_sse, shell_rayleigh, 8e-3, false},
     {"spherical ring fnm_cw", spherical_ring, &T::fnm_cw, spherical_ring_fnm, 0, true},
-    {"spherical ring rayleigh_cw", spherical_ring, &T::rayleigh_cw, spherical_ring_rayleigh, 1e-12,
+    // Phases of up to 1100 rad are uncertain by two roundings of their path, 2.5e-13 rad, and outer
+    // and inner cap cancel to some tenth of their size; how much is met depends on the library.
+    {"spherical ring rayleigh_cw", spherical_ring, &T::rayleigh_cw, spherical_ring_rayleigh, 5e-12,
      true},
 };
 

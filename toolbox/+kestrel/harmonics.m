@@ -22,7 +22,9 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
 %   to the source (below a fifth of the circle's Rayleigh distance) on the axis only; for
 %   shells of up to 25 degrees half angle. Within some radii of the face the harmonics above
 %   the first come out too high, since the wave is read as if it had gone further: by 2 % of
-%   the distance 3.5 radii of a circle away, 6 % at 2 radii, 21 % at one.
+%   the distance 3.5 radii of a circle away, 6 % at 2 radii, 21 % at one. These hold for the
+%   main lobe: side lobes beyond 0.15 rad are rough, by 10 to 30 % of themselves, and so is
+%   a shell's second harmonic off the axis before 0.7 of the way to the focus.
 %
 %   Warnings come for a source of ka below 10, for a shell of a half angle above 25 degrees,
 %   when the shock is stronger than the harmonics carried can hold, for a step or radius out

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
+#include <vector>
 
 #include "numerics/instruction_set.h"
 #include "numerics/run_kernel.h"
@@ -89,6 +91,14 @@ struct Propagation {
     return (by_loss < by_phase ? by_loss : by_phase) - std::abs(extent);
   }
 };
+
+/// The larger of half a side and the farthest node of a rule scaled to it: a rule that is not on
+/// (-1, 1) reaches beyond the face.
+inline double reach_of_nodes(double half_side, const std::vector<double>& nodes) {
+  double farthest = std::abs(half_side);
+  for (const double node : nodes) farthest = std::max(farthest, std::abs(node));
+  return farthest;
+}
 
 /// Runs a tile kernel on the instruction set in use, or on the plain path when the tile holds
 /// points that the wide functions cannot take.

@@ -44,7 +44,8 @@ int fnm_cw_apodized(const Circle& face, ElementInputs& in) {
       const double sigma = in.rule->get_abscissa(m) * face.radius;
       const double derivative =
           piston_apodization().derivative(in.apodization_index, sigma, face.radius);
-      // The nodes reach out to pi a; beyond the rim the profile is flat and adds nothing.
+      // The nodes reach out to pi a; beyond the rim the profile is flat and adds nothing,
+      // even where a growing wave overflows.
       if (derivative == 0) continue;
       method.radii.push_back(
           {sigma, sigma * sigma, derivative, in.rule->get_weight(m) * face.radius});

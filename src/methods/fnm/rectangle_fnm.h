@@ -49,7 +49,10 @@ struct RectangleFnm {
            static_cast<int>(projection<Real>(b + yr, b - yr));
   }
 
-  double reach() const { return propagation.reach(half_width + half_height); }
+  double reach() const {
+    return propagation.reach(reach_of_nodes(half_width, x_node) +
+                             reach_of_nodes(half_height, y_node));
+  }
 
   /// Writes the pressures of the tile's points, all of `region`, into its re and im.
   void evaluate(FieldTile& tile, int region) const;

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "methods/common/disc_tables.h"
 #include "methods/common/superpose_field.h"
 #include "methods/element_methods.h"
@@ -77,6 +79,8 @@ int rayleigh_cw(const Ring& face, ElementInputs& in) {
       method.circles = std::move(both);
       method.surfaces = 2;
     }
+    // Nothing keeps a hole from being wider than the disc.
+    method.extent = std::max(face.outer_radius, face.inner_radius);
     method.propagation = {negative_attenuation::nepers_first(*in.medium),
                           negative_wavenumber(*in.medium, in.medium->_f0)};
     return method;

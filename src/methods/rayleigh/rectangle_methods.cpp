@@ -26,7 +26,7 @@ RectangleSurface surface_of(const Rectangle& face, const ElementInputs& in, doub
   surface.weight = in.weight;
   surface.density = in.medium->_rho_density;
   surface.f0 = in.medium->_f0;  // the stored one: an unset frequency gives no field
-  surface.extent = a + b;
+  surface.extent = reach_of_nodes(a, surface.x_node) + reach_of_nodes(b, surface.y_node);
   surface.propagation = {negative_attenuation::frequency_first(*in.medium),
                          negative_wavenumber(*in.medium, frequency)};
   return surface;
