@@ -5,9 +5,8 @@
 #include "elements/cap_methods.h"
 #include "methods/common/superpose_field.h"
 #include "methods/fnm/four_wide_fields.h"
+#include "methods/kzk/compat.h"
 #include "methods/kzk/element_methods.h"
-#include "methods/kzk/nonlinear_step.h"
-#include "methods/kzk/wave_diffraction.h"
 #include "methods/transient/transient_methods.h"
 #include "services/services.h"
 

@@ -28,7 +28,24 @@ void fill_problem(kzk::Problem& problem, const Transducer& element, const kzk::A
 /// Issues the march's warnings and answers its code.
 int code_of(const kzk::Report& march) {
   for (const std::string& warning : march.warnings) services::warn(warning.c_str());
-  return static_cast<int>(march.code);
+  if (!march.error) return kSuccess;
+  return march.error->kind() == ErrorKind::out_of_memory ? kOutOfMemory : kMisuse;
+}
+
+/// Gives `march` the element's points, and calls add(i, result) for each of them when it is done.
+template <class March, class Add>
+int superpose(Transducer& element, const March& march, const Add& add) {
+  if (is_negligible(element.get_amplitude())) return kSuccess;
+  try {
+    const std::vector<kzk::Point> points = kzk_points(element);
+    const auto result = march(points);
+    const int code = code_of(result);
+    if (code != kSuccess) return code;
+    for (std::size_t i = 0; i < points.size(); ++i) add(i, result);
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  }
+  return kSuccess;
 }
 
 }  // namespace
@@ -79,19 +96,14 @@ int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture) {
       element.real_pressure_plane() == nullptr) {
     return kMisuse;
   }
-  if (is_negligible(element.get_amplitude())) return kSuccess;
-  try {
-    const std::vector<kzk::Point> points = kzk_points(element);
-    const kzk::CwResult result = kzk::march_cw(kzk_cw_problem(element, aperture, points));
-    const int code = code_of(result);
-    if (code != kSuccess) return code;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-      element.superpose_complex_pressure(static_cast<int>(i), result.pressure[i]);
-    }
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  }
-  return kSuccess;
+  return superpose(
+      element,
+      [&](std::span<const kzk::Point> points) {
+        return kzk::march_cw(kzk_cw_problem(element, aperture, points));
+      },
+      [&](std::size_t i, const kzk::CwResult& result) {
+        element.superpose_complex_pressure(static_cast<int>(i), result.pressure[i]);
+      });
 }
 
 int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture) {
@@ -100,22 +112,17 @@ int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture) 
       element.transient_pressure() == nullptr) {
     return kMisuse;
   }
-  if (is_negligible(element.get_amplitude())) return kSuccess;
-  try {
-    const std::vector<kzk::Point> points = kzk_points(element);
-    const std::vector<double> times = kzk_times(element);
-    const kzk::TransientResult result =
-        kzk::march_transient(kzk_transient_problem(element, aperture, points, times));
-    const int code = code_of(result);
-    if (code != kSuccess) return code;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-      element.superpose_transient_pressure(static_cast<int>(i),
-                                           result.pressure.data() + i * times.size());
-    }
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  }
-  return kSuccess;
+  std::vector<double> times;
+  return superpose(
+      element,
+      [&](std::span<const kzk::Point> points) {
+        times = kzk_times(element);
+        return kzk::march_transient(kzk_transient_problem(element, aperture, points, times));
+      },
+      [&](std::size_t i, const kzk::TransientResult& result) {
+        element.superpose_transient_pressure(static_cast<int>(i),
+                                             result.pressure.data() + i * times.size());
+      });
 }
 
 }  // namespace kestrel::detail

@@ -9,11 +9,11 @@
 
 namespace kestrel::detail {
 
-/// The nonlinear methods of the circular piston (curvature 0) and the shell: an element's inputs
-/// given to the marches of transducers/kernels, and what they deliver superposed.
+/// The nonlinear methods of the circular piston (curvature 0) and the shell. They give an element's
+/// inputs to the march and superpose what it delivers.
 ///
 /// Codes as from every method: kOutOfMemory and kMisuse (no start, blow-up, missing input) leave
-/// the planes as they were. Warnings of the march go to the host.
+/// the planes as they were. Warnings of the march are issued by services::warn.
 int superpose_kzk_cw(Transducer& element, const kzk::Aperture& aperture);
 int superpose_kzk_transient(Transducer& element, const kzk::Aperture& aperture);
 
