@@ -40,7 +40,7 @@ toolbox:
 demo: toolbox
 	@mkdir -p build/demo
 	@cd build/demo && LC_ALL=C.UTF-8 octave-cli --norc --no-history --quiet \
-	  --path $(CURDIR)/examples --path $(CURDIR)/build/toolbox --eval demo
+	  --path $(CURDIR)/examples --path $(CURDIR)/build/toolbox --eval first_field
 
 .PHONY: test
 ifeq ($(OCTAVE),off)

@@ -3,6 +3,14 @@
 
 file(GLOB_RECURSE toolbox_files CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}/toolbox" toolbox/*)
 
+# The toolbox reads its version from its list of functions.
+set(contents "${PROJECT_SOURCE_DIR}/toolbox/+kestrel/Contents.m")
+file(STRINGS "${contents}" version_line REGEX "^% Version ")
+if(NOT version_line MATCHES "^% Version ${PROJECT_VERSION} ")
+  message(FATAL_ERROR "${contents} must say \"% Version ${PROJECT_VERSION} <date>\": \"${version_line}\"")
+endif()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${contents}")
+
 # Only what an earlier run put there is ever removed, so any folder may be named.
 set(manifest "${PROJECT_BINARY_DIR}/toolbox_files.txt")
 if(EXISTS "${manifest}")

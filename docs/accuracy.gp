@@ -2,7 +2,7 @@
 # current folder:   gnuplot -e "images='FOLDER'" accuracy.gp
 
 if (!exists("images")) images = "."
-canvas(name, width, height) = sprintf("set terminal pngcairo size %d,%d font 'DejaVu Sans,10'; set output '%s/accuracy_%s.png'", width, height, images, name)
+canvas(name, width, height) = sprintf("set terminal pngcairo size %d,%d font 'DejaVu Sans,11'; set output '%s/accuracy_%s.png'", width, height, images, name)
 
 # Colours that stay apart for every kind of colour vision.
 blue = "#0072b2"; orange = "#e69f00"; green = "#009e73"; red = "#d55e00"
@@ -34,10 +34,12 @@ kinds = "lossless lossy"; zones = "near far"
 all = "fnm_cw fnm_cw_single fnm_cw_sse fnm_cw_sse2 rayleigh_cw rayleigh_cw_sse radiator_cw rayleigh_cw_apodized"
 number(method) = sum [j = 1:words(all)] (word(all, j) eq method ? j : 0)
 colour_of(method) = number(method) > 7 ? grey : colours[number(method)]
-mark_of(method) = number(method) > 7 ? 8 : marks[number(method)]
+mark_of(method) = number(method) > 7 ? 3 : marks[number(method)]
+# Other methods' lines cover this one's, so it is drawn wider below them.
+width_of(method) = method eq "rayleigh_cw" ? 5 : 1.8
 
 do for [s = 1:5] {
-  eval canvas(shapes[s], 1040, 700)
+  eval canvas(shapes[s], 1080, 700)
   set multiplot
   set label 1 headings[s].", 1 MHz" at screen 0.07, 0.965 font "DejaVu Sans,13" textcolor rgb ink
   set logscale xy
@@ -59,7 +61,7 @@ do for [s = 1:5] {
       }
       plot for [i = 1:words(methods[s])] "convergence_".shapes[s].".dat" \
         index word(kinds, row + 1)." ".word(zones, column + 1)." ".word(methods[s], i) \
-        using 1:2 with linespoints linewidth 1.8 pointsize 0.8 \
+        using 1:2 with linespoints linewidth width_of(word(methods[s], i)) pointsize 0.8 \
         linecolor rgb colour_of(word(methods[s], i)) pointtype mark_of(word(methods[s], i)) \
         title word(methods[s], i)
       unset label 1
@@ -91,7 +93,7 @@ do for [t = 0:1] {
       dashtype (4, 3) title "rule for round shapes", \
     "" index "rectangle, square" using 1:(column(2 + t)) with points pointtype 5 pointsize 1.1 linecolor rgb "#000000" title "square", \
     "" index "rectangle, 1:4" using 1:(column(2 + t)) with points pointtype 4 pointsize 1.5 linecolor rgb "#000000" title "rectangle 1:4", \
-    for [i = 1:5] "" index round[i] using 1:(column(2 + t)) with points pointtype marks[i] pointsize 1.1 \
+    for [i = 1:5] "" index round[i] using 1:(column(2 + t)) with points pointtype marks[i] pointsize 2.4 - 0.3*i \
       linecolor rgb round_colours[i] title round[i]
 }
 unset multiplot; unset output
@@ -103,7 +105,7 @@ eval canvas("loss", 1100, 420)
 set multiplot layout 1, 3 margins 0.065, 0.985, 0.135, 0.9 spacing 0.075
 set logscale xy; set format y powers
 set xrange [0.08:12]; set yrange [1e-4:1e-1]; set xtics (0.1, 0.2, 0.5, 1, 2, 5, 10); set ytics auto
-set xlabel "attenuation, dB/(cm MHz)" offset 0, 0.3; set ylabel "difference, fraction of the peak" offset 1, 0
+set xlabel "attenuation (dB/(cm MHz))" offset 0, 0.3; set ylabel "difference, fraction of the peak" offset 1, 0
 set title "fnm_cw against the Rayleigh integral" noenhanced offset 0, -0.6 textcolor rgb ink
 set key top left Left reverse noenhanced samplen 2 spacing 1.2
 array names[5] = ["rectangle", "circular", "ring", "shell", "spherical ring"]
@@ -114,7 +116,7 @@ plot "loss.dat" using 1:2 with lines linewidth 4 linecolor rgb "#999999" title "
 
 unset logscale; set logscale y
 set xrange [0:120]; set yrange [0.02:60]; set xtics 20; set format y "%g"
-set xlabel "depth on the axis, mm"; set ylabel "pressure, MPa for 1 m/s"
+set xlabel "depth on the axis (mm)"; set ylabel "pressure (MPa for 1 m/s)"
 set title "Disc at 1 dB/(cm MHz)"
 plot "axial.dat" using 1:4 linewidth 2.2 linecolor rgb colour_of("rayleigh_cw") title "rayleigh_cw", \
   "" using 1:5 linewidth 5 linecolor rgb "#bbbbbb" title "rayleigh_cw_apodized, profile 0", \
@@ -131,19 +133,19 @@ eval fresh_panel
 
 # ---- where methods end ---------------------------------------------------------------------------
 
-eval canvas("limits", 1000, 400)
-set multiplot layout 1, 2 margins 0.075, 0.98, 0.14, 0.9 spacing 0.1
+eval canvas("limits", 1040, 420)
+set multiplot layout 1, 2 margins 0.085, 0.98, 0.14, 0.9 spacing 0.11
 set logscale xy; set format xy powers; set xtics auto; set ytics auto
 set key top right Left reverse noenhanced samplen 2 spacing 1.2
 set xrange [0.02:2]; set yrange [5e-3:3]; set format xy "%g"
 set xtics (0.02, 0.05, 0.1, 0.2, 0.5, 1, 2); set ytics (0.01, 0.03, 0.1, 0.3, 1, 3)
-set xlabel "distance, m" offset 0, 0.3; set ylabel "error, fraction of the peak at that distance" offset 1, 0
+set xlabel "distance (m)" offset 0, 0.3; set ylabel "error, fraction of the peak at that distance" offset 1, 0
 set title "farfield_cw of the rectangle" noenhanced
-plot "farfield.dat" using 1:2 with linespoints pointtype 7 linewidth 1.8 linecolor rgb blue title "no loss", \
-  "" using 1:3 with points pointtype 6 pointsize 1.6 linecolor rgb red title "1 dB/(cm MHz)", \
-  [0.1:2] 0.0237/x with lines dashtype 2 linewidth 1.5 linecolor rgb grey title "falling as 1/distance"
+plot [0.02:2] 0.0237/x with lines linewidth 8 linecolor rgb "#cccccc" title "falling as 1/distance", \
+  "farfield.dat" using 1:2 with linespoints pointtype 7 linewidth 1.8 linecolor rgb blue title "no loss", \
+  "" using 1:3 with points pointtype 6 pointsize 1.8 linecolor rgb red title "1 dB/(cm MHz)"
 set xrange [1e-4:10]; set yrange [1e-14:1]; set format xy powers; set xtics auto; set ytics 1e-14, 100, 1
-set xlabel "distance from the centre of curvature, mm"; set ylabel "error, fraction of the focal peak"
+set xlabel "distance from the centre of curvature (mm)"; set ylabel "error, fraction of the focal peak"
 set title "Shell near its centre of curvature"; set key center right
 plot "focus.dat" using ($1*1e3):3 with linespoints pointtype mark_of("fnm_cw_sse") linewidth 1.8 linecolor rgb colour_of("fnm_cw_sse") title "fnm_cw_sse", \
   "" using ($1*1e3):4 with linespoints pointtype mark_of("rayleigh_cw_sse") linewidth 1.8 linecolor rgb colour_of("rayleigh_cw_sse") title "rayleigh_cw_sse", \
@@ -154,17 +156,17 @@ unset logscale; eval fresh_panel
 # ---- maps ----------------------------------------------------------------------------------------
 
 set pm3d map; unset key; unset grid; unset title; set border 15; set tics out scale 0.5
-eval canvas("rectangle_map", 1000, 620)
-set multiplot layout 2, 2 margins 0.07, 0.92, 0.09, 0.93 spacing 0.14, 0.14
+eval canvas("rectangle_map", 1100, 640)
+set multiplot layout 2, 2 margins 0.065, 0.885, 0.09, 0.93 spacing 0.18, 0.15
 set format "%g"; set xtics 10; set ytics 6; set xrange [0.5:35.5]; set yrange [-12:12]
-set ylabel "y, mm" offset 1, 0; set xlabel "z, mm" offset 0, 0.4
+set ylabel "y (mm)" offset 1, 0; set xlabel "z (mm)" offset 0, 0.4
 set palette defined (0 "#000004", 0.13 "#1f0c48", 0.25 "#550f6d", 0.38 "#88226a", 0.5 "#ba3655", 0.63 "#e35933", 0.75 "#f98e09", 0.88 "#f9c932", 1 "#fcffa4")
 set title "Rectangle, plane x = 0: pressure" offset 0, -0.6; set cbrange [0:1]; set cbtics 0.25 offset -0.5, 0
-set cblabel "fraction of the peak" offset -0.5, 0
+set cblabel "fraction of the peak" offset 0.5, 0
 splot "rectangle_map.dat" using 1:2:3 with pm3d
 set logscale cb; set format cb powers
 set palette defined (0 "#f7fbff", 0.2 "#d0e1f2", 0.4 "#94c4df", 0.6 "#4a98c9", 0.8 "#1764ab", 1 "#08306b")
-set cblabel "error"
+set cblabel "error, fraction of the peak" offset 1, 0
 set title "fnm_cw, 24 nodes" noenhanced
 set cbrange [1e-16:1e-12]; set cbtics (1e-16, 1e-15, 1e-14, 1e-13, 1e-12)
 splot "rectangle_map.dat" using 1:2:($4 < 1e-16 ? 1e-16 : $4) with pm3d
@@ -177,10 +179,10 @@ splot "rectangle_map.dat" using 1:2:($6 < 1e-6 ? 1e-6 : $6) with pm3d
 unset multiplot; unset output
 unset logscale cb
 
-eval canvas("spherical_ring_map", 900, 560)
-set lmargin at screen 0.08; set rmargin at screen 0.87; set tmargin at screen 0.92; set bmargin at screen 0.1
+eval canvas("spherical_ring_map", 960, 560)
+set lmargin at screen 0.08; set rmargin at screen 0.84; set tmargin at screen 0.92; set bmargin at screen 0.1
 set format "%g"; set xrange [0:20]; set yrange [-1.2:10.9]; set xtics 5; set ytics 2
-set xlabel "distance from the axis, mm"; set ylabel "z, mm"; set cblabel "pressure, MPa for 1 m/s" offset 0.5, 0
+set xlabel "distance from the axis (mm)"; set ylabel "z (mm)"; set cblabel "pressure (MPa for 1 m/s)" offset 1, 0
 set logscale cb; set cbrange [0.01:5]; set cbtics (0.01, 0.03, 0.1, 0.3, 1, 3); set format cb "%g"
 set palette defined (0 "#ffffff", 0.15 "#d0e1f2", 0.4 "#94c4df", 0.6 "#4a98c9", 0.8 "#1764ab", 1 "#08306b")
 set title "Spherical ring, radii 10 mm and 15 mm, curvature 25 mm: fnm\\_cw" enhanced offset 0, -0.6

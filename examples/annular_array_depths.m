@@ -18,14 +18,15 @@ if exist('OCTAVE_VERSION', 'builtin')
   warning('off', 'Octave:gnuplot-graphics');
   graphics_toolkit('gnuplot');   % draws without a display
 end
-picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 8 7]);
+picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 8 7.2]);
 worst = 0;
 for i = 1:numel(depths)
   focused = kestrel.focus(array, [0 0 depths(i)], medium, f0);
-  axes('position', [0.08, 1.015 - 0.245 * i, 0.9, 0.17]);
+  place = [0.09, 1.04 - 0.235 * i, 0.76, 0.15];
+  axes('position', place);
   panel = kestrel.show_field(kestrel.cw_field(focused, grid, medium, 64, f0), grid, ...
-                             'title', sprintf('Focus at %g mm (40 dB)', 1e3 * depths(i)));
-  colorbar(panel, 'off');
+                             'title', sprintf('Focus at %g mm', 1e3 * depths(i)), ...
+                             'colorbar', false);
   if i < numel(depths)
     xlabel(panel, '');
   end
@@ -43,6 +44,10 @@ for i = 1:numel(depths)
   fprintf('focus at %2.0f mm: peak at %.1f mm, gain %.1f, %.1f mm long at -6 dB\n', ...
           1e3 * depths(i), 1e3 * beam.place(3), beam.gain, 1e3 * beam.width_6db(3));
 end
+bar = colorbar(panel);   % one for all, as all have the same range
+set(panel, 'position', place);
+set(bar, 'position', [0.885, place(2), 0.025, 0.705 + place(4)]);
+ylabel(bar, 'pressure, dB re the peak of each field');
 print(picture, 'annular_array_depths.png', '-dpng', '-r125');
 close(picture);
 fprintf('check: %.1e of the peak from the closed form on the axis, allowed 1e-9\n', worst);

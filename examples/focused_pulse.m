@@ -26,18 +26,21 @@ if exist('OCTAVE_VERSION', 'builtin')
   warning('off', 'Octave:gnuplot-graphics');
   graphics_toolkit('gnuplot');   % draws without a display
 end
-picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 8 6]);
+picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 8 8]);
 for i = 1:numel(moments)
-  axes('position', [0.085 + 0.235 * (i - 1), 0.52, 0.19, 0.43]);
-  imagesc([-11 11], [2 44], 1e-6 * p(:, :, i).', [-1 1] * 2);
-  axis('image');
-  colormap(gray(64));
-  title(sprintf('%.1f us', 1e6 * moments(i)));
-  xlabel('x (mm)');
-  if i == 1
-    ylabel('z (mm)');
+  place = [0.085 + 0.41 * mod(i - 1, 2), 0.745 - 0.295 * (i > 2), 0.34, 0.205];
+  axes('position', place);
+  panel = kestrel.show_field(p(:, :, i), grid, 'scale', 'signed', 'range', [-2e6 2e6], ...
+                             'title', sprintf('After %.1f us', 1e6 * moments(i)), ...
+                             'colorbar', false);
+  if mod(i, 2) == 0
+    ylabel(panel, '');
   end
 end
+bar = colorbar(panel);   % one for all, as all have the same range
+set(panel, 'position', place);
+set(bar, 'position', [0.875, place(2), 0.025, 0.5]);
+ylabel(bar, 'pressure (MPa)');
 
 % The pressure at the focus, with the delays and without.
 time = set_time_samples(10e-9, 10e-6, 30e-6);
@@ -45,12 +48,14 @@ t = (0:2000) * 10e-9 + 10e-6;
 there = set_coordinate_grid(focus);
 with_delays = kestrel.transient_field(focused, there, medium, time, 24, pulse);
 without = kestrel.transient_field(array, there, medium, time, 24, pulse);
-axes('position', [0.09, 0.09, 0.4, 0.27]);
-plot(1e6 * t, 1e-6 * with_delays, '-k', 1e6 * t, 1e-6 * without, '-r');
-xlim([17 26]);
-legend('focused', 'not focused', 'location', 'southwest');
-title('At the focus (MPa)');
+axes('position', [0.085, 0.075, 0.4, 0.24]);
+lines = plot(1e6 * t, 1e-6 * with_delays, '-k', 1e6 * t, 1e-6 * without, '-r');
+set(lines, 'linewidth', 3);
+axis([17 27 -6 6]);
+legend('focused', 'not focused', 'location', 'northwest');
+title('At the focus');
 xlabel('time (us)');
+ylabel('pressure (MPa)');
 fprintf('at the focus: peak %.2f MPa at %.2f us, without delays %.2f MPa\n', ...
         1e-6 * max(abs(with_delays)), 1e6 * t(abs(with_delays) == max(abs(with_delays))), ...
         1e-6 * max(abs(without)));
@@ -63,13 +68,14 @@ v = @(t) 0.5 * (1 - cos(2 * pi * t / width)) .* sin(2 * pi * 1.5e6 * t) .* (t > 
 numeric = kestrel.transient_field(kestrel.circle(a), set_coordinate_grid([0 0 z]), medium, time, ...
                                   24, pulse);
 expected = medium.density * c * (v(t - z / c) - v(t - hypot(z, a) / c));
-axes('position', [0.57, 0.09, 0.4, 0.27]);
+axes('position', [0.575, 0.075, 0.4, 0.24]);
 some = 1:8:numel(t);
 plot(1e6 * t, 1e-6 * numeric, '-k', 1e6 * t(some), 1e-6 * expected(some), 'or', 'markersize', 3);
-xlim([12.5 19]);
+axis([12.5 20 -2 2]);
 legend('computed', 'closed form');
-title('Piston, 20 mm on its axis (MPa)');
+title('Piston, 20 mm on its axis');
 xlabel('time (us)');
+ylabel('pressure (MPa)');
 print(picture, 'focused_pulse.png', '-dpng', '-r125');
 close(picture);
 

@@ -17,13 +17,12 @@ i = kestrel.intensity(p, medium);
 kestrel.show_field(i / 1e4, grid, 'scale', 'linear', 'label', 'intensity (W/cm^2)', ...
                    'title', 'Intensity at the focus', 'file', 'hyperthermia_intensity.png');
 beam = kestrel.beam_metrics(p, grid, 'source_pressure', medium.density * medium.soundspeed * 0.05);
-axes_mm = 1e3 * beam.width_6db;
-voxel = 0.25 * 0.25 * 1;
+axes_mm = 1e3 * beam.lobe_width_6db;
 fprintf('largest intensity %.0f W/cm^2 at z = %.1f mm; gain %.0f\n', max(i(:)) / 1e4, ...
         1e3 * beam.place(3), beam.gain);
-counted = voxel * sum(abs(p(:)) >= max(abs(p(:))) * 10^(-6 / 20));
-fprintf('-6 dB: %.2f by %.2f by %.1f mm, an ellipsoid of %.1f mm^3; %.1f mm^3 by counting\n', ...
-        axes_mm, pi / 6 * prod(axes_mm), counted);
+fprintf('-6 dB: %.2f by %.2f by %.1f mm, %.1f mm^3 (an ellipsoid: %.1f); ', axes_mm, ...
+        1e9 * beam.volume_6db, pi / 6 * prod(axes_mm));
+fprintf('highest lobe outside %.1f dB\n', beam.outside_db);
 
 foci = [-5e-3 0 radius; 5e-3 0 radius];
 plane = set_coordinate_grid([0.25e-3 0 0.5e-3], -15e-3, 15e-3, 0, 0, 100e-3, 140e-3);

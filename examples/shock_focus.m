@@ -23,37 +23,40 @@ if exist('OCTAVE_VERSION', 'builtin')
   warning('off', 'Octave:gnuplot-graphics');
   graphics_toolkit('gnuplot');   % draws without a display
 end
-picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 9 6]);
+picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 11 6]);
+colours = [0 0.45 0.70; 0.84 0.37 0; 0 0.62 0.45; 0.80 0.47 0.65; 0.34 0.71 0.91];   % of harmonics
 for i = 1:3
   shell.amplitude = drives(i) / impedance;
   p = reshape(kestrel.harmonics(shell, axis_grid, medium, f0, 1:5, 'kzk', march), [], 5);
-  subplot(2, 3, i);
-  semilogy(z, 1e-6 * drives(i) * abs(linear), '--k', z, 1e-6 * abs(p));
-  axis([25 95 1e-6 * drives(i) * [2e-3 20]]);
+  axes('position', [0.065 + 0.29 * (i - 1), 0.59, 0.215, 0.34]);
+  lines = semilogy(z, 1e-6 * abs(p), z, 1e-6 * drives(i) * abs(linear), '--k');
+  set(lines(1:5), 'linewidth', 3);
+  set(lines(1:5), {'color'}, num2cell(colours, 2));
+  axis([25 95 1e-4 10]);
   xlabel('depth (mm)');
+  ylabel('harmonics 1 to 5 (MPa)');
   title(sprintf('%g kPa at the face', drives(i) / 1e3));
-  if i == 1
-    ylabel('harmonics 1 to 5 (MPa)');
-    legend('linear', 'location', 'southeast');
-  elseif i == 3
-    at = 175:25:275;
-    text(z(at), 1.2e-6 * abs(p(sub2ind(size(p), at, 1:5))), num2cell('12345'));
-  end
 
   % Over time the sum of all harmonics.
   series = kestrel.harmonics(shell, there, medium, f0, 1:120, 'kzk', march);
   wave = 1e-6 * real(series * exp(2j * pi * (1:120).' * turn));
   linear_peak = 1e-6 * drives(i) * linear(focus);
-  subplot(2, 3, 3 + i);
-  plot(turn, real(linear_peak * exp(2j * pi * turn)), '--k', turn, wave);
+  axes('position', [0.065 + 0.29 * (i - 1), 0.1, 0.215, 0.34]);
+  lines = plot(turn, wave, turn, real(linear_peak * exp(2j * pi * turn)), '--k');
+  set(lines(1), 'color', colours(1, :), 'linewidth', 3);
   xlabel('time (periods)');
-  if i == 1
-    ylabel('at the focus (MPa)');
-  end
+  ylabel('at the focus (MPa)');
   fprintf(['%3g kPa: at the focus %+.2f and %.2f MPa, linear %.2f MPa; ' ...
            'harmonics 2 to 5 %.0f, %.0f, %.0f, %.0f %% of the first\n'], drives(i) / 1e3, ...
           max(wave), min(wave), abs(linear_peak), ...
           100 * abs(series(2:5) / series(1)));
+end
+% One legend for all, beside them.
+axes('position', [0.88, 0.59, 0.1, 0.34], 'visible', 'off');
+names = {'first', 'second', 'third', 'fourth', 'fifth', 'linear (dashed)'};
+inks = [colours; 0 0 0];
+for n = 1:6
+  text(0.1, 1 - 0.13 * n, names{n}, 'color', inks(n, :), 'fontweight', 'bold');
 end
 print(picture, 'shock_focus.png', '-dpng', '-r125');
 close(picture);
@@ -61,16 +64,20 @@ close(picture);
 % The beams at the strongest drive: higher harmonics are narrower and have lower side lobes.
 grid = set_coordinate_grid([0.2e-3 0 0.5e-3], -9e-3, 9e-3, 0, 0, 30e-3, 90e-3);
 beams = abs(squeeze(kestrel.harmonics(shell, grid, medium, f0, 1:4, 'kzk', march)));
-picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 9 5]);
+picture = figure('visible', 'off', 'paperunits', 'inches', 'paperposition', [0 0 8 8.4]);
 for n = 1:4
-  subplot(1, 4, n);
-  imagesc([-9 9], [30 90], 20 * log10(beams(:, :, n) / max(max(beams(:, :, n)))).', [-40 0]);
-  xlabel('x (mm)');
-  title(sprintf('harmonic %d', n));
+  place = [0.09, 1.02 - 0.235 * n, 0.76, 0.155];
+  axes('position', place);
+  panel = kestrel.show_field(beams(:, :, n), grid, 'title', sprintf('Harmonic %d', n), ...
+                             'colorbar', false);
+  if n < 4
+    xlabel(panel, '');
+  end
 end
-colormap(gray(64));
-subplot(1, 4, 1);
-ylabel('depth (mm), -40 to 0 dB');
+bar = colorbar(panel);   % one for all, as all have the same range
+set(panel, 'position', place);
+set(bar, 'position', [0.885, place(2), 0.025, 0.705 + place(4)]);
+ylabel(bar, 'pressure, dB re the peak of each harmonic');
 print(picture, 'shock_beams.png', '-dpng', '-r125');
 close(picture);
 

@@ -1,3 +1,4 @@
+function p = fnm_cw_single(varargin)
 %FNM_CW_SINGLE  Continuous-wave field of a rectangular element (compiled).
 %   P = fnm_cw_single(TRANSDUCER, GRID, MEDIUM, NDIV, F0) is the complex pressure
 %   that TRANSDUCER radiates, by the fast nearfield method with the geometry of the
@@ -48,3 +49,9 @@
 %
 %   See also kestrel.cw_field, kestrel.rectangle, set_coordinate_grid,
 %   kestrel.medium.
+
+  % Reached only where the compiled function of this name is not found before this file.
+  kestrel.detail.check_installed('fnm_cw_single', 'fnm_cw_single');
+  error('kestrel:installation', ...
+        'fnm_cw_single: this file holds the help only, and hides the compiled function.');
+end

@@ -32,28 +32,12 @@ function grid = set_coordinate_grid(delta, xmin, xmax, ymin, ymax, zmin, zmax)
       error('kestrel:argument', ...
             '%s: points must be an m-by-3 matrix of x, y and z in metres.', caller);
     end
-    grid = struct('coordinates', double(points));
+    grid = struct('coordinates', double(full(points)));
+    kestrel.detail.check_units(caller, 'm', 'a point''s coordinate', grid.coordinates);
   elseif nargin == 7
-    kestrel.detail.check_numbers(caller, 'delta', delta);
-    if numel(delta) ~= 1 && numel(delta) ~= 3
-      error('kestrel:argument', ...
-            '%s: delta must have 1 or 3 entries, but it has %d.', caller, numel(delta));
-    end
-    if any(delta(:) < 0)
-      error('kestrel:argument', '%s: delta must not be negative.', caller);
-    end
-    grid = struct('delta', double(delta(:).') .* ones(1, 3));
     bounds = {xmin, xmax, ymin, ymax, zmin, zmax};
-    names = {'xmin', 'xmax', 'ymin', 'ymax', 'zmin', 'zmax'};
-    for i = 1:6
-      grid.(names{i}) = kestrel.detail.check_scalar(caller, names{i}, bounds{i});
-    end
-    for i = 1:2:5
-      if grid.(names{i + 1}) < grid.(names{i})
-        error('kestrel:argument', '%s: %s must not be less than %s.', ...
-              caller, names{i + 1}, names{i});
-      end
-    end
+    grid = kestrel.detail.make_grid(caller, delta, bounds);
+    kestrel.detail.check_units(caller, 'm', 'a bound', [bounds{:}]);
   else
     error('kestrel:argument', ...
           ['%s: expected (delta, xmin, xmax, ymin, ymax, zmin, zmax) or (points), ' ...

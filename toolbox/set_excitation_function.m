@@ -48,6 +48,7 @@ function excitation = set_excitation_function(first, second, third, fourth, fift
     if any(values{3} < 0)
       error('kestrel:argument', '%s: f0 must not be negative.', caller);
     end
+    kestrel.detail.check_units(caller, 'Hz', 'f0', values{3});
     check_positive(caller, fields{4}, values{4});
     values = cellfun(@num2cell, values, 'UniformOutput', false);
   elseif nargin == 4
@@ -68,7 +69,7 @@ function excitation = set_excitation_function(first, second, third, fourth, fift
       signal = repmat(signal, rows, 1);
     end
     values = cellfun(@num2cell, values, 'UniformOutput', false);
-    values{1} = mat2cell(double(signal), ones(rows, 1), size(signal, 2));
+    values{1} = mat2cell(double(full(signal)), ones(rows, 1), size(signal, 2));
   else
     error('kestrel:argument', ...
           ['%s: expected (type, A0, f0, pulse_width, B) or (signal, ts, w, clip_threshold), ' ...
@@ -88,7 +89,7 @@ function values = as_columns(caller, names, values)
             '%s: %s must be one number or a vector with one entry for each of %d elements.', ...
             caller, names{i}, rows);
     end
-    values{i} = double(values{i}(:)) .* ones(rows, 1);
+    values{i} = double(full(values{i}(:))) .* ones(rows, 1);
   end
 end
 

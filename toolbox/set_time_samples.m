@@ -17,7 +17,7 @@ function samples = set_time_samples(deltat, tmin, tmax)
 %   Example: 101 samples from 0 to 1 microsecond
 %      samples = set_time_samples(10e-9, 0, 1e-6);
 %
-%   See also set_coordinate_grid.
+%   See also kestrel.time_window, set_coordinate_grid.
   caller = 'set_time_samples';
   if nargin == 1
     times = deltat;
@@ -25,7 +25,7 @@ function samples = set_time_samples(deltat, tmin, tmax)
     if ~isvector(times)
       error('kestrel:argument', '%s: times must be a vector of seconds.', caller);
     end
-    samples = struct('time_samples', double(times));
+    samples = struct('time_samples', double(full(times)));
   elseif nargin == 3
     samples.deltat = kestrel.detail.check_scalar(caller, 'deltat', deltat, 'nonnegative');
     samples.tmin = kestrel.detail.check_scalar(caller, 'tmin', tmin);

@@ -13,7 +13,7 @@
 
 #include <complex>
 
-#include "inputs/cartesian_coordinate.h"
+#include "geometry/cartesian_coordinate.h"
 #include "inputs/medium.h"
 
 namespace kestrel::reference {

@@ -20,7 +20,7 @@
 #include "excitation/tone_burst.h"
 #include "fields/array_field.h"
 #include "fields/transient_field.h"
-#include "inputs/cartesian_coordinate.h"
+#include "geometry/cartesian_coordinate.h"
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"

@@ -26,17 +26,13 @@ double* read_triple(const mxArray* array, int index, const char* field) {
 /// The geometry that `shape` names; `length` reads a field.
 template <class Length>
 std::optional<fields::Geometry> geometry_of(const ShapeText& shape, const Length& length) {
-  const auto is = [&](const char* name) { return std::strcmp(shape.text, name) == 0; };
-  // Braces evaluate from left to right, so what is missing is reported in the order of the fields.
-  if (is("circ")) return fields::Circle{length("radius")};
-  if (is("ring")) return fields::Ring{length("inner_radius"), length("outer_radius")};
-  if (is("rect")) return fields::Rectangle{length("width"), length("height")};
-  if (is("shel")) return fields::Shell{length("radius"), length("rad_curvature")};
-  if (is("sph ring")) {
-    return fields::ShellRing{length("inner_radius"), length("outer_radius"),
-                             length("geometric_focus")};
-  }
-  return std::nullopt;
+  std::optional<Geometry> geometry;
+  for_each_shape([&](auto candidate) {
+    if (std::strcmp(shape.text, candidate.kFacts.name) != 0) return;
+    for (const auto& [field, size] : candidate.sizes()) candidate.*size = length(field);
+    geometry = candidate;
+  });
+  return geometry;
 }
 
 [[noreturn]] void refuse_field(int index, const char* field, const char* wanted) {
@@ -99,8 +95,7 @@ fields::Element read_element(const mxArray* array, int index) {
   if (name != nullptr && mxIsChar(name)) mxGetString(name, shape.text, sizeof shape.text);
   const std::optional<fields::Geometry> geometry = geometry_of(shape, number);
   if (!geometry) {
-    fail("element %d: the shape must be one of 'rect', 'circ', 'ring', 'shel', 'sph ring'.",
-         index + 1);
+    fail("element %d: the shape must be one of %s.", index + 1, list_shapes().c_str());
   }
   fields::Element element;
   element.geometry = *geometry;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "inputs/cartesian_coordinate.h"
+#include "geometry/cartesian_coordinate.h"
 
 namespace kestrel {
 

@@ -133,27 +133,10 @@ void Transducer::set_transient_pressure_pointer(double* pressure) {
   _imaginary_pressure = nullptr;
 }
 
-void Transducer::InitializeRotationMatrix() {
-  const double s0 = std::sin(_euler.x), c0 = std::cos(_euler.x);
-  const double s1 = std::sin(_euler.y), c1 = std::cos(_euler.y);
-  const double s2 = std::sin(_euler.z), c2 = std::cos(_euler.z);
-  _rotation[0][0] = c0 * c2 + s0 * s1 * s2;
-  _rotation[0][1] = c1 * s2;
-  _rotation[0][2] = c0 * s1 * s2 - s0 * c2;
-  _rotation[1][0] = s0 * s1 * c2 - c0 * s2;
-  _rotation[1][1] = c1 * c2;
-  _rotation[1][2] = s0 * s2 + c0 * s1 * c2;
-  _rotation[2][0] = s0 * c1;
-  _rotation[2][1] = -s1;
-  _rotation[2][2] = c0 * c1;
-}
+void Transducer::InitializeRotationMatrix() { _rotation = Rotation(_euler); }
 
 CartesianCoordinate Transducer::rotateTranslate(CartesianCoordinate const& point) {
-  const double dx = point.x - _center.x;
-  const double dy = point.y - _center.y;
-  const double dz = point.z - _center.z;
-  const auto row = [&](const double* r) { return r[0] * dx + r[1] * dy + r[2] * dz; };
-  return {row(_rotation[0]), row(_rotation[1]), row(_rotation[2])};
+  return _rotation.to_local({point.x - _center.x, point.y - _center.y, point.z - _center.z});
 }
 
 template <class Sample>

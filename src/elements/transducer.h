@@ -2,7 +2,8 @@
 
 #include <complex>
 
-#include "inputs/cartesian_coordinate.h"
+#include "geometry/cartesian_coordinate.h"
+#include "geometry/rotation.h"
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
@@ -165,7 +166,7 @@ class Transducer {
   double* _real_pressure = nullptr;
   double* _imaginary_pressure = nullptr;
   double* _transient_pressure = nullptr;
-  double _rotation[3][3] = {};
+  Rotation _rotation;
   piston_apodization _apodization;
 
  private:

@@ -16,15 +16,15 @@ void check_result(int result, const Method& method, const Geometry& geometry) {
       return;
     case kNotImplemented:
       fail("The method '%s' is not implemented for elements of the shape '%s'.", method.name,
-           shape_name(geometry));
+           shape_facts(geometry).name);
     case kOutOfMemory:
       fail("Out of memory in the method '%s' for an element of the shape '%s'.", method.name,
-           shape_name(geometry));
+           shape_facts(geometry).name);
     default:
       fail(
           "The method '%s' refused an element of the shape '%s': an input is missing or out "
           "of range.",
-          method.name, shape_name(geometry));
+          method.name, shape_facts(geometry).name);
   }
 }
 
@@ -107,8 +107,8 @@ void check_methods(std::span<const Element> elements, const Method& method,
     for (const Method& other : methods) {
       if (has_method(geometry, other, medium)) available.push_back(other);
     }
-    fail("element %zu: the shape '%s' has no method '%s'; it has %s.", i + 1, shape_name(geometry),
-         method.name, list_names(available).c_str());
+    fail("element %zu: the shape '%s' has no method '%s'; it has %s.", i + 1,
+         shape_facts(geometry).name, method.name, list_names(available).c_str());
   }
 }
 

@@ -19,14 +19,11 @@ namespace kestrel::fields {
 
 namespace {
 
-struct ApertureOf {
-  kzk::Aperture operator()(const Circle& circle) const { return {circle.radius, 0}; }
-  kzk::Aperture operator()(const Shell& shell) const { return {shell.radius, shell.rad_curvature}; }
-  template <class Other>
-  kzk::Aperture operator()(const Other&) const {
-    fail("only circles and shells can be marched.");
-  }
-};
+kzk::Aperture aperture_of(const Geometry& geometry) {
+  const auto face = std::visit([](const auto& g) { return g.parabolic_aperture(); }, geometry);
+  if (!face) fail(ErrorKind::unsupported, "only circles and shells can be marched.");
+  return {face->radius, face->curvature};
+}
 
 /// An element on a grid, with what its march is made from.
 struct PlacedElement {
@@ -60,7 +57,7 @@ class ArrayMarch {
     placed.transducer->set_medium(&_medium);
     // An old interface's pointer: grids are only read.
     placed.transducer->set_global_coordinate_grid(const_cast<CoordinateGrid*>(&grid));
-    placed.aperture = std::visit(ApertureOf{}, element.geometry);
+    placed.aperture = aperture_of(element.geometry);
     placed.points = detail::kzk_points(*placed.transducer);
     return placed;
   }

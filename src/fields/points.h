@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "inputs/cartesian_coordinate.h"
+#include "geometry/cartesian_coordinate.h"
 #include "inputs/coordinate_grid.h"
 
 namespace kestrel::fields {

@@ -23,19 +23,12 @@ struct SignedPermutation {
 };
 
 std::optional<SignedPermutation> signed_permutation(const CartesianCoordinate& euler) {
-  Element turned;
-  turned.geometry = Circle{1};
-  turned.euler = euler;
-  const auto transducer = make_transducer(turned);
-  transducer->InitializeRotationMatrix();
-  const CartesianCoordinate columns[] = {transducer->rotateTranslate({1, 0, 0}),
-                                         transducer->rotateTranslate({0, 1, 0}),
-                                         transducer->rotateTranslate({0, 0, 1})};
+  const Rotation rotation(euler);
   SignedPermutation result;
   for (int a = 0; a < 3; ++a) {
     int found = 0;
     for (int g = 0; g < 3; ++g) {
-      const double entry = coordinate(columns[g], a);
+      const double entry = rotation.entry(a, g);
       const double nearest = std::round(entry);
       // The sine and cosine of a multiple of pi/2 miss their value by an epsilon.
       if (std::abs(entry - nearest) > 2 * kEpsilon) return std::nullopt;
@@ -54,41 +47,6 @@ double largest_magnitude(std::span<const double> numbers) {
   double largest = 0;
   for (const double x : numbers) largest = std::max(largest, std::abs(x));
   return largest;
-}
-
-/// Depth of a cap's rim plane above its apex; none for a planar face.
-std::optional<double> rim_plane(const Geometry& geometry) {
-  const auto depth = [](double radius, double curvature) {
-    return curvature - std::sqrt(curvature * curvature - radius * radius);
-  };
-  if (const auto* shell = std::get_if<Shell>(&geometry)) {
-    return depth(shell->radius, shell->rad_curvature);
-  }
-  if (const auto* ring = std::get_if<ShellRing>(&geometry)) {
-    return depth(ring->outer_radius, ring->geometric_focus);
-  }
-  return std::nullopt;
-}
-
-/// The planes z = const of the frame on which a field may jump, and the radius of the sphere on
-/// which that of a cap does.
-struct Jumps {
-  std::vector<double> planes{0.0};
-  double sphere = 0;
-};
-
-Jumps jumps_of(const Geometry& geometry) {
-  Jumps jumps;
-  if (const auto rim = rim_plane(geometry)) jumps.planes.push_back(*rim);
-  if (const auto* shell = std::get_if<Shell>(&geometry)) jumps.sphere = shell->rad_curvature;
-  if (const auto* ring = std::get_if<ShellRing>(&geometry)) {
-    jumps.sphere = ring->geometric_focus;
-    // The inner cap is superposed with its own rim plane.
-    if (ring->inner_radius > 0) {
-      jumps.planes.push_back(*rim_plane(Shell{ring->inner_radius, ring->geometric_focus}));
-    }
-  }
-  return jumps;
 }
 
 }  // namespace
@@ -178,7 +136,7 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
   if (!turn) return std::nullopt;
 
   ReusePlan plan;
-  plan._axisymmetric = !std::holds_alternative<Rectangle>(group.front().geometry);
+  plan._axisymmetric = shape_facts(group.front().geometry).symmetry == Symmetry::axial;
   // Results are contiguous along the first axis that has more than one value.
   const std::array<int, 3> shape = {part.grid.nx(), part.grid.ny(), part.grid.nz()};
   const int run = shape[0] > 1 ? 0 : shape[1] > 1 ? 1 : 2;
@@ -238,7 +196,8 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
 
 bool ReusePlan::is_fragile(std::span<const Element> group, const Method& method,
                            const GridPart& part, bool exact_rotation) const {
-  const Jumps jumps = jumps_of(group.front().geometry);
+  const FieldJumps jumps =
+      std::visit([](const auto& g) { return g.jumps(); }, group.front().geometry);
   const auto role = static_cast<std::size_t>(_role[2]);
   const int axis = _axis[role];
   const AxisLattice& lattice = _lattice[role];

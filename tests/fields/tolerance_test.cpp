@@ -209,8 +209,8 @@ TEST(ErrorEstimate, KnowsWhatEachMethodApproximates) {
     Element e = element(c.shape);
     e.apodization_index = 1;
     const double estimate = compute({e}, *grid, water(3), settings).report.error_estimate;
-    EXPECT_GE(estimate, c.least) << c.method << " " << shape_name(c.shape);
-    EXPECT_LE(estimate, c.most) << c.method << " " << shape_name(c.shape);
+    EXPECT_GE(estimate, c.least) << c.method << " " << shape_facts(c.shape).name;
+    EXPECT_LE(estimate, c.most) << c.method << " " << shape_facts(c.shape).name;
   }
 }
 

@@ -5,6 +5,7 @@ function beam_metrics_test()
   sampling();
   side_lobes();
   open_ends();
+  tilted_lobe();
   plane_wave();
   refusals();
 end
@@ -74,6 +75,12 @@ function side_lobes()
   p(u > 6 & u < 8) = 0.4;   % a grating lobe on one side only
   metrics = kestrel.beam_metrics(p, grid);
   expect_close(metrics.side_lobe_db(1), 20 * log10(0.4), 1e-3, 'the higher side counts');
+  expect_close(metrics.outside_db, 20 * log10(0.4), 1e-3, 'and it is the highest lobe outside');
+  % Depth: the maxima before a focus are lobes, ripples on the way down are none.
+  slope = (1 + 0.04 * cos(8 * u)) ./ (1 + u .^ 2);
+  metrics = kestrel.beam_metrics(slope, grid);
+  expect(isnan(metrics.side_lobe_db(1)), 'a ripple counts as a side lobe: %g dB', ...
+         metrics.side_lobe_db(1));
 end
 
 function open_ends()
@@ -85,6 +92,44 @@ function open_ends()
          metrics.edges_6db(2, 1));
   metrics = kestrel.beam_metrics(0.9 + 0.1 * cos((0:9) - 4), grid);
   expect(all(isnan(metrics.edges_3db(:))), 'never falls to the level');
+end
+
+% A tilted Gaussian ellipsoid and, apart from it, a lower and a higher lobe: widths along its own
+% axes, its volume, and the higher lobe's level; in a plane, the same tilt.
+function tilted_lobe()
+  grid = set_coordinate_grid([0.25 0.2 0.4] * 1e-3, -8e-3, 8e-3, -5e-3, 5e-3, 20e-3, 50e-3);
+  axes = kestrel.detail.grid_axes(grid);
+  [x, y, z] = ndgrid(axes{:});
+  tilt = 0.5;
+  own = [cos(tilt), 0, -sin(tilt); 0 1 0; sin(tilt), 0, cos(tilt)];   % rows: the lobe's directions
+  half = [1e-3 0.8e-3 5e-3];                                          % half widths at -6 dB
+  shape = @(centre, half) exp(-6 / 20 * log(10) * ...
+    reshape(sum(((own * [x(:) - centre(1), y(:) - centre(2), z(:) - centre(3)].') ...
+                 ./ half.') .^ 2), size(x)));
+  place = [0.31e-3 -0.12e-3 34.1e-3];
+  p = shape(place, half) + 0.2 * shape([6e-3 2e-3 45e-3], half / 4 + 0.4e-3) ...
+      + 0.3 * shape([-6e-3 -3e-3 25e-3], half / 4 + 0.4e-3);
+  metrics = kestrel.beam_metrics(1e5 * p .* exp(-3000j * z), grid);
+  expect(max(max(abs(metrics.lobe_axes - own.'))) < 3e-3, 'axes %s', ...
+         mat2str(metrics.lobe_axes, 3));
+  expect(max(abs(metrics.lobe_width_6db ./ (2 * half) - 1)) < 5e-3, 'own widths %s', ...
+         mat2str(metrics.lobe_width_6db, 4));
+  expect(metrics.width_6db(3) < 0.6 * metrics.lobe_width_6db(3), 'a width on z is another thing');
+  volume = 4 / 3 * pi * prod(half);
+  expect(abs(metrics.volume_6db / volume - 1) < 2e-2, 'volume %g of the right one', ...
+         metrics.volume_6db / volume);
+  expect(abs(metrics.outside_db - 20 * log10(0.3)) < 0.3, 'outside: %g dB', metrics.outside_db);
+  expect(max(abs(metrics.outside_place - [-6e-3 -3e-3 25e-3])) <= 0.2001e-3, 'place outside: %s', ...
+         mat2str(metrics.outside_place, 4));
+
+  grid = set_coordinate_grid([0.25e-3 0 0.4e-3], -8e-3, 8e-3, 0, 0, 20e-3, 50e-3);
+  flat = kestrel.beam_metrics(p(:, 26, :), grid);
+  expect(max(abs(flat.lobe_width_6db([1 3]) ./ (2 * half([1 3])) - 1)) < 5e-3 ...
+         && isnan(flat.lobe_width_6db(2)) && isnan(flat.volume_6db), 'in a plane: %s', ...
+         mat2str(flat.lobe_width_6db, 4));
+  grid = set_coordinate_grid([0.25 0.2 0.4] * 1e-3, -8e-3, 8e-3, -5e-3, 5e-3, 20e-3, 34e-3);
+  cut = kestrel.beam_metrics(p(:, :, 1:36), grid);
+  expect(all(isnan([cut.volume_6db, cut.lobe_width_6db])), 'the region leaves the grid');
 end
 
 function plane_wave()

@@ -146,6 +146,12 @@ function missing_arguments()
     'bowl_array', 4, '(n, element_radius, aperture_radius, rad_curvature, name, value, ...)'
     'focus', 4, '(array, points, medium, f0, name, value, ...)'
     'focus_delays', 3, '(array, point, medium)'
+    'from_positions', 3, '(prototype, positions, normals, name, value, ...)'
+    'aim', 2, '(array, point)'
+    'plane_wave_delays', 3, '(array, angles, medium, name, value, ...)'
+    'drive', 4, '(array, medium, ''pressure'' or ''power'', value)'
+    'time_window', 4, '(array, grid, medium, excitation, name, value, ...)'
+    'grid_axes', 1, '(grid)'
     'steer', 4, '(array, angles, medium, f0, name, value, ...)'
     'apodize', 2, '(array, window, name, value, ...)'
     'cw_field', 5, '(array, grid, medium, ndiv, f0, name, value, ...)'
@@ -342,7 +348,7 @@ function help_texts()
   files = [dir(fullfile(folder, '*.m')); dir(fullfile(folder, '+kestrel', '*.m'))];
   prefixes = [repmat({''}, 1, numel(dir(fullfile(folder, '*.m')))), ...
               repmat({'kestrel.'}, 1, numel(dir(fullfile(folder, '+kestrel', '*.m'))))];
-  contents = fileread(fullfile(folder, 'Contents.m'));
+  contents = get_help_text('kestrel.Contents');
   for i = 1:numel(files)
     [~, name] = fileparts(files(i).name);
     if strcmp(name, 'Contents')

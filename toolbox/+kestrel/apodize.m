@@ -61,31 +61,32 @@ end
 % extents along x and y.
 function [places, half] = aperture(array, frame)
   places = frame * kestrel.detail.field_columns(array, 'center');
-  [alike, first] = equal_elements(array);
-  low = Inf(3, 1);
-  high = -Inf(3, 1);
-  for i = 1:numel(first)
-    faces = kestrel.detail.element_faces(array(first(i)));
-    corners = frame * kestrel.detail.to_global([faces{:}], [0 0 0], array(first(i)).euler);
-    group = places(:, alike == i);
-    low = min([low, min(corners, [], 2) + min(group, [], 2)], [], 2);
-    high = max([high, max(corners, [], 2) + max(group, [], 2)], [], 2);
-  end
-  places = places - (low + high) / 2;
+  [below, above] = spans(array, frame);
+  low = min(places - below, [], 2);
+  high = max(places + above, [], 2);
+  places = places - repmat((low + high) / 2, 1, numel(array));
   half = (high - low) / 2;
 end
 
-% The group of each element, those of one shape, size and orientation, and the first of each.
-function [group, first] = equal_elements(array)
-  [~, ~, shape] = unique({array.shape});
-  key = [reshape(shape, [], 1), kestrel.detail.field_columns(array, 'euler').'];
-  sizes = {'width', 'height', 'radius', 'rad_curvature', 'inner_radius', 'outer_radius', ...
-           'geometric_focus'};
-  for i = 1:numel(sizes)
-    key = [key, kestrel.detail.field_columns(array, sizes{i}, 0).'];
+% How far each face reaches from its centre along the frame's axes, down and up (3 by n).
+function [below, above] = spans(array, frame)
+  [x, y, normal] = kestrel.detail.element_axes(array);
+  [inner, outer] = kestrel.detail.element_edges(array);
+  flat = repmat(strcmp({array.shape}, 'rect'), 3, 1);
+  thrice = @(name) repmat(kestrel.detail.field_columns(array, name, 0) / 2, 3, 1);
+  sides = abs(frame * x) .* thrice('width') + abs(frame * y) .* thrice('height');
+  normal = frame * normal;
+  tilt = sqrt(max(1 - normal .^ 2, 0));
+  below = zeros(size(flat));
+  above = below;
+  for edge = {inner, outer}   % a deep bowl that lies on its side bulges out a little more
+    radius = repmat(edge{1}(1, :), 3, 1) .* tilt;
+    rise = repmat(edge{1}(2, :), 3, 1) .* normal;
+    below = max(below, radius - rise);
+    above = max(above, radius + rise);
   end
-  [~, first, group] = unique(key, 'rows');
-  group = reshape(group, 1, []);
+  below(flat) = sides(flat);
+  above(flat) = sides(flat);
 end
 
 function weight = over_axes(caller, windows, places, half)
@@ -113,17 +114,16 @@ function weight = over_axes(caller, windows, places, half)
 end
 
 function weight = over_radius(caller, window, array, places)
-  n = numel(array);
-  place = zeros(1, n);
-  edge = 0;
-  for i = 1:n
-    [~, reach] = kestrel.detail.element_faces(array(i));
-    place(i) = hypot(places(1, i), places(2, i));
-    edge = max(edge, place(i) + reach);
-    if any(strcmp(array(i).shape, {'ring', 'sph ring'})) && place(i) < 1e-9 * reach
-      place(i) = (array(i).inner_radius + array(i).outer_radius) / 2;
-    end
-  end
+  [inner, outer] = kestrel.detail.element_edges(array);
+  reach = outer(1, :);
+  flat = strcmp({array.shape}, 'rect');
+  smaller = min(kestrel.detail.field_columns(array, 'width', 0), ...
+                kestrel.detail.field_columns(array, 'height', 0)) / 2;
+  reach(flat) = smaller(flat);
+  place = hypot(places(1, :), places(2, :));
+  edge = max(place + reach);
+  concentric = inner(1, :) > 0 & place < 1e-9 * reach;
+  place(concentric) = (inner(1, concentric) + outer(1, concentric)) / 2;
   weight = shape(caller, window, place / edge);
 end
 

@@ -26,12 +26,13 @@ function array = bowl_array(n, element_radius, aperture_radius, rad_curvature, v
 %   Example: a bowl for hyperthermia, 256 discs, 120 mm across
 %      array = kestrel.bowl_array(256, 2.8e-3, 60e-3, 120e-3);
 %
-%   See also kestrel.circle, kestrel.curved_array, kestrel.shell, kestrel.focus,
-%   kestrel.cw_field, kestrel.show_array.
+%   See also kestrel.from_positions, kestrel.circle, kestrel.curved_array, kestrel.shell,
+%   kestrel.focus, kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.bowl_array';
   kestrel.detail.check_count(caller, nargin, 4, ...
     '(n, element_radius, aperture_radius, rad_curvature, name, value, ...)');
   n = kestrel.detail.check_scalar(caller, 'n', n, 'count');
+  kestrel.detail.check_size(caller, n);
   element_radius = kestrel.detail.check_scalar(caller, 'element_radius', element_radius, ...
                                                'positive');
   aperture = kestrel.detail.check_scalar(caller, 'aperture_radius', aperture_radius, 'positive');
@@ -52,11 +53,10 @@ function array = bowl_array(n, element_radius, aperture_radius, rad_curvature, v
   end
 
   array = repmat(prototype, 1, n);
+  angles = kestrel.detail.facing_euler(-directions.', 0);   % towards the centre of the sphere
   for i = 1:n
-    % From the element towards the centre of the sphere.
-    facing = -directions(:, i);
     array(i).center = curvature * (directions(:, i).' + [0 0 1]);
-    array(i).euler = [atan2(facing(1), facing(3)), -asin(facing(2)), 0];
+    array(i).euler = angles(i, :);
   end
   array = kestrel.detail.place_array(caller, array, pairs);
 end

@@ -28,6 +28,7 @@ function array = curved_array(n, width, height, pitch, radius, varargin)
   kestrel.detail.check_count(caller, nargin, 5, ...
                              '(n, width, height, pitch, radius, name, value, ...)');
   n = kestrel.detail.check_scalar(caller, 'n', n, 'count');
+  kestrel.detail.check_size(caller, n);
   prototype = kestrel.rectangle(width, height);
   pitch = kestrel.detail.check_scalar(caller, 'pitch', pitch, 'positive');
   radius = kestrel.detail.check_scalar(caller, 'radius', radius);
@@ -42,9 +43,9 @@ function array = curved_array(n, width, height, pitch, radius, varargin)
   % Neighbouring tangents meet half-way, at this distance from the centres. From half a turn on
   % they don't.
   angle = pitch / abs(radius);
-  if n > 1 && angle < pi && width / 2 > abs(radius) * tan(angle / 2) * (1 + 1e-9)
+  if n > 1 && angle < pi && prototype.width / 2 > abs(radius) * tan(angle / 2) * (1 + 1e-9)
     error('kestrel:argument', '%s: a pitch of %g m makes elements of %g m overlap.', ...
-          caller, pitch, width);
+          caller, pitch, prototype.width);
   end
 
   array = repmat(prototype, 1, n);

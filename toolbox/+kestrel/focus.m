@@ -9,8 +9,9 @@ function array = focus(array, points, medium, f0, varargin)
 %   k R; the smallest of these is subtracted, so the nearest element has phase 0,
 %   and the phases are given between -pi and pi. The distance of a rectangle is that
 %   of its centre. That of a disc, ring or shell is the mean of the distances of its
-%   inner and outer edge (for a disc or shell, of its centre and its edge), which is
-%   exact on its axis: so concentric rings can be focused.
+%   inner and outer edge (for a disc or shell, of its centre and its edge), and pi is
+%   added to the phase where these two differ by one to two wavelengths, three to four,
+%   and so on. That is exact on its axis: so concentric rings can be focused.
 %
 %   ARRAY = kestrel.focus(ARRAY, POINTS, MEDIUM, F0) with an m-by-3 matrix, a point
 %   in each row, focuses at all of them at once, with equal pressures as far as the
@@ -50,14 +51,10 @@ function array = focus(array, points, medium, f0, varargin)
   if isnumeric(points) && isvector(points)
     points = kestrel.detail.check_vector(caller, 'point', points, 3);
   end
-  kestrel.detail.check_numbers(caller, 'points', points);
-  if ndims(points) ~= 2 || size(points, 2) ~= 3 || isempty(points)
-    error('kestrel:argument', '%s: points must be an m-by-3 matrix of x, y and z in metres.', ...
-          caller);
-  end
-  points = double(points);
-  kestrel.detail.check_medium(caller, medium);
-  f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
+  points = kestrel.detail.check_points(caller, 'points', points);
+  kestrel.detail.check_units(caller, 'm', 'a coordinate of a focus', points);
+  medium = kestrel.detail.check_medium(caller, medium);
+  f0 = kestrel.detail.check_frequency(caller, f0);
   defaults = struct('amplitude', 'keep', 'pressure', ones(1, size(points, 1)));
   options = kestrel.detail.parse_options(caller, defaults, varargin);
   options.amplitude = kestrel.detail.check_choice(caller, 'amplitude', options.amplitude, ...
@@ -105,7 +102,7 @@ function best = adapted_sum(h, wanted, amplitude)
   step = 0.5;
   least = Inf;
   last = Inf;
-  for round = 1:200
+  for attempt = 1:200
     drive = amplitude .* exp(1j * angle(h' * (weight .* direction)));
     pressure = h * drive;
     reached = abs(pressure) ./ wanted;

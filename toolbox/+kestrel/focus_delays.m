@@ -20,12 +20,13 @@ function array = focus_delays(array, point, medium)
 %      array = kestrel.linear_array(64, 0.5e-3, 10e-3, 0.6e-3);
 %      array = kestrel.focus_delays(array, [5e-3 0 40e-3], kestrel.medium('water'));
 %
-%   See also kestrel.transient_field, kestrel.focus.
+%   See also kestrel.plane_wave_delays, kestrel.transient_field, kestrel.focus.
   caller = 'kestrel.focus_delays';
   kestrel.detail.check_count(caller, nargin, 3, '(array, point, medium)');
   kestrel.detail.check_array(caller, array);
   point = kestrel.detail.check_vector(caller, 'point', point, 3);
-  kestrel.detail.check_medium(caller, medium);
+  kestrel.detail.check_units(caller, 'm', 'a coordinate of the point', point);
+  medium = kestrel.detail.check_medium(caller, medium);
   if isempty(array)
     return
   end

@@ -89,12 +89,13 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
   options.reuse = false;
   options.memory = 512e6;
   options.tolerance = [];
-  kestrel.detail.check_grid(caller, grid);
-  kestrel.detail.check_medium(caller, medium);
-  f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
+  grid = kestrel.detail.check_grid(caller, grid);
+  medium = kestrel.detail.check_medium(caller, medium);
+  f0 = kestrel.detail.check_frequency(caller, f0);
+  kestrel.detail.check_weights(caller, array, 'time_delay');
 
   result = cell(1, max(nargout, 1));
-  [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.array_field, array, grid, medium, ...
+  [result{:}] = kestrel.detail.run_compiled(caller, 'array_field', array, grid, medium, ...
                                             [], f0, options);
   [p, info] = deal(result{[1 end]});
   if nargout > 1   % without what has no meaning for a march

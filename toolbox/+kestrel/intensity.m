@@ -19,7 +19,7 @@ function i = intensity(p, medium)
   if ~isnumeric(p)
     error('kestrel:argument', '%s: p must be numeric.', caller);
   end
-  kestrel.detail.check_medium(caller, medium);
+  medium = kestrel.detail.check_medium(caller, medium);
   p = double(p);
   i = (real(p).^2 + imag(p).^2) / (2 * medium.density * medium.soundspeed);
 end

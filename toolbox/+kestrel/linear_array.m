@@ -26,5 +26,5 @@ function array = linear_array(n, width, height, pitch, varargin)
   kestrel.detail.check_count(caller, nargin, 4, '(n, width, height, pitch, name, value, ...)');
   n = kestrel.detail.check_scalar(caller, 'n', n, 'count');
   pitch = kestrel.detail.check_scalar(caller, 'pitch', pitch, 'positive');
-  array = kestrel.detail.make_lattice(caller, [n 1], {width, height}, [pitch height], varargin);
+  array = kestrel.detail.make_lattice(caller, [n 1], {width, height}, [pitch pitch], varargin);
 end

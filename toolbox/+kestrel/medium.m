@@ -72,5 +72,5 @@ function medium = medium(name, varargin)
   for i = 1:numel(fields)
     medium.(fields{i}) = kestrel.detail.check_scalar(caller, fields{i}, medium.(fields{i}));
   end
-  kestrel.detail.check_medium(caller, medium);
+  medium = kestrel.detail.check_medium(caller, medium);
 end

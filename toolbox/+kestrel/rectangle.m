@@ -11,7 +11,8 @@ function element = rectangle(width, height, varargin)
 %                   right-handed, about its y axis by e1, then about its x axis by
 %                   e2, then about its z axis by e3. So e1 > 0 tilts the face
 %                   towards +x, e2 > 0 tilts it towards -y, and e3 spins it
-%      'amplitude'  of the normal velocity of the face in m/s, default 1
+%      'amplitude'  of the normal velocity of the face in m/s, default 1, which is a
+%                   pressure of 1.5 MPa at the face in water: see kestrel.drive
 %      'phase'      of that velocity in radians, default 0; time runs as
 %                   exp(+jwt), so a positive phase is a lead
 %
@@ -21,8 +22,8 @@ function element = rectangle(width, height, varargin)
 %   Example:
 %      element = kestrel.rectangle(0.5e-3, 10e-3, 'center', [2e-3 0 0]);
 %
-%   See also kestrel.linear_array, kestrel.planar_array, kestrel.circle,
-%   kestrel.cw_field, kestrel.show_array.
+%   See also kestrel.linear_array, kestrel.planar_array, kestrel.circle, kestrel.aim,
+%   kestrel.drive, kestrel.cw_field, kestrel.show_array.
   caller = 'kestrel.rectangle';
   kestrel.detail.check_count(caller, nargin, 2, '(width, height, name, value, ...)');
   geometry = {kestrel.detail.check_scalar(caller, 'width', width, 'positive'), ...

@@ -11,6 +11,9 @@ function passed = selftest()
 %   on the axis of a disc; and harmonics at the focus of a shell from a march with a
 %   quarter of the steps and grid.
 %
+%   Where the compiled functions are missing or cannot be loaded, it says so, in the
+%   words of the loader, and ends.
+%
 %   Run it after installing and when a result looks doubtful: a failed line together
 %   with the version of Octave or MATLAB is what a report of the fault needs.
 %
@@ -19,7 +22,7 @@ function passed = selftest()
 %   Example:
 %      if ~kestrel.selftest(), error('kestrel is not installed properly'), end
 %
-%   See also kestrel.cw_field, fnm_cw_single.
+%   See also kestrel.version, kestrel.cw_field, fnm_cw_single.
   checks = {
     'the compiled functions are there', @compiled
     'disc, on its axis', @disc
@@ -41,9 +44,14 @@ function passed = selftest()
     end
     words = {'FAILED', 'passed'};
     fprintf('%s: %s (%s)\n', words{1 + good(i)}, checks{i, 1}, remark);
+    if ~good(1)
+      break   % all others would say the same
+    end
   end
   if all(good)
     fprintf('All checks passed.\n');
+  elseif ~good(1)
+    fprintf('kestrel is not installed properly: nothing can be computed.\n');
   else
     fprintf('%d of %d checks failed: do not trust results of this installation.\n', ...
             sum(~good), numel(good));
@@ -53,9 +61,28 @@ function passed = selftest()
   end
 end
 
+% A call of each: that the files are there does not say that they can be loaded.
 function [good, remark] = compiled()
-  good = exist('fnm_cw_single', 'file') == 3;
-  remark = which('fnm_cw_single');
+  element = kestrel.circle(1e-3);
+  point = set_coordinate_grid([0 0 1e-3]);
+  medium = kestrel.medium('lossless');
+  calls = {'fnm_cw_single', {kestrel.rectangle(1e-3, 1e-3), point, medium, 2, 1e6}
+           'kestrel.cw_field', {element, point, medium, 2, 1e6}
+           'kestrel.transient_field', {element, point, medium, set_time_samples(0), 2, ...
+                                       set_excitation_function(1, 1, 1e6, 1e-6, 0)}};
+  faults = {};
+  for i = 1:size(calls, 1)
+    try
+      result = feval(calls{i, 1}, calls{i, 2}{:});
+    catch problem
+      faults{end + 1} = problem.message;
+    end
+  end
+  good = isempty(faults);
+  remark = strjoin(faults, sprintf('\n   '));
+  if good
+    remark = which('fnm_cw_single');
+  end
 end
 
 function [good, remark] = disc()

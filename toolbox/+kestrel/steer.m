@@ -32,19 +32,13 @@ function array = steer(array, angles, medium, f0, varargin)
   caller = 'kestrel.steer';
   kestrel.detail.check_count(caller, nargin, 4, '(array, angles, medium, f0, name, value, ...)');
   kestrel.detail.check_array(caller, array);
-  if isnumeric(angles) && isscalar(angles)
-    angles = [angles, 0];
-  end
-  angles = kestrel.detail.check_vector(caller, 'angles', angles, 2);
-  kestrel.detail.check_medium(caller, medium);
-  f0 = kestrel.detail.check_scalar(caller, 'f0', f0, 'positive');
+  medium = kestrel.detail.check_medium(caller, medium);
+  f0 = kestrel.detail.check_frequency(caller, f0);
   options = kestrel.detail.parse_options(caller, struct('euler', []), varargin);
+  direction = kestrel.detail.wave_direction(caller, array, angles, options.euler);
   if isempty(array)
     return
   end
-
-  frame = kestrel.detail.array_frame(caller, array, options.euler);
-  direction = [sin(angles(1)) * [cos(angles(2)), sin(angles(2))], cos(angles(1))] * frame;
   along = direction * kestrel.detail.field_columns(array, 'center');
   k = 2 * pi * f0 / medium.soundspeed;
   phase = kestrel.detail.wrap_phase(k * (max(along) - along));

@@ -8,8 +8,20 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %                  be missing (no delay): see kestrel.focus_delays. Phases do not count
 %      GRID        observation points, from set_coordinate_grid
 %      MEDIUM      from kestrel.medium; its attenuation counts in 'kzk_transient' alone
-%      TIME        time axis, from set_time_samples
-%      NDIV        number of quadrature nodes per integral; [] for 'kzk_transient'
+%      TIME        time axis, from set_time_samples or kestrel.time_window
+%      NDIV        number of quadrature nodes per integral, at most 10000; [] for
+%                  'kzk_transient'. For an element of s wavelengths of the pulse's
+%                  frequency, the longer side of a rectangle or the diameter of a round
+%                  one, and a Hanning pulse of three cycles, from half a wavelength off
+%                  the face on:
+%
+%                              error 1e-3 of the peak    error 1e-4
+%                  rectangle   2.5 s + 2                 3 s + 8
+%                  round       4 s + 4                   5 s + 8
+%
+%                  6 s + 2 keep the error at every point below 1e-3 of its own peak. A
+%                  tone burst, whose slope jumps at its ends, needs up to ten times as
+%                  many. There is no estimate of the error: compute again with more
 %      EXCITATION  velocity of the faces over time, from set_excitation_function: one
 %                  for all elements or one for each
 %      P           nx-by-ny-by-nz-by-nt for a regular grid, m-by-nt for a list of m
@@ -49,7 +61,9 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %
 %   Points behind an element's face receive nothing from it, but by the methods for them.
 %   An empty ARRAY gives zeros. Ctrl-C ends the calculation. Values that are NaN or Inf
-%   are warned of.
+%   are warned of, and so are a medium's attenuation of more than 0.01 dB/(cm MHz) (water has
+%   less) by a method that leaves it out ('kestrel:lossless'), and an array whose phases
+%   differ while its delays do not ('kestrel:weights').
 %
 %   Errors: an argument that is not what it should be (the element and the field are
 %   named); a number of excitations that is neither one nor that of the elements; an
@@ -65,8 +79,8 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %      p = kestrel.transient_field(array, grid, medium, time, 16, pulse);
 %      kestrel.show_field(p(:, :, :, 201), grid, 'scale', 'linear');
 %
-%   See also set_time_samples, set_excitation_function, kestrel.focus_delays,
-%   kestrel.cw_field.
+%   See also set_time_samples, set_excitation_function, kestrel.time_window,
+%   kestrel.focus_delays, kestrel.plane_wave_delays, kestrel.cw_field.
   caller = 'kestrel.transient_field';
   kestrel.detail.check_count(caller, nargin, 6, ...
                              '(array, grid, medium, time, ndiv, excitation, name, value, ...)');
@@ -78,19 +92,25 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
   options = kestrel.detail.check_run(caller, options);
 
   % Elements, times and excitations are checked where they are read, in the compiled part.
-  kestrel.detail.check_grid(caller, grid);
-  kestrel.detail.check_medium(caller, medium);
+  grid = kestrel.detail.check_grid(caller, grid);
+  medium = kestrel.detail.check_medium(caller, medium);
   if ~isstruct(time)
     error('kestrel:argument', ...
           '%s: the time must be one structure, as set_time_samples returns.', caller);
   end
   marched = strcmp(options.method, 'kzk_transient');   % without quadrature
   if ~(marched && isnumeric(ndiv) && isempty(ndiv))
-    ndiv = kestrel.detail.check_scalar(caller, 'ndiv', ndiv, 'count');
+    ndiv = kestrel.detail.check_ndiv(caller, ndiv, '.');
+  end
+  kestrel.detail.check_weights(caller, array, 'phase');
+  if ~marched && medium.attenuationdBcmMHz > 0.01
+    kestrel.detail.warn('kestrel:lossless', ['%s: the method ''%s'' leaves out the medium''s ' ...
+                        'attenuation of %g dB/(cm MHz).'], caller, options.method, ...
+                        medium.attenuationdBcmMHz);
   end
 
   result = cell(1, max(nargout, 1));
-  [result{:}] = kestrel.detail.run_compiled(@kestrel.detail.transient_field, array, grid, ...
+  [result{:}] = kestrel.detail.run_compiled(caller, 'transient_field', array, grid, ...
                                             medium, time, ndiv, excitation, options);
   [p, info] = deal(result{[1 end]});
 end

@@ -1,6 +1,6 @@
 #include "methods/transient/impulse_response.h"
 
-#include "inputs/cartesian_coordinate.h"
+#include "geometry/cartesian_coordinate.h"
 
 namespace kestrel {
 

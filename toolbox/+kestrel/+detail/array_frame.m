@@ -5,8 +5,11 @@ function r = array_frame(caller, array, euler)
     r = kestrel.detail.rotation_matrix(kestrel.detail.check_vector(caller, 'euler', euler, 3));
     return
   end
-  angles = kestrel.detail.field_columns(array, 'euler');
   r = eye(3);
+  if isempty(array)
+    return
+  end
+  angles = kestrel.detail.field_columns(array, 'euler');
   if all(all(angles == repmat(angles(:, 1), 1, numel(array))))
     r = kestrel.detail.rotation_matrix(angles(:, 1));
   end

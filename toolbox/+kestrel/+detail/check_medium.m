@@ -1,4 +1,4 @@
-function check_medium(caller, medium)
+function medium = check_medium(caller, medium)
 %CHECK_MEDIUM  Refuses what is no medium, or one in which no sound can be computed.
   if ~isstruct(medium) || ~isscalar(medium)
     error('kestrel:argument', ...
@@ -9,7 +9,7 @@ function check_medium(caller, medium)
     if ~isfield(medium, names{i})
       error('kestrel:argument', '%s: the medium lacks the field ''%s''.', caller, names{i});
     end
-    kestrel.detail.check_scalar(caller, names{i}, medium.(names{i}));
+    medium.(names{i}) = kestrel.detail.check_scalar(caller, names{i}, medium.(names{i}));
   end
   positive = {'soundspeed', 'density'};
   for i = 1:numel(positive)

@@ -4,7 +4,7 @@ function value = check_scalar(caller, name, value, kind)
   if ~isnumeric(value) || ~isscalar(value) || ~isreal(value) || ~isfinite(value)
     error('kestrel:argument', '%s: %s must be one real, finite number.', caller, name);
   end
-  value = double(value);
+  value = double(full(value));
   if nargin < 4
     return
   end

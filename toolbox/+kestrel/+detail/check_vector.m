@@ -5,5 +5,5 @@ function value = check_vector(caller, name, value, count)
     error('kestrel:argument', '%s: %s must have %d entries, but it has %d.', ...
           caller, name, count, numel(value));
   end
-  value = double(value(:).');
+  value = double(full(value(:).'));
 end

@@ -1,17 +1,17 @@
-function limits = draw_space_axes(ax, bounds, right, up, toward)
+function limits = draw_space_axes(ax, bounds, directions)
 %DRAW_SPACE_AXES  Floor, far walls, ticks and labels of a box seen in parallel projection.
-%   BOUNDS is [xmin xmax; ymin ymax; zmin zmax] in millimetres, RIGHT and UP are the
-%   picture's directions in space, and TOWARD is the direction to the viewer. LIMITS
-%   is the part of the plane, [left right below above], that the box and its labels
-%   need.
+%   BOUNDS is [xmin xmax; ymin ymax; zmin zmax] in millimetres and DIRECTIONS the rows of
+%   view_axes. LIMITS is the part of the plane, [left right below above], that the box and
+%   its labels need.
+  toward = directions(1, :).';
+  project = @(points) directions(2:3, :) * points;
   near = bounds(:, 1);
   far = bounds(:, 2);
-  swap = toward(:) > 0;
+  swap = toward > 0;
   swap(3) = toward(3) >= 0;   % seen from the side, the floor is below
   near(swap) = bounds(swap, 2);
   far(swap) = bounds(swap, 1);
   floor_z = far(3);
-  project = @(points) [right(:).'; up(:).'] * points;
 
   corners = zeros(3, 8);
   for i = 1:8
@@ -20,7 +20,9 @@ function limits = draw_space_axes(ax, bounds, right, up, toward)
   end
   flat = project(corners);
   middle = (min(flat, [], 2) + max(flat, [], 2)) / 2;
-  size_2d = max(max(flat, [], 2) - min(flat, [], 2));
+  size_2d = max(flat, [], 2) - min(flat, [], 2);
+  % One inch of the page in the picture's unit: the box and, about it, texts fill 8 by 6.4 inches.
+  inch = max(size_2d ./ [6.2; 5.2]);
 
   % The vertical edge for z: where far and near walls meet, on the left.
   edge_a = project([far(1); near(2); 0]);
@@ -30,8 +32,8 @@ function limits = draw_space_axes(ax, bounds, right, up, toward)
     z_corner = [near(1); far(2)];
   end
 
-  % The corners and, about each text, as much room as it takes.
   needed = flat;
+  taken = zeros(2, 0, 2);   % lower left and upper right corners of the ticks' texts
   names = 'xyz';
   anchors = [NaN, near(1), z_corner(1); near(2), NaN, z_corner(2); floor_z, floor_z, NaN];
   for d = 1:3
@@ -39,7 +41,10 @@ function limits = draw_space_axes(ax, bounds, right, up, toward)
     ends(d, :) = bounds(d, :);
     edge = project(ends);
     along = edge(:, 2) - edge(:, 1);
-    ticks = nice_ticks(bounds(d, :), max(8 * norm(along) / size_2d, 3));
+    seen = norm(along) / inch;   % inches
+    % So many that their texts do not touch: half an inch apart, or less on a steep axis.
+    apart = max(0.55 * abs(along(1)), 0.3 * abs(along(2))) / max(norm(along), realmin);
+    ticks = kestrel.detail.nice_ticks(bounds(d, :), max(floor(seen / apart), 2));
     others = setdiff(1:3, d);
     for t = [bounds(d, :), ticks]
       % One line across each of the two far planes that the tick's plane cuts.
@@ -51,42 +56,47 @@ function limits = draw_space_axes(ax, bounds, right, up, toward)
       end
     end
     draw(ax, edge, [0.3 0.3 0.3]);
-    outward = [-along(2); along(1)] / max(norm(along), eps);
+    outward = [-along(2); along(1)] / max(norm(along), realmin);
     if outward.' * (mean(edge, 2) - middle) < 0
       outward = -outward;
     end
-    if norm(along) < 0.02 * size_2d
+    if seen < 0.15
       continue   % seen end on: nothing to read along it
     end
-    for t = ticks
+    % A text's centre lies so far out that its box ends where the tick, or the text before, does.
+    words = arrayfun(@(t) sprintf('%g', t), ticks, 'UniformOutput', false);
+    half = @(word, points) [0.6 * numel(word); 1.2] * points / 144;
+    reach = @(word, points) abs(outward.') * half(word, points);
+    out = 0.12;
+    for i = 1:numel(ticks)
       at = ends(:, 1);
-      at(d) = t;
+      at(d) = ticks(i);
       place = project(at);
-      draw(ax, [place, place + 0.012 * size_2d * outward], [0.3 0.3 0.3]);
-      place = place + 0.045 * size_2d * outward;
-      text(place(1), place(2), sprintf('%g', t), 'parent', ax, 'fontsize', 10, ...
-           'horizontalalignment', 'center', 'verticalalignment', 'middle');
-      needed = [needed, place + 0.03 * size_2d, place - 0.03 * size_2d];
+      draw(ax, [place, place + 0.08 * inch * outward], [0.3 0.3 0.3]);
+      place = place + (0.12 + reach(words{i}, 10)) * inch * outward;
+      box = [place - inch * half(words{i}, 10), place + inch * half(words{i}, 10)];
+      if any(all(taken(:, :, 1) < box(:, 2) & taken(:, :, 2) > box(:, 1), 1))
+        continue   % where two axes meet, their first ticks may
+      end
+      taken(:, end + 1, :) = box;
+      write(ax, place, words{i}, 10);
+      needed = [needed, box];
+      out = max(out, 0.12 + 2 * reach(words{i}, 10));
     end
-    place = mean(edge, 2) + 0.105 * size_2d * outward;
-    needed = [needed, place + [0.07; 0.03] * size_2d, place - [0.07; 0.03] * size_2d];
-    text(place(1), place(2), [names(d), ' (mm)'], 'parent', ax, 'fontsize', 11, ...
-         'horizontalalignment', 'center', 'verticalalignment', 'middle');
+    label = [names(d), ' (mm)'];
+    place = mean(edge, 2) + (out + 0.05 + reach(label, 11)) * inch * outward;
+    write(ax, place, label, 11);
+    needed = [needed, place + inch * half(label, 11), place - inch * half(label, 11)];
   end
   limits = [min(needed, [], 2), max(needed, [], 2)].';
-  limits = limits(:).' + 0.01 * size_2d * [-1 1 -1 1];
+  limits = limits(:).' + 0.05 * inch * [-1 1 -1 1];
 end
 
 function draw(ax, ends, colour)
   plot(ax, ends(1, :), ends(2, :), 'color', colour, 'linewidth', 0.5);
 end
 
-% Multiples of 1, 2 or 5 times a power of ten inside the limits, at most COUNT or so.
-function ticks = nice_ticks(limits, count)
-  raw = diff(limits) / min(count, 6);
-  scale = 10^floor(log10(raw));
-  choices = [1 2 5 10] * scale;
-  step = choices(find(choices >= raw, 1));
-  ticks = (ceil(limits(1) / step):floor(limits(2) / step)) * step;
-  ticks(ticks == 0) = 0;   % no "-0"
+function write(ax, place, words, points)
+  text(place(1), place(2), words, 'parent', ax, 'fontsize', points, ...
+       'horizontalalignment', 'center', 'verticalalignment', 'middle');
 end

@@ -1,7 +1,8 @@
-function [faces, extent] = element_faces(element)
+function [faces, extent] = element_faces(element, meshed)
 %ELEMENT_FACES  Polygons that show an element, in its own frame.
 %   FACES is a cell row of 3-by-m corners, counter-clockwise as seen from where the
-%   element radiates to. EXTENT is its smallest half-extent across its axis.
+%   element radiates to. EXTENT is its smallest half-extent across its axis. With MESHED
+%   true all are convex, and a ring is made of many; else a flat element has one.
   switch element.shape
     case 'rect'
       a = element.width / 2;
@@ -9,12 +10,15 @@ function [faces, extent] = element_faces(element)
       faces = {[-a a a -a; -b -b b b; 0 0 0 0]};
       extent = min(a, b);
     case 'circ'
-      faces = {circle(element.radius, 0, 49)};
+      faces = {circle(element.radius, 0, linspace(0, 2 * pi, 49))};
       extent = element.radius;
     case 'ring'
-      outer = circle(element.outer_radius, 0, 49);
-      inner = circle(element.inner_radius, 0, 49);
-      faces = {[outer, fliplr(inner)]};   % one polygon, cut open at angle 0
+      faces = zone(element.inner_radius, element.outer_radius, 1, @(r) 0 * r);
+      if ~meshed
+        turn = linspace(0, 2 * pi, 49);
+        faces = {[circle(element.outer_radius, 0, turn), ...
+                  fliplr(circle(element.inner_radius, 0, turn))]};   % cut open at angle 0
+  end
       extent = element.outer_radius;
     case 'shel'
       faces = cap(0, element.radius, element.rad_curvature);
@@ -25,23 +29,25 @@ function [faces, extent] = element_faces(element)
   end
 end
 
-function points = circle(radius, height, count)
-  t = linspace(0, 2 * pi, count);
-  points = [radius * cos(t); radius * sin(t); height * ones(size(t))];
+function points = circle(radius, height, turn)
+  points = [radius * cos(turn); radius * sin(turn); height * ones(size(turn))];
 end
 
-% Quadrilaterals between circles and meridians of a spherical zone, apex at the origin.
 function faces = cap(inner, outer, curvature)
-  steps = 4;
-  sectors = 24;
+  faces = zone(inner, outer, 8, @(r) curvature - sqrt(max(curvature^2 - r .^ 2, 0)));
+end
+
+% Quadrilaterals between circles and meridians of a surface of revolution.
+function faces = zone(inner, outer, steps, height)
+  sectors = 48;
   faces = cell(steps, sectors);
   radius = linspace(inner, outer, steps + 1);
-  height = curvature - sqrt(max(curvature^2 - radius.^2, 0));
   for i = 1:steps
-    below = circle(radius(i), height(i), sectors + 1);
-    above = circle(radius(i + 1), height(i + 1), sectors + 1);
     for j = 1:sectors
-      faces{i, j} = [below(:, j), above(:, j), above(:, j + 1), below(:, j + 1)];
+      turn = 2 * pi * [j - 1, j] / sectors;
+      faces{i, j} = [circle(radius(i), height(radius(i)), turn(1)), ...
+                     circle(radius(i + 1), height(radius(i + 1)), turn), ...
+                     circle(radius(i), height(radius(i)), turn(2))];
     end
   end
   faces = faces(:).';

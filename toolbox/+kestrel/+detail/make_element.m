@@ -12,11 +12,17 @@ function element = make_element(caller, shape, geometry, pairs)
                    'rad_curvature', [], 'inner_radius', [], 'outer_radius', [], ...
                    'geometric_focus', []);
   names = kestrel.detail.shape_fields(shape);
+  lengths = {};
   for i = 1:numel(names)
     element.(names{i}) = geometry{i};
+    if ~any(strcmp(names{i}, {'rad_curvature', 'geometric_focus'}))   % flat may be meant
+      lengths = [lengths, {'m', names{i}, geometry{i}}];
+    end
   end
   element.center = kestrel.detail.check_vector(caller, 'center', options.center, 3);
   element.euler = kestrel.detail.check_vector(caller, 'euler', options.euler, 3);
+  kestrel.detail.check_units(caller, lengths{:}, 'm', 'center', element.center, ...
+                             'rad', 'euler', element.euler);
   element.amplitude = kestrel.detail.check_scalar(caller, 'amplitude', options.amplitude);
   element.phase = kestrel.detail.check_scalar(caller, 'phase', options.phase);
   element.apodization_index = 0;
@@ -27,6 +33,6 @@ function element = make_element(caller, shape, geometry, pairs)
             ['%s: apodization_index must be 0 (uniform), 1 (cosine), 2 (raised cosine), ' ...
              '3 (quadratic) or 4 (quartic).'], caller);
     end
-    element.apodization_index = double(index);
+    element.apodization_index = double(full(index));
   end
 end

@@ -4,6 +4,7 @@ function array = make_lattice(caller, counts, sizes, pitches, pairs)
 %   array as a whole; amplitude and phase may be given per element.
   counts = [kestrel.detail.check_scalar(caller, 'the number of elements', counts(1), 'count'), ...
             kestrel.detail.check_scalar(caller, 'the number of elements', counts(2), 'count')];
+  kestrel.detail.check_size(caller, prod(counts));
   prototype = kestrel.rectangle(sizes{:});
   extents = [prototype.width, prototype.height];
   for d = 1:2

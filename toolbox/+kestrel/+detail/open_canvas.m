@@ -21,5 +21,8 @@ function canvas = open_canvas(file)
     canvas.figure = figure('visible', 'off');
   end
   set(canvas.figure, 'color', 'w', 'paperunits', 'inches', 'paperposition', [0 0 8 6.4]);
+  if isprop(canvas.figure, 'Theme')
+    set(canvas.figure, 'Theme', 'light');   % in dark mode texts would be white on white
+  end
   canvas.axes = axes('parent', canvas.figure);
 end

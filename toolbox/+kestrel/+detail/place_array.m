@@ -11,6 +11,12 @@ function array = place_array(caller, array, pairs)
   phase = per_element(caller, 'phase', options.phase, n);
 
   positions = kestrel.detail.to_global(vertcat(array.center).', center, euler);
+  size_of = @(name) kestrel.detail.field_columns(array(1), name, 0);
+  if all(cellfun(size_of, {'width', 'height', 'radius', 'outer_radius'}) <= 1)
+    % Otherwise the element itself has been warned of.
+    kestrel.detail.check_units(caller, 'm', 'center', center, 'rad', 'euler', euler, ...
+                               'm', 'the position of an element', positions);
+  end
   for i = 1:n
     array(i).center = positions(:, i).';
     array(i).euler = kestrel.detail.turn_euler(array(i).euler, euler);
@@ -27,5 +33,5 @@ function value = per_element(caller, name, value, n)
     error('kestrel:argument', '%s: %s must have 1 or %d entries, but it has %d.', ...
           caller, name, n, numel(value));
   end
-  value = double(value(:).');
+  value = double(full(value(:).'));
 end

@@ -7,17 +7,15 @@ function [h, path] = transfer_matrix(array, points, medium, f0)
 %   Off the axis the root mean square around the edge stands for the distance.
   k = 2 * pi * f0 / medium.soundspeed;
   alpha = medium.attenuationdBcmMHz * 100 * (f0 / 1e6) * log(10) / 20;
-  [inner, outer, area] = edges(array);
+  [inner, outer, area] = kestrel.detail.element_edges(array);
   center = kestrel.detail.field_columns(array, 'center');
-  euler = kestrel.detail.field_columns(array, 'euler');
-  axis = [sin(euler(1, :)) .* cos(euler(2, :)); -sin(euler(2, :)); ...
-          cos(euler(1, :)) .* cos(euler(2, :))];
+  [~, ~, normal] = kestrel.detail.element_axes(array);
   h = zeros(size(points, 1), numel(array));
   path = zeros(size(h));
   for i = 1:size(points, 1)
     to_point = repmat(points(i, :).', 1, numel(array)) - center;
     squared = sum(to_point .^ 2, 1);
-    along = sum(to_point .* axis, 1);
+    along = sum(to_point .* normal, 1);
     near = to_edge(squared, along, inner);
     far = to_edge(squared, along, outer);
     path(i, :) = (near + far) / 2;
@@ -30,26 +28,4 @@ end
 % over the centre, for points at a squared distance and a height ALONG the axis from that.
 function distance = to_edge(squared, along, edge)
   distance = sqrt(max(squared + edge(1, :) .^ 2 + edge(2, :) .* (edge(2, :) - 2 * along), 0));
-end
-
-% Radius and height of the inner and of the outer edge (for a rectangle, of its centre) and the
-% area of each face.
-function [inner, outer, area] = edges(array)
-  size_of = @(name) kestrel.detail.field_columns(array, name, 0);
-  is_shape = @(name) strcmp({array.shape}, name);
-  full = is_shape('circ') | is_shape('shel');
-  open = is_shape('ring') | is_shape('sph ring');
-  bend = size_of('rad_curvature') .* is_shape('shel') ...
-         + size_of('geometric_focus') .* is_shape('sph ring');
-
-  inner = [size_of('inner_radius') .* open; zeros(1, numel(array))];
-  outer = [size_of('outer_radius') .* open + size_of('radius') .* full; zeros(1, numel(array))];
-  area = pi * (outer(1, :) .^ 2 - inner(1, :) .^ 2);
-  curved = bend > 0;
-  height = @(radius) bend(curved) - sqrt(bend(curved) .^ 2 - radius(curved) .^ 2);
-  inner(2, curved) = height(inner(1, :));
-  outer(2, curved) = height(outer(1, :));
-  area(curved) = 2 * pi * bend(curved) .* (outer(2, curved) - inner(2, curved));
-  flat = is_shape('rect');
-  area(flat) = [array(flat).width] .* [array(flat).height];
 end
