@@ -75,14 +75,14 @@ void HarmonicBeam::start(double focusing, double loss) {
 
 template <class Math>
 KESTREL_INLINE void HarmonicBeam::diffract_pack(int index, double weight, double theta, double* u) {
-  constexpr int lanes = kLanesOf<Math>;
-  const int first = index * lanes + 1;
-  const int count = std::min(lanes, _harmonics - first + 1);
+  constexpr int kLanes = kLanesOf<Math>;
+  const int first = index * kLanes + 1;
+  const int count = std::min(kLanes, _harmonics - first + 1);
   const int nodes = _grid.nodes;
   const Index size = plane_size();
   // A pack that is not full solves its last harmonic again.
-  LaneArray<double*, lanes> planes;
-  for (int lane = 0; lane < lanes; ++lane) {
+  LaneArray<double*, kLanes> planes;
+  for (int lane = 0; lane < kLanes; ++lane) {
     planes[lane] = harmonic(first + std::min(lane, count - 1));
   }
   const auto silent = [size](const double* plane) {
@@ -90,11 +90,11 @@ KESTREL_INLINE void HarmonicBeam::diffract_pack(int index, double weight, double
   };
   if (std::all_of(planes, planes + count, silent)) return;
   for (Index i = 0; i < size; ++i) {
-    for (int lane = 0; lane < lanes; ++lane) u[i * lanes + lane] = planes[lane][i];
+    for (int lane = 0; lane < kLanes; ++lane) u[i * kLanes + lane] = planes[lane][i];
   }
 
-  LaneArray<double, lanes> implicit_weight, explicit_weight;
-  for (int lane = 0; lane < lanes; ++lane) {
+  LaneArray<double, kLanes> implicit_weight, explicit_weight;
+  for (int lane = 0; lane < kLanes; ++lane) {
     const int n = first + std::min(lane, count - 1);
     implicit_weight[lane] = theta * weight / n;
     explicit_weight[lane] = (1.0 - theta) * weight / n;
@@ -102,14 +102,14 @@ KESTREL_INLINE void HarmonicBeam::diffract_pack(int index, double weight, double
   const SharedBands bands{_mass.data(), _laplacian.data(), implicit_weight, explicit_weight};
   Pack& pack = _packs[static_cast<std::size_t>(index)];
   if (pack.weight != weight || pack.theta != theta) {
-    factor_harmonics<lanes>(bands, nodes, pack.inverse.data(), pack.super.data());
+    factor_harmonics<kLanes>(bands, nodes, pack.inverse.data(), pack.super.data());
     pack.weight = weight;
     pack.theta = theta;
   }
-  solve_harmonics<lanes>(bands, nodes, pack.inverse.data(), pack.super.data(), u);
+  solve_harmonics<kLanes>(bands, nodes, pack.inverse.data(), pack.super.data(), u);
   for (Index i = 0; i < size; ++i) {
-    for (int lane = 0; lane < lanes; ++lane) {
-      planes[lane][i] = _layer[i / 2] * u[i * lanes + lane];
+    for (int lane = 0; lane < kLanes; ++lane) {
+      planes[lane][i] = _layer[i / 2] * u[i * kLanes + lane];
     }
   }
 }
@@ -132,10 +132,10 @@ void HarmonicBeam::diffract(double ds, Workers& workers) {
 
 template <class Math>
 KESTREL_INLINE bool HarmonicBeam::nonlinear_block(int block, double ds, double* scratch) {
-  constexpr int lanes = kLanesOf<Math>;
-  const int first = block * lanes;
-  return nonlinear_nodes<Math, lanes>(ds, _planes.data() + Index{2} * first, _harmonics,
-                                      _grid.nodes, std::min(lanes, _grid.nodes - first),
+  constexpr int kLanes = kLanesOf<Math>;
+  const int first = block * kLanes;
+  return nonlinear_nodes<Math, kLanes>(ds, _planes.data() + Index{2} * first, _harmonics,
+                                      _grid.nodes, std::min(kLanes, _grid.nodes - first),
                                       _absorption.data(), _equation.nonlinearity, 1, scratch) == 0;
 }
 

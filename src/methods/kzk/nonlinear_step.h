@@ -90,16 +90,16 @@ template <int lanes>
 KESTREL_INLINE void runge_kutta(double d, double nonlinearity, int active,
                                 double* KESTREL_RESTRICT p, double* KESTREL_RESTRICT trial,
                                 double* KESTREL_RESTRICT square, double* KESTREL_RESTRICT total) {
-  constexpr double weight[4] = {1.0 / 6.0, 1.0 / 3.0, 1.0 / 3.0, 1.0 / 6.0};
-  constexpr double reach[4] = {0.5, 0.5, 1.0, 0.0};
+  constexpr double kWeight[4] = {1.0 / 6.0, 1.0 / 3.0, 1.0 / 3.0, 1.0 / 6.0};
+  constexpr double kReach[4] = {0.5, 0.5, 1.0, 0.0};
   const Index last = Index{2} * (active + 1) * lanes;
   for (Index i = 2 * lanes; i < last; ++i) trial[i] = total[i] = p[i];
   for (int stage = 0; stage < 4; ++stage) {
     self_convolution<lanes>(trial, active, square);
     for (int n = 1; n <= active; ++n) {
       const double slope = 0.5 * nonlinearity * n * d;  // the rate is j slope (p^2)_n
-      const double toward = reach[stage] * slope;
-      const double share = weight[stage] * slope;
+      const double toward = kReach[stage] * slope;
+      const double share = kWeight[stage] * slope;
       const Index at = Index{2} * n * lanes;
       KESTREL_WHOLE_LANES
       for (int l = 0; l < lanes; ++l) {

@@ -176,10 +176,10 @@ void assign_planes(Plan& plan) {
 
 void check_storage(double bytes, const char* what, const char* remedy) {
   if (bytes <= kMostBytes) return;
-  constexpr double gib = 1024.0 * 1024.0 * 1024.0;
+  constexpr double kGiB = 1024.0 * 1024.0 * 1024.0;
   fail(ErrorKind::out_of_memory,
        "%s needs %.3g GiB of storage, more than the %g GiB it may take; %s need less.", what,
-       bytes / gib, kMostBytes / gib, remedy);
+       bytes / kGiB, kMostBytes / kGiB, remedy);
 }
 
 double in_range_or_default(double value, double low, double high, double fallback, const char* what,

@@ -53,7 +53,7 @@ class WaveAbsorption {
 
   template <int columns>
   KESTREL_INLINE void apply(float* wave, Index stride, float* KESTREL_RESTRICT work) const {
-    constexpr int half = columns / 2;
+    constexpr int kHalf = columns / 2;
     for (Index i = 0; i < _length; ++i) {
       float* to = work + i * columns;
       const float* from = wave + i * stride;
@@ -63,18 +63,18 @@ class WaveAbsorption {
     // The wide stages run over everything, the narrow ones and the filter chunk by chunk, so that
     // most of the work stays in the nearest cache.
     const Index chunk = std::min(_length, Index{512} * 16 / columns);
-    for (Index span = _length / 2; span >= chunk; span /= 2) split<half>(work, 0, _length, span);
+    for (Index span = _length / 2; span >= chunk; span /= 2) split<kHalf>(work, 0, _length, span);
     for (Index start = 0; start < _length; start += chunk) {
-      for (Index span = chunk / 2; span > 0; span /= 2) split<half>(work, start, chunk, span);
+      for (Index span = chunk / 2; span > 0; span /= 2) split<kHalf>(work, start, chunk, span);
       for (Index i = start; i < start + chunk; ++i) {
         float* KESTREL_RESTRICT a = work + i * columns;
         const float factor = _filter[i];
         KESTREL_WHOLE_LANES
         for (int l = 0; l < columns; ++l) a[l] *= factor;
       }
-      for (Index span = 1; span < chunk; span *= 2) join<half>(work, start, chunk, span);
+      for (Index span = 1; span < chunk; span *= 2) join<kHalf>(work, start, chunk, span);
     }
-    for (Index span = chunk; span < _length; span *= 2) join<half>(work, 0, _length, span);
+    for (Index span = chunk; span < _length; span *= 2) join<kHalf>(work, 0, _length, span);
     for (Index i = 0; i < _samples; ++i) {
       const float* from = work + i * columns;
       float* to = wave + i * stride;

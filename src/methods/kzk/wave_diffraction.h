@@ -146,7 +146,7 @@ class WaveDiffraction {
     const auto theta = static_cast<float>(_theta);
     const auto full = static_cast<float>(dtheta);
     const auto half = static_cast<float>(0.5 * dtheta);
-    constexpr auto compact = static_cast<float>(1.0 / 12.0);
+    constexpr auto kCompact = static_cast<float>(1.0 / 12.0);
     float* KESTREL_RESTRICT old_integral = _old_integral.data();
     const float* KESTREL_RESTRICT new_integral = _new_integral.data();
     float* KESTREL_RESTRICT source = _source.data() + lanes;
@@ -158,7 +158,7 @@ class WaveDiffraction {
         const float old_now = old_integral[at + l] + half * now[l];
         old_integral[at + l] += full * now[l];
         source[at + l] =
-            compact * now[l] + kappa * (theta * new_integral[at + l] + (1.0f - theta) * old_now);
+            kCompact * now[l] + kappa * (theta * new_integral[at + l] + (1.0f - theta) * old_now);
       }
     }
   }
