@@ -13,7 +13,7 @@ namespace four_wide {
 
 /// Coefficients from the highest power down: ((c0 x + c1) x + c2) ..., each step rounded twice.
 template <class F, class... Rest>
-KESTREL_LANE_INLINE F horner(F x, float c0, Rest... rest) {
+KESTREL_INLINE F horner(F x, float c0, Rest... rest) {
   F y = F::splat(c0);
   ((y = y * x + F::splat(rest)), ...);
   return y;
@@ -25,7 +25,7 @@ struct ReducedAngle {
   F angle;
   typename F::Int octant;  ///< even; bit 1: sine and cosine swap roles, bit 2: half a turn
 
-  KESTREL_LANE_INLINE explicit ReducedAngle(F x) {
+  KESTREL_INLINE explicit ReducedAngle(F x) {
     using I = typename F::Int;
     const F magnitude = F::from_bits(x.bits() & I::splat(0x7fffffffu));
     octant = ((magnitude * F::splat(1.27323949f)).truncated() + I::splat(1)) & I::splat(~1u);
@@ -34,16 +34,16 @@ struct ReducedAngle {
     angle = angle + y * F::splat(-0.000241875648f);
     angle = angle + y * F::splat(-3.77489506e-08f);
   }
-  KESTREL_LANE_INLINE typename F::Int roles_kept() const {
+  KESTREL_INLINE typename F::Int roles_kept() const {
     using I = typename F::Int;
     return equal(octant & I::splat(2), I::splat(0));
   }
   /// The sign bit of sin x, given x for its own sign.
-  KESTREL_LANE_INLINE typename F::Int sine_sign(F x) const {
+  KESTREL_INLINE typename F::Int sine_sign(F x) const {
     using I = typename F::Int;
     return (x.bits() & I::splat(0x80000000u)) ^ (octant & I::splat(4)).template shifted_left<29>();
   }
-  KESTREL_LANE_INLINE typename F::Int cosine_sign() const {
+  KESTREL_INLINE typename F::Int cosine_sign() const {
     using I = typename F::Int;
     return (((octant - I::splat(2)) ^ I::splat(~0u)) & I::splat(4)).template shifted_left<29>();
   }
@@ -52,12 +52,12 @@ struct ReducedAngle {
 /// The full polynomials of Cephes: a few units in the last place.
 struct FullSeries {
   template <class F>
-  KESTREL_LANE_INLINE static F cosine(F z) {
+  KESTREL_INLINE static F cosine(F z) {
     const F y = horner(z, 2.44331568e-05f, -0.00138873165f, 0.0416666456f);
     return y * z * z - z * F::splat(0.5f) + F::splat(1.0f);
   }
   template <class F>
-  KESTREL_LANE_INLINE static F sine(F z, F angle) {
+  KESTREL_INLINE static F sine(F z, F angle) {
     const F y = horner(z, -0.000195152956f, 0.00833216123f, -0.166666552f);
     return y * z * angle + angle;
   }
@@ -67,17 +67,17 @@ struct FullSeries {
 /// interval, for speed. Results of the four-wide methods depend on it: not to be "repaired" here.
 struct ShortSeries {
   template <class F>
-  KESTREL_LANE_INLINE static F cosine(F z) {
+  KESTREL_INLINE static F cosine(F z) {
     return F::splat(0.0416666456f) * z * z - z * F::splat(0.5f) + F::splat(1.0f);
   }
   template <class F>
-  KESTREL_LANE_INLINE static F sine(F z, F angle) {
+  KESTREL_INLINE static F sine(F z, F angle) {
     return F::splat(-0.166666552f) * z * angle + angle;
   }
 };
 
 template <class F>
-KESTREL_LANE_INLINE F with_sign_flipped(F x, typename F::Int sign) {
+KESTREL_INLINE F with_sign_flipped(F x, typename F::Int sign) {
   return F::from_bits(x.bits() ^ sign);
 }
 
@@ -86,7 +86,7 @@ KESTREL_LANE_INLINE F with_sign_flipped(F x, typename F::Int sign) {
 /// Natural logarithm. NaN for x <= 0, zero of either sign included. Subnormal numbers count as the
 /// smallest normal one, and so does NaN; infinity gives 128 ln 2.
 template <class F>
-KESTREL_LANE_INLINE F log_ps(F x) {
+KESTREL_INLINE F log_ps(F x) {
   using I = typename F::Int;
   const F one = F::splat(1.0f);
   const I not_positive = less_equal(x, F::splat(0.0f));
@@ -112,7 +112,7 @@ KESTREL_LANE_INLINE F log_ps(F x) {
 /// e^x, x clamped to [-88.3762589, 88.3762589] first. NaN is clamped to the upper end: it does not
 /// pass through.
 template <class F>
-KESTREL_LANE_INLINE F exp_ps(F x) {
+KESTREL_INLINE F exp_ps(F x) {
   using I = typename F::Int;
   const F one = F::splat(1.0f);
   x = min(x, F::splat(88.3762589f));
@@ -133,7 +133,7 @@ KESTREL_LANE_INLINE F exp_ps(F x) {
 /// sin x; sin(-x) = -sin(x) to the bit. Good for |x| up to some 8000, after which the reduction
 /// runs out of digits; NaN for NaN and infinity.
 template <class F>
-KESTREL_LANE_INLINE F sin_ps(F x) {
+KESTREL_INLINE F sin_ps(F x) {
   const four_wide::ReducedAngle<F> r(x);
   const F z = r.angle * r.angle;
   const F y = select(r.roles_kept(), four_wide::FullSeries::sine(z, r.angle),
@@ -143,7 +143,7 @@ KESTREL_LANE_INLINE F sin_ps(F x) {
 
 /// cos x; cos(-x) = cos(x) to the bit. Range as for `sin_ps`.
 template <class F>
-KESTREL_LANE_INLINE F cos_ps(F x) {
+KESTREL_INLINE F cos_ps(F x) {
   const four_wide::ReducedAngle<F> r(x);
   const F z = r.angle * r.angle;
   const F y = select(r.roles_kept(), four_wide::FullSeries::cosine(z),
@@ -153,7 +153,7 @@ KESTREL_LANE_INLINE F cos_ps(F x) {
 
 /// *s = sin x and *c = cos x by shortened polynomials: absolute error up to `sincos_ps_error`.
 template <class F>
-KESTREL_LANE_INLINE void sincos_ps(F x, F* s, F* c) {
+KESTREL_INLINE void sincos_ps(F x, F* s, F* c) {
   const four_wide::ReducedAngle<F> r(x);
   const F z = r.angle * r.angle;
   const F cosine = four_wide::ShortSeries::cosine(z);
@@ -169,7 +169,7 @@ inline constexpr double sincos_ps_error = 2.46e-3;
 
 /// *re + i *im = e^(a + ib), with the accuracy of `sincos_ps`.
 template <class F>
-KESTREL_LANE_INLINE void complex_exp(F a, F b, F* re, F* im) {
+KESTREL_INLINE void complex_exp(F a, F b, F* re, F* im) {
   const F e = exp_ps(a);
   F s, c;
   sincos_ps(b, &s, &c);
@@ -180,14 +180,14 @@ KESTREL_LANE_INLINE void complex_exp(F a, F b, F* re, F* im) {
 /// Lanes from the highest down: the first argument goes to lane 3, the last to lane 0, each rounded
 /// to single precision.
 template <class F = float4>
-KESTREL_LANE_INLINE F _mm_set_doubles(double d0, double d1, double d2, double d3) {
+KESTREL_INLINE F _mm_set_doubles(double d0, double d1, double d2, double d3) {
   return F::of(static_cast<float>(d3), static_cast<float>(d2), static_cast<float>(d1),
                static_cast<float>(d0));
 }
 
 /// (v0 + v2) + (v1 + v3) in lane 0; the other lanes mean nothing.
 template <class F>
-KESTREL_LANE_INLINE F horizontal_add_ps(F v) {
+KESTREL_INLINE F horizontal_add_ps(F v) {
   const F pairs = v + v.upper_half();
   return pairs + pairs.broadcast_lane_1();
 }

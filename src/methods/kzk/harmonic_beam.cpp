@@ -135,8 +135,8 @@ KESTREL_INLINE bool HarmonicBeam::nonlinear_block(int block, double ds, double* 
   constexpr int kLanes = kLanesOf<Math>;
   const int first = block * kLanes;
   return nonlinear_nodes<Math, kLanes>(ds, _planes.data() + Index{2} * first, _harmonics,
-                                      _grid.nodes, std::min(kLanes, _grid.nodes - first),
-                                      _absorption.data(), _equation.nonlinearity, 1, scratch) == 0;
+                                       _grid.nodes, std::min(kLanes, _grid.nodes - first),
+                                       _absorption.data(), _equation.nonlinearity, 1, scratch) == 0;
 }
 
 bool HarmonicBeam::steepen(double ds, Workers& workers) {
