@@ -107,9 +107,12 @@ KESTREL_INLINE void HarmonicBeam::diffract_pack(int index, double weight, double
     pack.theta = theta;
   }
   solve_harmonics<kLanes>(bands, nodes, pack.inverse.data(), pack.super.data(), u);
-  for (Index i = 0; i < size; ++i) {
+  for (Index j = 0; j < nodes; ++j) {
+    const double layer = _layer[j];
+    const double* values = u + 2 * kLanes * j;
     for (int lane = 0; lane < kLanes; ++lane) {
-      planes[lane][i] = _layer[i / 2] * u[i * kLanes + lane];
+      planes[lane][2 * j] = layer * values[lane];
+      planes[lane][2 * j + 1] = layer * values[kLanes + lane];
     }
   }
 }
