@@ -17,6 +17,9 @@ configure = CMAKE_GENERATOR=$$(command -v ninja >/dev/null && echo Ninja || echo
   cmake --preset $(1) $(2) >/dev/null
 compile = cmake --build build/$(1) --parallel $(JOBS)
 
+# What is left to do by hand.
+say_path = echo "In Octave: addpath ('$(CURDIR)/build/toolbox'); savepath keeps it for later sessions."
+
 .PHONY: help
 help:
 	@echo "make demo     the field of a focused array, computed and drawn in GNU Octave"
@@ -29,12 +32,14 @@ help:
 	@echo "make tsan     the C++ tests under the thread sanitizer"
 	@echo "make format   reformat the C++ sources; make tidy: look for faults in them"
 	@echo "make clean    remove everything built"
+	@test ! -d build/toolbox || $(say_path)
 
 .PHONY: toolbox
 toolbox:
 	@$(install) build octave
 	@$(call configure,release,-DKESTREL_OCTAVE=ON)
 	@$(call compile,release) --target toolbox
+	@$(say_path)
 
 .PHONY: demo
 demo: toolbox

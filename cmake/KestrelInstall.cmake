@@ -1,4 +1,5 @@
-# cmake --install: the C++ library as the CMake package `kestrel`, and the toolbox.
+# cmake --install: the C++ library as the CMake package and the pkg-config module `kestrel`, the
+# toolbox where there are plug-ins, the licence and the documentation.
 
 include(CMakePackageConfigHelpers)
 set(include_dir "${CMAKE_INSTALL_INCLUDEDIR}")
@@ -25,4 +26,26 @@ install(FILES
   "${PROJECT_BINARY_DIR}/kestrel-config.cmake" "${PROJECT_BINARY_DIR}/kestrel-config-version.cmake"
   DESTINATION "${package_dir}")
 
-install(DIRECTORY "${KESTREL_TOOLBOX_DIR}/" DESTINATION "${CMAKE_INSTALL_DATADIR}/kestrel/toolbox")
+# The module finds its prefix from its own place, since --prefix may choose another at installation.
+set(pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(pkgconfig_prefix "${CMAKE_INSTALL_PREFIX}")
+else()
+  file(RELATIVE_PATH from_module "/prefix/${pkgconfig_dir}" "/prefix")
+  string(REGEX REPLACE "/$" "" from_module "${from_module}")
+  set(pkgconfig_prefix "\${pcfiledir}/${from_module}")
+endif()
+configure_file(cmake/kestrel.pc.in "${PROJECT_BINARY_DIR}/kestrel.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/kestrel.pc" DESTINATION "${pkgconfig_dir}")
+
+# Below lib/, because the plug-ins are for one kind of machine. Without them the .m files are no use.
+get_property(octave_plugins GLOBAL PROPERTY KESTREL_OCTAVE_PLUGINS)
+get_property(matlab_plugins GLOBAL PROPERTY KESTREL_MATLAB_PLUGINS)
+if(octave_plugins OR matlab_plugins)
+  install(DIRECTORY "${KESTREL_TOOLBOX_DIR}/" DESTINATION "${CMAKE_INSTALL_LIBDIR}/kestrel/toolbox")
+endif()
+
+# Links between these pages stay good: they lie to each other as in the source tree.
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(DIRECTORY docs examples DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN "*.m" PATTERN "*.cpp")

@@ -1,5 +1,11 @@
 # How kestrel's targets are made: the compile flags, a library per MEX host, a plug-in per host.
 
+# a*b + c has two legal results, one rounding or two. Left to itself the compiler fuses where the
+# instruction set allows; a float so changed by 1e-7 is turned by the wavenumber into 1e-5 of the
+# field, and results would depend on machine and compiler. Where one rounding is wanted, the code
+# says std::fma or uses the intrinsic. For the same reason fast-math is never used.
+set(kestrel_rounding_options $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
+
 # Every target of this project is compiled with these flags, tests and benchmarks included.
 function(kestrel_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
@@ -7,11 +13,7 @@ function(kestrel_compile_options target)
     CXX_EXTENSIONS OFF
     POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE
-    # a*b + c has two legal results, one rounding or two. Left to itself the compiler fuses where the
-    # instruction set allows; a float so changed by 1e-7 is turned by the wavenumber into 1e-5 of the
-    # field, and results would depend on machine and compiler. Where one rounding is wanted, the code
-    # says std::fma or uses the intrinsic. For the same reason fast-math is never used.
-    -ffp-contract=off
+    ${kestrel_rounding_options}
     # Nobody reads errno or traps after a square root; without this its loops do not vectorise.
     -fno-math-errno
     -fno-trapping-math
@@ -37,12 +39,12 @@ endmacro()
 # kestrel_add_host_library(<name> [INCLUDES dir...] [DEFINITIONS def...] [LINK target...])
 #
 # A static library of everything that touches host values, compiled against the one mex.h that
-# INCLUDES or LINK brings. It brings the library `kestrel`.
+# INCLUDES or LINK brings. It brings the library `kestrel`, and is built with what links it.
 function(kestrel_add_host_library name)
   cmake_parse_arguments(arg "" "" "INCLUDES;DEFINITIONS;LINK" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS
     "${PROJECT_SOURCE_DIR}/mex/host/*.cpp" "${PROJECT_SOURCE_DIR}/mex/readers/*.cpp")
-  add_library(${name} STATIC ${sources})
+  add_library(${name} STATIC EXCLUDE_FROM_ALL ${sources})
   kestrel_compile_options(${name})
   target_include_directories(${name} PUBLIC "${PROJECT_SOURCE_DIR}" ${arg_INCLUDES})
   target_compile_definitions(${name} PUBLIC ${arg_DEFINITIONS})
@@ -70,7 +72,7 @@ function(kestrel_add_plugin name)
 
   set(version "${PROJECT_SOURCE_DIR}/mex/entries/required_version.cpp")
 
-  add_library(${name}_standalone STATIC ${sources} "${version}")
+  add_library(${name}_standalone STATIC EXCLUDE_FROM_ALL ${sources} "${version}")
   kestrel_compile_options(${name}_standalone)
   target_link_libraries(${name}_standalone PUBLIC kestrel_standalone)
 

@@ -40,7 +40,7 @@ function p = fnm_cw_single(varargin)
 %
 %   Errors: a wrong number of arguments or results, a TRANSDUCER, GRID or MEDIUM
 %   that is no structure or lacks a field, NDIV below 1, a complex F0, an unknown
-%   shape, a shape other than 'rect'.
+%   shape, a shape other than 'rect'. Their identifier is 'kestrel:fnm_cw_single'.
 %
 %   Example:
 %      element = kestrel.rectangle(5e-3, 5e-3);

@@ -25,3 +25,7 @@
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
 #include "inputs/time_samples.h"
+#include "numerics/fast_sinc.h"
+#include "numerics/four_wide_math.h"
+#include "numerics/piston_apodization.h"
+#include "numerics/smart_exp.h"

@@ -113,7 +113,7 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
   CoordinateGrid grid;
   grid.allocate_memory_and_set_values(&prhs[kGrid]);
   Medium medium(&prhs[kMedium]);
-  medium._f0 = read_scalar(prhs[kFrequency], "argument", "f0");
+  medium._f0 = read_scalar(prhs[kFrequency], nullptr, "f0");
   fields::Settings settings = read_settings(prhs[kOptions], prhs[kNdiv]);
   Console console(entry, number_option(prhs[kOptions], "progress") != 0);
   read_run(settings, prhs[kOptions], false, console);

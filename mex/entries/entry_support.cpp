@@ -42,7 +42,7 @@ std::string text_option(const mxArray* options, const char* field) {
 }
 
 double number_option(const mxArray* options, const char* field) {
-  return read_scalar(field_value(options, field), "options", field);
+  return read_number(options, field, "options");
 }
 
 const fields::Method* read_method(const mxArray* options, std::span<const fields::Method> methods) {
@@ -114,7 +114,7 @@ int read_threads(const mxArray* options) {
 }
 
 int read_nodes(const mxArray* ndiv) {
-  const double nodes = read_scalar(ndiv, "argument", "ndiv");
+  const double nodes = read_scalar(ndiv, nullptr, "ndiv");
   if (!(nodes >= 1 && nodes <= INT_MAX && nodes == std::floor(nodes))) {
     fail("ndiv must be a whole number of at least 1, but it is %g.", nodes);
   }

@@ -12,6 +12,7 @@
 #include "inputs/coordinate_grid.h"
 #include "inputs/medium.h"
 #include "inputs/numerical_integration.h"
+#include "mex/entries/compute_element.h"
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
 #include "mex/readers/element_reader.h"
@@ -38,8 +39,8 @@ int element_count(const mxArray* transducers) {
 /// Toward zero: 4.7 abscissas are 4.
 int read_ndiv(const mxArray* value) {
   if (!mxIsNumeric(value)) fail("ndiv must be an integer.\n");
-  const double ndiv = read_scalar(value, "argument", "ndiv");
-  if (!(std::abs(ndiv) < 2147483648.0)) {
+  const double ndiv = std::trunc(read_scalar(value, nullptr, "ndiv"));
+  if (!(ndiv >= -2147483648.0 && ndiv < 2147483648.0)) {
     fail("ndiv must be a number that fits a 32-bit integer.\n");
   }
   return static_cast<int>(ndiv);
@@ -47,14 +48,16 @@ int read_ndiv(const mxArray* value) {
 
 double read_frequency(const mxArray* value) {
   if (mxIsComplex(value) || !mxIsNumeric(value)) fail("Frequency must a real number.\n");
-  return read_scalar(value, "argument", "frequency");
+  return read_scalar(value, nullptr, "frequency");
 }
 
+/// The flag of old programs does nothing, so nothing about it is an error: an empty value counts as
+/// not given, and what is no number as a flag that is set.
 void warn_of_display_flag(const mxArray* flag) {
-  const double value = mxIsChar(flag) && !mxIsEmpty(flag)
-                           ? mxGetScalar(flag)
-                           : read_scalar(flag, "argument", "display flag");
-  if (value != 0.0) services::warn("The use of the display flag was deprecated.\n");
+  if (mxIsEmpty(flag)) return;
+  const bool is_number = mxIsNumeric(flag) || mxIsLogical(flag) || mxIsChar(flag);
+  if (is_number && mxGetScalar(flag) == 0.0) return;
+  services::warn("The use of the display flag was deprecated.\n");
 }
 
 /// The elements of one call. `owned` keeps each alive exactly once; `list` is what the call works
@@ -96,19 +99,6 @@ ElementList build_elements(const mxArray* transducers, int n, CoordinateGrid& gr
   return elements;
 }
 
-void check_result(int result) {
-  switch (result) {
-    case kSuccess:
-      return;
-    case kNotImplemented:
-      fail("This function is not implemented for this transducer shape.");
-    case kOutOfMemory:
-      fail("Out of memory.");
-    default:
-      fail("An unspecified error occurred. See this function's documentation for details.");
-  }
-}
-
 mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
   if (nlhs != 1) fail("This function requires exactly one output parameter.\n");
   if (nrhs != 5 && nrhs != 6) {
@@ -148,11 +138,7 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
 
   const ElementList elements = build_elements(prhs[kTransducers], n, grid, integral, medium,
                                               real_plane.data(), imaginary_plane.data());
-  for (int j = 0; j < n; ++j) {
-    Transducer* element = elements.list[static_cast<std::size_t>(j)];
-    if (element == nullptr) fail("A transducer was not allocated.\n");
-    check_result(element->fnm_cw_single());
-  }
+  for (int j = 0; j < n; ++j) compute_element(elements.list[static_cast<std::size_t>(j)]);
 
   mxComplexDouble* pressure = mxGetComplexDoubles(result);
   for (std::size_t k = 0; k < npoints; ++k) pressure[k] = {real_plane[k], imaginary_plane[k]};
@@ -164,5 +150,6 @@ mxArray* compute(int nlhs, int nrhs, const mxArray** prhs) {
 }  // namespace kestrel::gateway
 
 extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
-  kestrel::host::run_entry([&] { plhs[0] = kestrel::gateway::compute(nlhs, nrhs, prhs); });
+  kestrel::host::run_entry([&] { plhs[0] = kestrel::gateway::compute(nlhs, nrhs, prhs); },
+                           "kestrel:fnm_cw_single");
 }

@@ -27,9 +27,10 @@ inline constexpr std::size_t error_text_size = 4096;
 /// Any other exception that leaves the body would end the interpreter, so the body must not let one
 /// out.
 ///
-/// `identifier`: of the error, which then comes without the entry's name in front of its text.
+/// `identifier`: of the error. The hosts show the same text with it as without, Octave the entry's
+/// name in front; but programs that pass a caught error on by its identifier lose one without.
 template <class Callable>
-void run_entry(const Callable& callable, const char* identifier = nullptr) {
+void run_entry(const Callable& callable, const char* identifier) {
   static_assert(std::is_trivially_destructible_v<Callable>, "the error call may not unwind");
   char text[error_text_size];
   try {
@@ -45,8 +46,7 @@ void run_entry(const Callable& callable, const char* identifier = nullptr) {
   } catch (const std::length_error&) {
     std::snprintf(text, sizeof text, "Out of memory: a list would exceed its largest size.");
   }
-  if (identifier != nullptr) mexErrMsgIdAndTxt(identifier, "%s", text);
-  mexErrMsgTxt(text);
+  mexErrMsgIdAndTxt(identifier, "%s", text);
 }
 
 }  // namespace kestrel::host

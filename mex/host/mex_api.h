@@ -2,7 +2,7 @@
 
 /// The only header by which kestrel's sources see the names `mx*` and `mex*`. Which host they
 /// belong to is decided by the build, through the include path: Octave's folder, MATLAB's, or
-/// `host/standalone` for programs and tests that run without an interpreter.
+/// `mex/standalone` for programs and tests that run without an interpreter.
 ///
 /// What differs between the hosts, and therefore must not be relied upon:
 ///   - `mxArray` is `void` in Octave and an incomplete structure elsewhere: pass pointers, nothing

@@ -13,11 +13,13 @@ namespace {
 
 constexpr char kOwner[] = "transducer";
 
+/// Of longer lists the first three entries.
 double* read_triple(const mxArray* array, int index, const char* field) {
+  require_field(array, field, kOwner, index + 1);
   const mxArray* value = field_value(array, field, index);
   const double* entries = read_real_doubles(value, kOwner, field, index + 1);
-  if (entries == nullptr || mxGetNumberOfElements(value) != 3) {
-    fail("Field '%s' of transducer element %d must have 3 entries.\n", field, index + 1);
+  if (entries == nullptr || mxGetNumberOfElements(value) < 3) {
+    fail("Field '%s' of element %d of the transducer must have 3 entries.\n", field, index + 1);
   }
   // The setters take the pointer of old interfaces and only read through it.
   return const_cast<double*>(entries);
@@ -53,9 +55,8 @@ ShapeText read_shape_text(const mxArray* array, int index) {
 
 std::optional<fields::Geometry> read_geometry(const mxArray* array, int index,
                                               const ShapeText& shape) {
-  return geometry_of(shape, [&](const char* field) {
-    return read_scalar(field_value(array, field, index), kOwner, field, index + 1);
-  });
+  return geometry_of(
+      shape, [&](const char* field) { return read_number(array, field, kOwner, index + 1); });
 }
 
 std::unique_ptr<Transducer> make_element(const mxArray* array, int index, const ShapeText& shape,
@@ -73,7 +74,7 @@ fields::Element read_element(const mxArray* array, int index) {
   const auto number = [&](const char* field) {
     const mxArray* value = field_value(array, field, index);
     if (value == nullptr || mxGetNumberOfElements(value) != 1 || !mxIsNumeric(value) ||
-        mxIsComplex(value) || mxIsSparse(value)) {
+        mxIsComplex(value)) {
       refuse_field(index, field, "one real, finite number");
     }
     return mxGetScalar(value);
@@ -115,7 +116,7 @@ fields::Element read_element(const mxArray* array, int index) {
 
 double read_optional_scalar(const mxArray* array, int index, const char* field, double absent) {
   if (mxGetFieldNumber(array, field) < 0) return absent;
-  return read_scalar(field_value(array, field, index), kOwner, field, index + 1);
+  return read_number(array, field, kOwner, index + 1);
 }
 
 void place_element(Transducer& element, const mxArray* array, int index) {

@@ -70,7 +70,7 @@ namespace {
 /// The object that row `row` (from 0) of the structure describes.
 std::unique_ptr<ExcitationFunction> from_row(const mxArray* structure, int row, bool only_row) {
   const auto scalar = [&](const char* field) {
-    return read_scalar(field_value(structure, field, row), owner, field, only_row ? 0 : row + 1);
+    return read_number(structure, field, owner, only_row ? 0 : row + 1);
   };
   if (has_field(structure, "signal")) {
     const mxArray* signal = field_value(structure, "signal", row);

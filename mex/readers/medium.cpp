@@ -25,6 +25,13 @@ constexpr Property properties[] = {
     {"powerlawexponent", &Medium::_b},
 };
 
+/// A character counts by its code, as in every scalar read of the hosts.
+double read_property(const mxArray* structure, const char* field) {
+  const mxArray* value = field_value(structure, field);
+  if (value != nullptr && mxIsChar(value) && !mxIsEmpty(value)) return mxGetScalar(value);
+  return read_scalar(value, "medium", field);
+}
+
 }  // namespace
 
 template <>
@@ -38,8 +45,7 @@ Medium::Medium(mxArray const** structure) {
     }
   }
   for (const Property& property : properties) {
-    this->*property.value =
-        read_scalar(field_value(*structure, property.field), "medium", property.field);
+    this->*property.value = read_property(*structure, property.field);
   }
 }
 

@@ -1,5 +1,6 @@
 #include "mex/readers/structure_reader.h"
 
+#include <algorithm>
 #include <string>
 
 #include "services/error.h"
@@ -8,11 +9,17 @@ namespace kestrel {
 
 namespace {
 
+/// "Field 'width' of element 3 of the transducer", or "Argument 'ndiv'".
+std::string place(const char* owner, const char* field, int element) {
+  const std::string name = std::string("'") + field + "'";
+  if (owner == nullptr) return "Argument " + name;
+  const std::string of_element = element > 0 ? " of element " + std::to_string(element) : "";
+  return "Field " + name + of_element + " of the " + owner;
+}
+
 [[noreturn]] void refuse(const char* owner, const char* field, int element, const char* wanted,
                          const char* found) {
-  const std::string of_element = element > 0 ? " of element " + std::to_string(element) : "";
-  fail("Field '%s'%s of the %s must be %s, but it is %s.\n", field, of_element.c_str(), owner,
-       wanted, found);
+  fail("%s must be %s, but it is %s.\n", place(owner, field, element).c_str(), wanted, found);
 }
 
 }  // namespace
@@ -35,8 +42,21 @@ double read_scalar(const mxArray* value, const char* owner, const char* field, i
     refuse(owner, field, element, wanted,
            (std::string("of class ") + mxGetClassName(value)).c_str());
   }
-  if (mxIsSparse(value)) refuse(owner, field, element, wanted, "sparse");
+  // Of a sparse array one host reads the first entry, the other the first that is not zero.
+  if (mxIsSparse(value) && mxGetNumberOfElements(value) != 1) {
+    refuse(owner, field, element, wanted, "a sparse matrix");
+  }
   return mxGetScalar(value);
+}
+
+void require_field(const mxArray* structure, const char* field, const char* owner, int element) {
+  if (!has_field(structure, field)) fail("%s is missing.\n", place(owner, field, element).c_str());
+}
+
+double read_number(const mxArray* structure, const char* field, const char* owner, int element) {
+  require_field(structure, field, owner, element);
+  return read_scalar(field_value(structure, field, std::max(element - 1, 0)), owner, field,
+                     element);
 }
 
 const double* read_real_doubles(const mxArray* value, const char* owner, const char* field,

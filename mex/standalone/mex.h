@@ -1,7 +1,7 @@
 #pragma once
 
 /// The part of the MEX interface that kestrel uses, for programs that run without an interpreter.
-/// "host/standalone/standalone_host.h" is the other side of it: it runs entries and collects what
+/// "mex/standalone/standalone_host.h" is the other side of it: it runs entries and collects what
 /// they print. C++ only.
 
 #include "matrix.h"
@@ -14,7 +14,7 @@
 
 extern "C" {
 
-/// A plug-in's entry.
+/// A plug-in's entry. Nothing here defines it: a program links the plug-in that it calls.
 void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]);
 
 int mexPrintf(const char* format, ...) KESTREL_MEX_PRINTF_LIKE(1, 2);

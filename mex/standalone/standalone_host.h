@@ -2,7 +2,8 @@
 
 /// The C++ face of the standalone host: what MATLAB or Octave would be to a plug-in, for tests and
 /// programs. It runs entries, collects what they print, builds their arguments, and says what they
-/// leave behind.
+/// leave behind. A test links it with one plug-in's `<name>_standalone` library, which has the
+/// `mexFunction` of this example.
 ///
 ///     StructArray medium;
 ///     medium.set("density", 1000.0).set("soundspeed", 1500.0);

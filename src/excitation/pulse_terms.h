@@ -12,7 +12,7 @@
 #include <array>
 #include <cmath>
 
-#include "numerics/four_wide_math.h"
+#include "numerics/four_wide_kernels.h"
 #include "numerics/wide_math.h"
 
 namespace kestrel {
@@ -33,10 +33,10 @@ struct FourDelays {
   using Value = float4;
   static KESTREL_INLINE Value splat(double x) { return float4::splat(static_cast<float>(x)); }
   static KESTREL_INLINE void sine_cosine(Value y, Value& s, Value& c) {
-    s = sin_ps(y);
-    c = cos_ps(y);
+    s = four_wide::sin_ps(y);
+    c = four_wide::cos_ps(y);
   }
-  static KESTREL_INLINE Value exponential(Value x) { return exp_ps(x); }
+  static KESTREL_INLINE Value exponential(Value x) { return four_wide::exp_ps(x); }
 };
 
 /// A0 sin(omega0 (t - tau)).

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "numerics/four_wide_math.h"
+#include "numerics/four_wide_kernels.h"
 
 namespace kestrel {
 
@@ -32,7 +32,7 @@ void ToneBurst::temporal_tsd(float* out, const TimeSamples* axis, const int& nt,
       t[i] = static_cast<float>(axis->time_index_value(first + i) - static_cast<double>(t0));
     }
     float4 sine, cosine;
-    sincos_ps(omega0 * float4::load(t), &sine, &cosine);
+    four_wide::sincos_ps(omega0 * float4::load(t), &sine, &cosine);
     for (int i = 0; i < count; ++i) {
       out[first + i] = sine.lane(i);
       out[std::size_t(nt) + first + i] = -cosine.lane(i);

@@ -61,7 +61,9 @@ void ElementWorker::run(std::size_t tile) {
 NumericalIntegration& ElementWorker::rule_of(int nodes) {
   NumericalIntegration& rule = _rules[nodes];
   if (rule.get_npoints() == 0) {
-    rule.allocate_memory(nodes);
+    if (!rule.allocate_memory(nodes)) {
+      fail(ErrorKind::out_of_memory, "Out of memory: no room for a rule of %d nodes.", nodes);
+    }
     _used.include(nodes);
   }
   return rule;
@@ -82,7 +84,7 @@ bool has_method(const Geometry& geometry, const Method& method, const Medium& me
   Medium own_medium = medium;
   CoordinateGrid no_points;
   NumericalIntegration rule;
-  rule.allocate_memory(1);
+  if (!rule.allocate_memory(1)) fail(ErrorKind::out_of_memory, "Out of memory.");
   rule.gauss_quadrature();
   double plane = 0;
   Element element;

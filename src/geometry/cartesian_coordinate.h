@@ -15,14 +15,10 @@ struct CartesianCoordinate {
       : x(x_value), y(y_value), z(z_value) {}
 
   /// Euclidean distance to `other`.
-  double calculate_distance(CartesianCoordinate other) const {
-    return calculate_distance(other.x, other.y, other.z);
-  }
+  double calculate_distance(CartesianCoordinate other) const;
 
   /// Euclidean distance to the point (x2, y2, z2).
-  double calculate_distance(double x2, double y2, double z2) const {
-    return std::sqrt((x - x2) * (x - x2) + (y - y2) * (y - y2) + (z - z2) * (z - z2));
-  }
+  double calculate_distance(double x2, double y2, double z2) const;
 };
 
 /// Sign of `v`: -1, 0 or +1, where everything within 1e-10 of zero (that bound included) has none.

@@ -46,11 +46,16 @@ services::Array<double> copied(const double* values, std::size_t count) {
   return copy;
 }
 
-/// Smallest and largest of the values; zeros when there are none.
+/// Smallest and largest of the values; zeros when there are none. NaN compares with nothing: it
+/// counts only in the first place, and there it stays.
 std::pair<double, double> bounds(const services::Array<double>& values) {
   if (values.empty()) return {0.0, 0.0};
-  const auto [least, greatest] = std::minmax_element(values.begin(), values.end());
-  return {*least, *greatest};
+  double least = values[0], greatest = values[0];
+  for (const double value : values) {
+    if (value < least) least = value;
+    if (value > greatest) greatest = value;
+  }
+  return {least, greatest};
 }
 
 }  // namespace

@@ -78,19 +78,24 @@ bool NumericalIntegration::allocate_memory(int n) {
     fail("Specified number of abscissas is less than 1.\n");
   }
   const auto count = static_cast<std::size_t>(n);
-  services::Array<double> abscissas(count);
-  services::Array<double> cosines(count);
-  services::Array<double> weights(count);
-  services::Array<double> gauss_abscissas(count);
-  services::Array<double> gauss_weights(count);
-  _npoints = n;
-  _abscissas = std::move(abscissas);
-  _cosines = std::move(cosines);
-  _weights = std::move(weights);
-  _gauss_abscissas = std::move(gauss_abscissas);
-  _gauss_weights = std::move(gauss_weights);
-  _gauss_known = false;
-  return true;
+  try {
+    services::Array<double> abscissas(count);
+    services::Array<double> cosines(count);
+    services::Array<double> weights(count);
+    services::Array<double> gauss_abscissas(count);
+    services::Array<double> gauss_weights(count);
+    _npoints = n;
+    _abscissas = std::move(abscissas);
+    _cosines = std::move(cosines);
+    _weights = std::move(weights);
+    _gauss_abscissas = std::move(gauss_abscissas);
+    _gauss_weights = std::move(gauss_weights);
+    _gauss_known = false;
+    return true;
+  } catch (const Error& error) {
+    if (error.kind() != ErrorKind::out_of_memory) throw;
+    return false;
+  }
 }
 
 bool NumericalIntegration::gauss_quadrature() {

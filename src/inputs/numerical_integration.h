@@ -16,7 +16,8 @@ class NumericalIntegration {
   NumericalIntegration(const NumericalIntegration&) = delete;
   NumericalIntegration& operator=(const NumericalIntegration&) = delete;
 
-  /// Makes room for n nodes, all zero. Fails when n < 1. Returns true.
+  /// Makes room for n nodes, all zero. Fails when n < 1. False when memory runs out; then the rule
+  /// is as it was.
   bool allocate_memory(int n);
 
   /// Gauss-Legendre rule on [-1, 1], nodes in descending order. Returns true.

@@ -187,11 +187,16 @@ struct SseInt4 {
   }
 };
 
-/// Four floats in a register. Always inlined, so that a caller compiled for a wider instruction set
-/// keeps one set of instructions and no shared copy is left for the linker to choose.
+/// Four floats in a register, converted from and to the processor's own type as they are used.
+/// Always inlined, so that a caller compiled for a wider instruction set keeps one set of
+/// instructions and no shared copy is left for the linker to choose.
 struct SseFloat4 {
   using Int = SseInt4;
   __m128 v;
+
+  SseFloat4() = default;
+  KESTREL_INLINE SseFloat4(__m128 x) : v(x) {}
+  KESTREL_INLINE operator __m128() const { return v; }
 
   KESTREL_INLINE static SseFloat4 splat(float x) { return {_mm_set1_ps(x)}; }
   KESTREL_INLINE static SseFloat4 of(float x0, float x1, float x2, float x3) {

@@ -1,195 +1,61 @@
 #pragma once
 
-/// Logarithm, exponential, sine and cosine of four single-precision lanes, after the
-/// single-precision functions of the Cephes library (S. L. Moshier): range reduction, then a short
-/// polynomial. No branches and no calls; every lane is computed on its own. Written over the lane
-/// type (see "numerics/float4.h"): the same bits on every processor.
+/// Logarithm, exponential, sine and cosine of four single-precision lanes. Every lane is computed
+/// on its own, and has the same bits on every processor: the functions are compiled once, with the
+/// library, whatever instruction set the calling program is compiled for.
 
 #include "numerics/float4.h"
 
 namespace kestrel {
 
-namespace four_wide {
-
-/// Coefficients from the highest power down: ((c0 x + c1) x + c2) ..., each step rounded twice.
-template <class F, class... Rest>
-KESTREL_INLINE F horner(F x, float c0, Rest... rest) {
-  F y = F::splat(c0);
-  ((y = y * x + F::splat(rest)), ...);
-  return y;
-}
-
-/// An angle brought into [-pi/4, pi/4] by a multiple of pi/2, in three parts (Cody and Waite).
-template <class F>
-struct ReducedAngle {
-  F angle;
-  typename F::Int octant;  ///< even; bit 1: sine and cosine swap roles, bit 2: half a turn
-
-  KESTREL_INLINE explicit ReducedAngle(F x) {
-    using I = typename F::Int;
-    const F magnitude = F::from_bits(x.bits() & I::splat(0x7fffffffu));
-    octant = ((magnitude * F::splat(1.27323949f)).truncated() + I::splat(1)) & I::splat(~1u);
-    const F y = F::from_int(octant);
-    angle = magnitude + y * F::splat(-0.78515625f);
-    angle = angle + y * F::splat(-0.000241875648f);
-    angle = angle + y * F::splat(-3.77489506e-08f);
-  }
-  KESTREL_INLINE typename F::Int roles_kept() const {
-    using I = typename F::Int;
-    return equal(octant & I::splat(2), I::splat(0));
-  }
-  /// The sign bit of sin x, given x for its own sign.
-  KESTREL_INLINE typename F::Int sine_sign(F x) const {
-    using I = typename F::Int;
-    return (x.bits() & I::splat(0x80000000u)) ^ (octant & I::splat(4)).template shifted_left<29>();
-  }
-  KESTREL_INLINE typename F::Int cosine_sign() const {
-    using I = typename F::Int;
-    return (((octant - I::splat(2)) ^ I::splat(~0u)) & I::splat(4)).template shifted_left<29>();
-  }
-};
-
-/// The full polynomials of Cephes: a few units in the last place.
-struct FullSeries {
-  template <class F>
-  KESTREL_INLINE static F cosine(F z) {
-    const F y = horner(z, 2.44331568e-05f, -0.00138873165f, 0.0416666456f);
-    return y * z * z - z * F::splat(0.5f) + F::splat(1.0f);
-  }
-  template <class F>
-  KESTREL_INLINE static F sine(F z, F angle) {
-    const F y = horner(z, -0.000195152956f, 0.00833216123f, -0.166666552f);
-    return y * z * angle + angle;
-  }
-};
-
-/// Two terms of the sine and three of the cosine: off by up to 2.45e-3 at the ends of the reduced
-/// interval, for speed. Results of the four-wide methods depend on it: not to be "repaired" here.
-struct ShortSeries {
-  template <class F>
-  KESTREL_INLINE static F cosine(F z) {
-    return F::splat(0.0416666456f) * z * z - z * F::splat(0.5f) + F::splat(1.0f);
-  }
-  template <class F>
-  KESTREL_INLINE static F sine(F z, F angle) {
-    return F::splat(-0.166666552f) * z * angle + angle;
-  }
-};
-
-template <class F>
-KESTREL_INLINE F with_sign_flipped(F x, typename F::Int sign) {
-  return F::from_bits(x.bits() ^ sign);
-}
-
-}  // namespace four_wide
-
 /// Natural logarithm. NaN for x <= 0, zero of either sign included. Subnormal numbers count as the
 /// smallest normal one, and so does NaN; infinity gives 128 ln 2.
-template <class F>
-KESTREL_INLINE F log_ps(F x) {
-  using I = typename F::Int;
-  const F one = F::splat(1.0f);
-  const I not_positive = less_equal(x, F::splat(0.0f));
-  x = max(x, F::splat(1.17549435e-38f));
-
-  F e = F::from_int(x.bits().template shifted_right<23>() - I::splat(127)) + one;
-  F m = F::from_bits((x.bits() & I::splat(0x807fffffu)) | F::splat(0.5f).bits());
-
-  const I small = less(m, F::splat(0.707106769f));
-  e = select(small, e - one, e);
-  m = (m - one) + select(small, m, F::splat(0.0f));
-
-  const F z = m * m;
-  F y = four_wide::horner(m, 0.0703768358f, -0.115146101f, 0.116769984f, -0.12420141f, 0.142493233f,
-                          -0.166680574f, 0.200007141f, -0.24999994f, 0.333333313f);
-  y = y * m * z;
-  y = y + e * F::splat(-0.000212194442f);
-  y = y - z * F::splat(0.5f);
-  const F result = (m + y) + e * F::splat(0.693359375f);
-  return F::from_bits(result.bits() | not_positive);
-}
+float4 log_ps(float4 x);
 
 /// e^x, x clamped to [-88.3762589, 88.3762589] first. NaN is clamped to the upper end: it does not
 /// pass through.
-template <class F>
-KESTREL_INLINE F exp_ps(F x) {
-  using I = typename F::Int;
-  const F one = F::splat(1.0f);
-  x = min(x, F::splat(88.3762589f));
-  x = max(x, F::splat(-88.3762589f));
-
-  const F fx = x * F::splat(1.44269502f) + F::splat(0.5f);
-  F n = F::from_int(fx.truncated());
-  n = select(less(fx, n), n - one, n);
-
-  const F r = (x - n * F::splat(0.693359375f)) + n * F::splat(0.000212194442f);
-  F y = four_wide::horner(r, 0.000198756912f, 0.00139819994f, 0.00833345205f, 0.0416657962f,
-                          0.166666657f, 0.5f);
-  y = y * (r * r) + r + one;
-  const I power_of_two = (n.truncated() + I::splat(127)).template shifted_left<23>();
-  return y * F::from_bits(power_of_two);
-}
+float4 exp_ps(float4 x);
 
 /// sin x; sin(-x) = -sin(x) to the bit. Good for |x| up to some 8000, after which the reduction
 /// runs out of digits; NaN for NaN and infinity.
-template <class F>
-KESTREL_INLINE F sin_ps(F x) {
-  const four_wide::ReducedAngle<F> r(x);
-  const F z = r.angle * r.angle;
-  const F y = select(r.roles_kept(), four_wide::FullSeries::sine(z, r.angle),
-                     four_wide::FullSeries::cosine(z));
-  return four_wide::with_sign_flipped(y, r.sine_sign(x));
-}
+float4 sin_ps(float4 x);
 
 /// cos x; cos(-x) = cos(x) to the bit. Range as for `sin_ps`.
-template <class F>
-KESTREL_INLINE F cos_ps(F x) {
-  const four_wide::ReducedAngle<F> r(x);
-  const F z = r.angle * r.angle;
-  const F y = select(r.roles_kept(), four_wide::FullSeries::cosine(z),
-                     four_wide::FullSeries::sine(z, r.angle));
-  return four_wide::with_sign_flipped(y, r.cosine_sign());
-}
+float4 cos_ps(float4 x);
 
 /// *s = sin x and *c = cos x by shortened polynomials: absolute error up to `sincos_ps_error`.
-template <class F>
-KESTREL_INLINE void sincos_ps(F x, F* s, F* c) {
-  const four_wide::ReducedAngle<F> r(x);
-  const F z = r.angle * r.angle;
-  const F cosine = four_wide::ShortSeries::cosine(z);
-  const F sine = four_wide::ShortSeries::sine(z, r.angle);
-  const auto kept = r.roles_kept();
-  *s = four_wide::with_sign_flipped(select(kept, sine, cosine), r.sine_sign(x));
-  *c = four_wide::with_sign_flipped(select(kept, cosine, sine), r.cosine_sign());
-}
+void sincos_ps(float4 x, float4* s, float4* c);
 
 /// The largest error of `sincos_ps`, at the odd multiples of pi/4: what is left of the sine's
 /// series there, (pi/4)^5/120.
 inline constexpr double sincos_ps_error = 2.46e-3;
 
 /// *re + i *im = e^(a + ib), with the accuracy of `sincos_ps`.
-template <class F>
-KESTREL_INLINE void complex_exp(F a, F b, F* re, F* im) {
-  const F e = exp_ps(a);
-  F s, c;
-  sincos_ps(b, &s, &c);
-  *re = e * c;
-  *im = e * s;
-}
+void complex_exp(float4 a, float4 b, float4* re, float4* im);
 
 /// Lanes from the highest down: the first argument goes to lane 3, the last to lane 0, each rounded
 /// to single precision.
-template <class F = float4>
-KESTREL_INLINE F _mm_set_doubles(double d0, double d1, double d2, double d3) {
-  return F::of(static_cast<float>(d3), static_cast<float>(d2), static_cast<float>(d1),
-               static_cast<float>(d0));
-}
+float4 _mm_set_doubles(double d0, double d1, double d2, double d3);
 
 /// (v0 + v2) + (v1 + v3) in lane 0; the other lanes mean nothing.
-template <class F>
-KESTREL_INLINE F horizontal_add_ps(F v) {
-  const F pairs = v + v.upper_half();
-  return pairs + pairs.broadcast_lane_1();
+float4 horizontal_add_ps(float4 v);
+
+#if KESTREL_HAS_SSE2
+
+/// The same where the results are kept in the processor's own type.
+inline void sincos_ps(float4 x, __m128* s, __m128* c) {
+  float4 sine, cosine;
+  sincos_ps(x, &sine, &cosine);
+  *s = sine;
+  *c = cosine;
 }
+inline void complex_exp(float4 a, float4 b, __m128* re, __m128* im) {
+  float4 real, imaginary;
+  complex_exp(a, b, &real, &imaginary);
+  *re = real;
+  *im = imaginary;
+}
+
+#endif
 
 }  // namespace kestrel

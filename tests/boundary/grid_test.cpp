@@ -287,6 +287,12 @@ TEST(PointList, KeepsItsPointsAndTheirBounds) {
   expect_point({grid.xmin(), grid.ymin(), grid.zmin()}, 1, -6, 9);
   expect_point({grid.xmax(), grid.ymax(), grid.zmax()}, 3, -4, 9);
   expect_point({grid.deltax(), grid.deltay(), grid.deltaz()}, 0, 0, 0);
+  // Points that are no numbers widen nothing; in the first place they stay.
+  const double gaps[] = {3, 2, nan, 1, /* y */ 1, 2, 5, nan, /* z */ nan, 2, 1, 3};
+  EXPECT_TRUE(grid.CoordinateGridVector(gaps, 4));
+  expect_point({grid.xmin(), grid.ymin(), 0}, 1, 1, 0);
+  expect_point({grid.xmax(), grid.ymax(), 0}, 3, 5, 0);
+  EXPECT_TRUE(std::isnan(grid.zmin()) && std::isnan(grid.zmax()));
   EXPECT_TRUE(grid.SinglePoint(CartesianCoordinate(1, 2, 3)));
   expect_point(grid.spatial_index_value(0), 1, 2, 3);
   EXPECT_TRUE(grid.SinglePoint(4, 5, 6));

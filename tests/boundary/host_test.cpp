@@ -121,7 +121,8 @@ TEST(HostDetached, BlocksFindTheirWayBackAfterTheScopeChanged) {
 
 /// The entry that a test describes by its body.
 CallResult run_as_entry(const std::function<void(mxArray* plhs[])>& body) {
-  return call([&](int, mxArray* plhs[], int, const mxArray*[]) { run_entry([&] { body(plhs); }); },
+  return call([&](int, mxArray* plhs[], int,
+                  const mxArray*[]) { run_entry([&] { body(plhs); }, "kestrel:test"); },
               1, {});
 }
 
@@ -147,6 +148,7 @@ TEST(Entry, TurnsFailuresIntoTheErrorCall) {
       c.body();
     });
     EXPECT_EQ(result.error, c.text);
+    EXPECT_EQ(result.error_identifier, "kestrel:test");
     EXPECT_EQ(result.printed, "printed before\n");
     EXPECT_EQ(live(), before) << c.text;
   }
@@ -158,10 +160,12 @@ TEST(Entry, EveryScopeHasEndedAtTheErrorCall) {
   };
   const auto entry = [](int, mxArray*[], int, const mxArray*[]) {
     try {
-      run_entry([] {
-        const Noisy noisy;
-        fail("failed");
-      });
+      run_entry(
+          [] {
+            const Noisy noisy;
+            fail("failed");
+          },
+          "kestrel:test");
     } catch (...) {
       print("error call\n");
       throw;

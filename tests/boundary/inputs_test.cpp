@@ -34,6 +34,10 @@ TEST(ReadScalar, SaysWhatIsWrongAndWhere) {
   const std::string empty = "Field 'density' of the medium must be a number, but it is empty.\n";
   EXPECT_EQ(error_of(Value(), 0), empty);
   EXPECT_EQ(error_of(Value::zeros(0, 0), 0), empty);
+  EXPECT_EQ(outcome_of([&] { read_scalar(Value(), nullptr, "ndiv"); }).error,
+            "Argument 'ndiv' must be a number, but it is empty.\n");
+  EXPECT_EQ(outcome_of([&] { read_number(StructArray(3), "width", "transducer", 3); }).error,
+            "Field 'width' of element 3 of the transducer is missing.\n");
   EXPECT_EQ(error_of(Value(mxCreateCellMatrix(1, 1)), 3),
             "Field 'density' of element 3 of the medium must be a number, but it is of class "
             "cell.\n");
@@ -113,9 +117,18 @@ TEST(MediumInput, EveryFieldIsRequiredAndANumber) {
   }
   // All fields are looked for before the first value is judged.
   StructArray structure = medium_structure("powerlawexponent");
-  structure.set("soundspeed", "fast");
+  structure.set("soundspeed", Value(mxCreateCellMatrix(1, 1)));
   EXPECT_EQ(error_of(structure), no_medium);
   EXPECT_EQ(error_of(Value::scalar(1.0)), no_medium);
+}
+
+TEST(MediumInput, ReadsTextByTheCodeOfItsFirstCharacter) {
+  StructArray structure = medium_structure();
+  structure.set("specificheat", "xyz");
+  EXPECT_EQ(medium_from(structure)._ct, 120.0);
+  structure.set("specificheat", "");
+  EXPECT_EQ(outcome_of([&] { medium_from(structure); }).error,
+            "Field 'specificheat' of the medium must be a number, but it is empty.\n");
 }
 
 TEST(MediumInput, PrintsItsProperties) {
@@ -155,7 +168,7 @@ TEST(RuleInput, HoldsFiveBlocksHoweverOftenItIsAllocated) {
     for (int n = 1; n <= 5; ++n) rule.allocate_memory(n);
     EXPECT_EQ(standalone::live().blocks, before.blocks + 5);
     const standalone::AllocationLimit three_arrays(3);
-    EXPECT_NE(outcome_of([&] { rule.allocate_memory(6); }).error, std::nullopt);
+    EXPECT_FALSE(rule.allocate_memory(6));
     EXPECT_EQ(rule.get_npoints(), 5);
   }
   EXPECT_EQ(standalone::live(), before);

@@ -71,6 +71,20 @@ TEST(TimeInput, AnExplicitListKeepsItsOrder) {
             "2: 1.000000e+00, 3.000000e+00, 2.000000e+00 => 2.000000e+00\n");
 }
 
+// A time that is no number takes the running minimum with it until the next one comes, and leaves
+// the maximum alone.
+TEST(TimeInput, ABoundRunsOverATimeThatIsNoNumber) {
+  const Capture capture;
+  TimeSamples time;
+  const double rising[] = {5, nan, 7, 6}, falling[] = {5, nan, 4};
+  time.vectoroftimevalues(rising, 4);
+  EXPECT_EQ(time.tmin(), 6);
+  EXPECT_EQ(time.tmax(), 7);
+  time.vectoroftimevalues(falling, 3);
+  EXPECT_EQ(time.tmin(), 4);
+  EXPECT_EQ(time.tmax(), 5);
+}
+
 TEST(TimeInput, AnEmptyListHasNoSamples) {
   StructArray declared;
   declared.add_field("time_samples");

@@ -7,7 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "elements/rectangular_transducer.h"
+#include "mex/entries/compute_element.h"
 #include "mex/standalone/standalone_host.h"
+#include "services/error.h"
 #include "tests/support/allocations.h"
 #include "tests/support/situation.h"
 
@@ -119,7 +122,9 @@ TEST(Messages, ComeInTheOrderOfTheChecks) {
   a.frequency = Value::complex_matrix(1, 1, {{1e6, 0}});
   a.flag = Value::scalar(1);
   a.elements.set("shape", 3.0, 1).set("complex_weight", 1.0, 1);
-  a.elements.set("amplitude", Value(), 1).set("width", Value(), 1).set("center", Value(), 1);
+  for (const char* field : {"amplitude", "width", "center", "euler"}) {
+    a.elements.set(field, Value(), 1);
+  }
 
   const char* const wrong_count =
       "This function requires at least 5 and no more than 6 arguments. See the documentation for "
@@ -161,10 +166,20 @@ TEST(Messages, ComeInTheOrderOfTheChecks) {
        "*** circle is not a valid transducer shape (element 2) ***\n"},
       {"Field 'width' of element 2 of the transducer must be a number, but it is empty.\n",
        repair("width", 1e-3)},
-      {"Field 'center' of transducer element 2 must have 3 entries.\n",
+      {"Field 'center' of element 2 of the transducer must have 3 entries.\n",
        [&] {
          a.elements.set("center", Value::row({0, 0, 0}), 1);
        }},
+      {"Field 'euler' of element 2 of the transducer must have 3 entries.\n",
+       [&] {
+         a.elements.set("euler", Value::row({0, 0, 0}), 1);
+         a.elements.set("shape", "ring", 1).set("inner_radius", Value(), 1);
+         a.elements.set("outer_radius", Value(), 1);
+       }},
+      {"Field 'inner_radius' of element 2 of the transducer must be a number, but it is empty.\n",
+       repair("inner_radius", 1e-3)},
+      {"Field 'outer_radius' of element 2 of the transducer must be a number, but it is empty.\n",
+       repair("outer_radius", 2e-3)},
       {"KESTREL no longer uses the complex_weight property. Please use phase and amplitude "
        "instead.",
        [&] {
@@ -178,6 +193,7 @@ TEST(Messages, ComeInTheOrderOfTheChecks) {
   for (const Step& step : steps) {
     const CallResult result = a.run();
     EXPECT_EQ(result.error, step.error);
+    EXPECT_EQ(result.error_identifier, "kestrel:fnm_cw_single");
     EXPECT_EQ(result.printed, step.printed) << step.error;
     EXPECT_EQ(result.output(), nullptr);
     // After the rule, before the elements.
@@ -222,17 +238,26 @@ TEST(Messages, UndefinedInputsAreNamed) {
   } cases[] = {
       {"'height' of element 1", field("height", 0, [] { return "tall"; })},
       {"'phase' of element 2", field("phase", 1, [] { return Value::zeros(0, 0); })},
-      {"'center' of transducer element 2", field("center", 1,
-                                                 [] {
-                                                   return Value::row({1, 2});
-                                                 })},
-      {"'center' of transducer element 1", field("center", 0, [] { return Value::zeros(1, 4); })},
+      {"'center' of element 2", field("center", 1,
+                                      [] {
+                                        return Value::row({1, 2});
+                                      })},
+      // No element of these has the field.
+      {"Field 'inner_radius' of element 1 of the transducer is missing.\n",
+       field("shape", 0, [] { return "ring"; })},
+      {"Field 'euler' of element 1 of the transducer is missing.\n",
+       [](Arguments& a) {
+         a.elements = StructArray();
+         a.elements.set("shape", "circ").set("radius", 1e-3).set("center", {0, 0, 0});
+       }},
       {"'center' of element 1", field("center", 0, singles)},
       {"'euler' of element 2", field("euler", 1, complex)},
-      {"'ndiv'", [](Arguments& a) { a.ndiv = Value::zeros(0, 0); }},
-      {"ndiv", [](Arguments& a) { a.ndiv = Value::scalar(kNan); }},
-      {"ndiv", [](Arguments& a) { a.ndiv = Value::scalar(3e9); }},
-      {"'frequency'", [](Arguments& a) { a.frequency = Value::zeros(0, 0); }},
+      {"Argument 'ndiv' must be a number, but it is empty.\n",
+       [](Arguments& a) { a.ndiv = Value::zeros(0, 0); }},
+      {"ndiv must be a number that fits", [](Arguments& a) { a.ndiv = Value::scalar(kNan); }},
+      {"ndiv must be a number that fits", [](Arguments& a) { a.ndiv = Value::scalar(2147483648); }},
+      {"abscissas is less than 1", [](Arguments& a) { a.ndiv = Value::scalar(-2147483648.5); }},
+      {"Argument 'frequency'", [](Arguments& a) { a.frequency = Value::zeros(0, 0); }},
   };
   for (const auto& c : cases) {
     Arguments a;
@@ -243,12 +268,26 @@ TEST(Messages, UndefinedInputsAreNamed) {
 }
 
 TEST(Messages, DisplayFlagAndFrequencyWarnings) {
-  const std::pair<double, std::size_t> flags[] = {{0, 0}, {1, 1}, {-2, 1}, {kNan, 1}};
-  for (const auto& [value, warnings] : flags) {
+  // Numbers by their value, text by its first character; other classes warn, and nothing fails.
+  std::pair<Value, std::size_t> flags[] = {{Value::scalar(0), 0},
+                                           {Value::scalar(1), 1},
+                                           {Value::scalar(-2), 1},
+                                           {Value::scalar(kNan), 1},
+                                           {Value::logical(true), 1},
+                                           {Value::text("off"), 1},
+                                           {Value::text(""), 0},
+                                           {Value::zeros(0, 3), 0},
+                                           {Value::zeros(2, 2), 0},
+                                           {Value(mxCreateCellMatrix(0, 0)), 0},
+                                           {Value(StructArray().release()), 1}};
+  for (auto& [flag, warnings] : flags) {
     Arguments a;
     a.count = 6;
-    a.flag = Value::scalar(value);
-    EXPECT_EQ(a.run().warnings.size(), warnings) << value;
+    const std::string what = mxGetClassName(flag);
+    a.flag = std::move(flag);
+    const CallResult result = a.run();
+    EXPECT_EQ(result.error, std::nullopt) << what;
+    EXPECT_EQ(result.warnings.size(), warnings) << what;
   }
   // Once per list position.
   Arguments a;
@@ -259,6 +298,41 @@ TEST(Messages, DisplayFlagAndFrequencyWarnings) {
       std::vector<std::string>(3, "f0 not set; using default of 1 MHz to calculate wavelength."));
   a.frequency = Value::scalar(kNan);
   EXPECT_TRUE(a.run().warnings.empty());
+}
+
+/// An element whose method ends with a chosen code.
+class Ending : public RectangularTransducer {
+ public:
+  explicit Ending(int code) : _code(code) {}
+  int fnm_cw_single() override { return _code; }
+
+ private:
+  int _code;
+};
+
+// A call from outside meets the second of these alone.
+TEST(Messages, EveryEndOfAnElementHasItsText) {
+  const std::string other =
+      "An unspecified error occurred. See this function's documentation for details.";
+  const std::pair<int, std::string> ends[] = {
+      {0, ""},
+      {1, "This function is not implemented for this transducer shape."},
+      {2, "Out of memory."},
+      {3, other},
+      {-1, other}};
+  const auto error_of = [](Transducer* element) -> std::string {
+    try {
+      gateway::compute_element(element);
+    } catch (const Error& error) {
+      return error.what();
+    }
+    return "";
+  };
+  for (const auto& [code, text] : ends) {
+    Ending element(code);
+    EXPECT_EQ(error_of(&element), text) << code;
+  }
+  EXPECT_EQ(error_of(nullptr), "A transducer was not allocated.\n");
 }
 
 // Which object (geometry and drive) is computed in which element's place.
@@ -338,6 +412,24 @@ TEST(Results, AmplitudeAndPhaseDefaultToOneAndZeroAndNdivIsTruncated) {
   s.phase = 0;
   s.nodes = 4;
   EXPECT_EQ(values(a.run().output()), field(s, &Transducer::fnm_cw_single, kPoints));
+}
+
+TEST(Results, LongerCentresAndAnglesCountByTheirFirstThreeEntries) {
+  Arguments plain, longer;
+  longer.elements.set("center", {3e-3, -1e-3, 0.5e-3, 7, 8}, 1);
+  longer.elements.set("euler", {0.1, -0.2, 0.3, 9}, 1);
+  EXPECT_EQ(values(longer.run().output()), values(plain.run().output()));
+}
+
+// The blocks of the rule come after those of the grid and the two planes.
+TEST(Release, ARuleThatFindsNoMemorySaysSo) {
+  Arguments a;
+  int said = 0;
+  for (std::size_t granted = 0; granted < 40; ++granted) {
+    const AllocationLimit limit(granted);
+    said += a.run().error == "Ran out of memory while allocating integral object.\n";
+  }
+  EXPECT_EQ(said, 5);
 }
 
 // Each allocation of a call fails once, those of the interpreter and those of C++.

@@ -15,6 +15,13 @@ function entry_messages_test()
   shapes(@(t) @() call(t, grid, water, 4, 1e6), rect);
   undefined_input(@(t, g) @() call(t, g, water, 4, 1e6), rect, grid);
   warnings(rect, grid, water);
+  display_flags(rect, grid, water);
+  values_of_other_classes(rect, grid, water);
+  try
+    fnm_cw_single(1, grid, water, 4, 1e6);
+  catch failure
+    expect(strcmp(failure.identifier, 'kestrel:fnm_cw_single'), 'the entry''s errors have a name');
+  end
 end
 
 function counts(rect, grid, water)
@@ -166,18 +173,19 @@ end
 function undefined_input(entry, rect, grid)
   changed = @(name, value) setfield(rect, name, value);
   cases = {
-    entry(rmfield(rect, 'width'), grid), '''width''.*element 1'
+    entry(rmfield(rect, 'width'), grid), '''width'' of element 1 of the transducer is missing'
     entry(changed('height', []), grid), '''height''.*element 1'
     entry(changed('height', {1}), grid), '''height''.*element 1.*cell'
     entry([rect, changed('width', [])], grid), '''width''.*element 2'
     entry([rect, rect, changed('amplitude', [])], grid), '''amplitude''.*element 3'
     entry([rect, changed('phase', 'x')], grid), '''phase''.*element 2'
-    entry(rmfield(rect, 'center'), grid), '''center''.*element 1'
+    entry(rmfield(rect, 'center'), grid), '''center'' of element 1.*missing'
     entry(changed('center', [1 2]), grid), '''center''.*element 1'
     entry(changed('center', single([1 2 3])), grid), '''center''.*element 1'
     entry(changed('center', [1 2 3i]), grid), '''center''.*element 1'
     entry([rect, changed('euler', [])], grid), '''euler''.*element 2'
-    entry(rmfield(rect, 'euler'), grid), '''euler''.*element 1'
+    entry(rmfield(rect, 'euler'), grid), '''euler'' of element 1.*missing'
+    entry(changed('width', sparse([1 0; 0 1])), grid), '''width''.*element 1.*sparse'
     entry(rect, struct('coordinates', [1 2; 3 4])), '''coordinates''.*3 columns'
     entry(rect, struct('coordinates', single([1 2 3]))), '''coordinates''.*single'
     entry(rect, struct('coordinates', {{1, 2, 3}})), '''coordinates''.*cell'
@@ -217,4 +225,36 @@ function warnings(rect, grid, water)
     rest = strrep(strrep(printed, ['warning: ' cases{i, 2}], ''), sprintf('\n'), '');
     expect(isempty(rest), 'case %d also prints "%s"', i, rest);
   end
+end
+
+% A flag of any class is no error; empty ones count as not given.
+function display_flags(rect, grid, water)
+  flags = {0, false, int8(0), sparse(0), '', [], {}, zeros(0, 3), struct([]), ...
+           1, true, single(NaN), sparse(1), 'off', {0}, struct(), @sin, containers.Map(), 1:3};
+  for i = 1:numel(flags)
+    [message, printed] = outcome_of(@() fnm_cw_single(rect, grid, water, 4, 1e6, flags{i}));
+    expect(isempty(message), 'flag %d fails with "%s"', i, message);
+    warned = ~isempty(strfind(printed, 'The use of the display flag was deprecated.'));
+    expect(warned == (i > 9), 'flag %d of class %s: warned %d', i, class(flags{i}), warned);
+  end
+end
+
+% Numbers of any class and storage, and triples with more than three entries.
+function values_of_other_classes(rect, grid, water)
+  expected = fnm_cw_single(rect, grid, water, 8, 1e6);
+  other = rect;
+  other.width = sparse(rect.width);
+  other.amplitude = sparse(rect.amplitude);
+  other.phase = int8(rect.phase);
+  other.center = [rect.center, 7];
+  other.euler = [rect.euler(:); 7; 8];
+  heated = water;
+  heated.soundspeed = sparse(water.soundspeed);
+  heated.specificheat = 'x';   % read as its code, and never used
+  p = fnm_cw_single(other, grid, heated, sparse(8), sparse(1e6));
+  expect(isequal(p, expected), 'the class of a number does not count');
+  stored = rect;
+  stored.width = sparse(rect.width);
+  expect(isequal(kestrel.cw_field(stored, grid, water, 8, 1e6), ...
+                 kestrel.cw_field(rect, grid, water, 8, 1e6)), 'nor for whole arrays');
 end

@@ -14,6 +14,8 @@ function every_path ()
   warning ('off', 'all');
   p = fnm_cw_single (element, grid, medium, 8, 0);      % default frequency
   p = fnm_cw_single (element, grid, medium, 8, 1e6, 1); % display flag
+  p = fnm_cw_single (element, grid, medium, 8, 1e6, {2}); % whatever it is
+  p = fnm_cw_single (element, grid, medium, sparse (8), sparse (1e6), sparse (0));
   warning ('on', 'all');
 
   bad = element; bad.shape = 'circle';

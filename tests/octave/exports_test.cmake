@@ -1,5 +1,5 @@
 # The plug-in shows the names that the interpreter looks for and no other.
-cmake_minimum_required(VERSION 3.25)
+cmake_minimum_required(VERSION 3.22)
 
 execute_process(COMMAND "${nm}" --dynamic --defined-only --format=posix "${plugin}"
   OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)

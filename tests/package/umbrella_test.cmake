@@ -1,8 +1,9 @@
 # kestrel/kestrel.h must lead to every public header of the library.
-cmake_minimum_required(VERSION 3.25)
+cmake_minimum_required(VERSION 3.22)
 
 # What only the sources beside it need.
 set(internal inputs/sample_count.h
+  numerics/fft.h numerics/four_wide_kernels.h numerics/run_kernel.h numerics/wide_math.h
   elements/cap_methods.h elements/disc_methods.h
   fields/array_tile.h fields/direct_field.h fields/error_estimate.h fields/kzk_array.h
   fields/node_rule.h fields/points.h fields/pointwise_field.h fields/reuse_plan.h
@@ -10,7 +11,7 @@ set(internal inputs/sample_count.h
 
 file(GLOB missed RELATIVE "${root}/src"
   "${root}/src/inputs/*.h" "${root}/src/excitation/*.h" "${root}/src/elements/*.h"
-  "${root}/src/fields/*.h")
+  "${root}/src/fields/*.h" "${root}/src/numerics/*.h")
 list(REMOVE_ITEM missed ${internal})
 
 set(ahead ../include/kestrel/kestrel.h)

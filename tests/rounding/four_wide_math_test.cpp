@@ -10,10 +10,16 @@
 #include <string>
 #include <vector>
 
+#include "elements/debug_m128.h"
+#include "mex/standalone/standalone_host.h"
 #include "numerics/float4.h"
+#include "numerics/four_wide_kernels.h"
 
 namespace kestrel {
 namespace {
+
+// For float4 the library's functions are chosen, for the plain lanes the templates behind them.
+using namespace four_wide;
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
@@ -183,6 +189,29 @@ TEST(FourWideMath, MinAndMaxTakeTheSecondOperandForNan) {
 }
 
 #if KESTREL_HAS_SSE2
+
+// Programs that hold their vectors in the processor's own type call the kernels without a cast.
+TEST(FourWideMath, TakesAndGivesTheProcessorsOwnType) {
+  const __m128 x = _mm_setr_ps(0.5f, 1, 2, 3);
+  const auto same = [](__m128 a, float4 b) { return _mm_movemask_ps(_mm_cmpeq_ps(a, b)) == 15; };
+  const float4 lanes = x;
+  EXPECT_TRUE(same(log_ps(x), log_ps(lanes)));
+  EXPECT_TRUE(same(exp_ps(x), exp_ps(lanes)));
+  EXPECT_TRUE(same(sin_ps(x), sin_ps(lanes)));
+  EXPECT_TRUE(same(cos_ps(x), cos_ps(lanes)));
+  EXPECT_TRUE(same(_mm_set_doubles(3, 2, 1, 0.5), x));
+  EXPECT_EQ(_mm_cvtss_f32(horizontal_add_ps(x)), 6.5f);
+  __m128 s, c, re, im;
+  sincos_ps(x, &s, &c);
+  EXPECT_TRUE(same(s, sincos_sine(lanes)) && same(c, sincos_cosine(lanes)));
+  float4 lane_re, lane_im;
+  complex_exp(lanes, x, &lane_re, &lane_im);
+  complex_exp(x, x, &re, &im);
+  EXPECT_TRUE(same(re, lane_re) && same(im, lane_im));
+  const standalone::Capture console;
+  debug_m128(x);
+  EXPECT_EQ(console.printed(), "<5.000000e-01 1.000000e+00 2.000000e+00 3.000000e+00>\n");
+}
 
 TEST(FourWideMath, RcpIsGoodToTwelveBits) {
   for (float x : {1.0f, -3.0f, 7.77f, 1e-20f, 6.5e19f}) {

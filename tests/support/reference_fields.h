@@ -8,7 +8,7 @@
 #include <array>
 #include <cmath>
 
-#include "numerics/four_wide_math.h"
+#include "numerics/four_wide_kernels.h"
 #include "numerics/smart_exp.h"
 #include "tests/support/situation.h"
 
@@ -64,10 +64,10 @@ struct LaneWave {
   LaneWave(double loss, double wavenumber) : alpha(narrow(loss)), k(narrow(wavenumber)) {}
   LaneComplex operator()(float r) const {
     PlainFloat4 re, im;
-    complex_exp(PlainFloat4::splat(alpha * r), PlainFloat4::splat(k * r), &re, &im);
+    four_wide::complex_exp(PlainFloat4::splat(alpha * r), PlainFloat4::splat(k * r), &re, &im);
     return {re.lane(0), im.lane(0)};
   }
-  float decay(float r) const { return exp_ps(PlainFloat4::splat(alpha * r)).lane(0); }
+  float decay(float r) const { return four_wide::exp_ps(PlainFloat4::splat(alpha * r)).lane(0); }
 };
 
 /// Four partial sums; node i of an integral adds to lane 3 - i mod 4.
@@ -210,7 +210,7 @@ inline Complex rectangle_sse2(const Situation& s, Point p) {
     const float weight = edge.split ? narrow(rule.w[i] * 0.5) : narrow(rule.w[i]) * side;
     const float factor = edge.template factor<float>();
     PlainFloat4 sine, cosine;
-    sincos_ps(PlainFloat4::splat(k * std::sqrt(z * z + q)), &sine, &cosine);
+    four_wide::sincos_ps(PlainFloat4::splat(k * std::sqrt(z * z + q)), &sine, &cosine);
     sums.add(lane, ((cosine.lane(0) - e0.real()) * factor) * weight / q,
              ((-sine.lane(0) - e0.imag()) * factor) * weight / q);
   });

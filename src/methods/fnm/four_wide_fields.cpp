@@ -14,8 +14,8 @@ float4 splat(double x) { return float4::splat(static_cast<float>(x)); }
 /// E(R) in four lanes.
 KESTREL_INLINE void propagate(const FloatPropagation& propagation, float4 path, float4* re,
                                    float4* im) {
-  complex_exp(float4::splat(propagation.attenuation) * path,
-              float4::splat(propagation.phase) * path, re, im);
+  four_wide::complex_exp(float4::splat(propagation.attenuation) * path,
+                         float4::splat(propagation.phase) * path, re, im);
 }
 
 /// The signed distances from a point's projection to the four edges, in single precision.
@@ -38,7 +38,8 @@ FourWideTable::FourWideTable(const std::vector<double>& entries, Tail tail) {
   };
   _blocks.reserve(blocks);
   for (std::size_t i = 0; i < 4 * blocks; i += 4) {
-    _blocks.push_back(_mm_set_doubles(entry(i), entry(i + 1), entry(i + 2), entry(i + 3)));
+    _blocks.push_back(
+        four_wide::_mm_set_doubles<float4>(entry(i), entry(i + 1), entry(i + 2), entry(i + 3)));
   }
 }
 
@@ -91,7 +92,7 @@ std::complex<double> RectangleFourIntegrals::pressure(double x, double y, double
   const auto add = [&](float4 q, float4 factor, float4 weight) {
     // The path's phase without its loss: only the direct term is attenuated.
     float4 s, c;
-    sincos_ps(float4::splat(wavenumber) * sqrt(z_squared + q), &s, &c);
+    four_wide::sincos_ps(float4::splat(wavenumber) * sqrt(z_squared + q), &s, &c);
     sum.re = sum.re + ((c - direct_re) * factor) * weight / q;
     sum.im = sum.im + (((float4::splat(0) - s) - direct_im) * factor) * weight / q;
   };
@@ -179,10 +180,10 @@ std::complex<double> DiscSurfaceFourWide::pressure(double x, double y, double z,
     const float4 radius_squared = float4::splat(circle.radius_squared);
     for (std::size_t block = 0; block < cosine.blocks(); ++block) {
       const float4 path = sqrt(cosine[block] * slope + radius_squared + s);
-      const float4 g =
-          exp_ps(float4::splat(propagation.attenuation) * path) * float4::splat(circle.area) / path;
+      const float4 g = four_wide::exp_ps(float4::splat(propagation.attenuation) * path) *
+                       float4::splat(circle.area) / path;
       float4 re, im;
-      complex_exp(float4::splat(0), float4::splat(propagation.phase) * path, &re, &im);
+      four_wide::complex_exp(float4::splat(0), float4::splat(propagation.phase) * path, &re, &im);
       sum.re = sum.re + g * re;
       sum.im = sum.im + g * im;
     }
@@ -232,10 +233,10 @@ std::complex<double> CapSurfaceFourWide::pressure(double x, double y, double z, 
     const float4 area = splat(circle.weight);
     for (std::size_t block = 0; block < one_minus_cosine.blocks(); ++block) {
       const float4 path = sqrt(base + twice_rho_r * one_minus_cosine[block]);
-      const float4 g = exp_ps(float4::splat(propagation.attenuation) * path) *
+      const float4 g = four_wide::exp_ps(float4::splat(propagation.attenuation) * path) *
                        (area * lane_weight[block]) / path;
       float4 re, im;
-      complex_exp(float4::splat(0), float4::splat(propagation.phase) * path, &re, &im);
+      four_wide::complex_exp(float4::splat(0), float4::splat(propagation.phase) * path, &re, &im);
       sum.re = sum.re + g * re;
       sum.im = sum.im + g * im;
     }

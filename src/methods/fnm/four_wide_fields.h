@@ -11,7 +11,7 @@
 #include "methods/common/field_tile.h"
 #include "methods/fnm/cap_fnm.h"
 #include "methods/rayleigh/surface_sum.h"
-#include "numerics/four_wide_math.h"
+#include "numerics/four_wide_kernels.h"
 
 namespace kestrel {
 
@@ -43,8 +43,8 @@ struct FloatPropagation {
 struct FourWideSum {
   float4 re = float4::splat(0), im = float4::splat(0);
   KESTREL_INLINE std::complex<double> total() const {
-    return {static_cast<double>(horizontal_add_ps(re).lane(0)),
-            static_cast<double>(horizontal_add_ps(im).lane(0))};
+    return {static_cast<double>(four_wide::horizontal_add_ps(re).lane(0)),
+            static_cast<double>(four_wide::horizontal_add_ps(im).lane(0))};
   }
 };
 

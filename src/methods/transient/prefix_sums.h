@@ -8,7 +8,7 @@
 
 #include "methods/transient/active_window.h"
 #include "numerics/float4.h"
-#include "numerics/four_wide_math.h"
+#include "numerics/four_wide_kernels.h"
 #include "numerics/run_kernel.h"
 
 namespace kestrel {
@@ -52,7 +52,7 @@ KESTREL_INLINE float window_dot(const float* time, const float* high, const floa
   };
   float4 sum = product(0);
   if constexpr (terms == 8) sum = sum + product(4);
-  return horizontal_add_ps(sum).lane(0);
+  return four_wide::horizontal_add_ps(sum).lane(0);
 }
 
 /// One run of a delay list over one block of samples.

@@ -1,0 +1,3 @@
+// The same source with other flags: those of a program that lets its compiler fuse.
+
+#include "values.cpp"
