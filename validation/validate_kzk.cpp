@@ -1,5 +1,5 @@
-// Measures the validation table of docs/nonlinear.md: the checks that take minutes, and those of
-// the tests with their measured values. `make validate` runs it; given the document, it replaces
+// Measures the validation table of docs/nonlinear.md: the table that the tests run the quick rows
+// of, and checks that take minutes. `make validate` runs it; given the document, it replaces
 // what stands there between two marks, else it prints.
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/nonlinear/kzk_checks.h"
+#include "tests/nonlinear/kzk_table.h"
 #include "tests/nonlinear/reference_fields.h"
 
 namespace {
@@ -59,185 +59,22 @@ std::string with(const char* text, double value) {
   return buffer;
 }
 
-void linear_beams() {
-  heading(
-      "Linear beams against the Rayleigh integral (piston: error over 2 p0; shell: over the peak)");
-  for (const double ka : {20.0, 40.0, 80.0}) {
-    const double length = 0.005 * ka;
-    const auto far = checks::at_depths(length, checks::range(0.4, 2, 201));
-    const auto near = checks::at_depths(length, checks::range(0.1, 0.4, 201));
-    row(with("piston axis, ka %g, from 0.4 z_R", ka),
-        checks::field_error(checks::linear_piston(ka, far)), 0.002);
-    row(with("piston axis, ka %g, 0.1-0.4 z_R", ka),
-        checks::field_error(checks::linear_piston(ka, near)), 0.015);
-    CwProblem plain = checks::linear_piston(ka, far);
-    plain.true_depth = false;
-    row(with("the same from 0.4 z_R without the reading depth, ka %g", ka),
-        checks::field_error(plain), ka == 20 ? 0.05 : 0.02);
-    for (const double widest : {0.2, 0.3, 0.45}) {
-      std::vector<Point> points;
-      for (const double depth : checks::range(0.4, 2, 9))
-        for (const double angle : checks::range(0, widest, 9))
-          points.push_back({depth * length * std::tan(angle), depth * length});
-      const double error = checks::field_error(checks::linear_piston(ka, points));
-      const std::string name = with("piston off axis, ka %g, ", ka) + with("to %g rad", widest);
-      if (widest < 0.4)
-        row(name, error, widest < 0.3 ? 0.015 : 0.018);
+/// The rows that the tests share.
+void shared_rows() {
+  std::string section;
+  for (const checks::Check& check : checks::all_checks()) {
+    if (check.section != section) {
+      section = check.section;
+      heading(section.c_str());
+    }
+    const std::vector<double> measured = check.measure({});
+    for (std::size_t i = 0; i < measured.size(); ++i) {
+      if (check.accepted[i] > 0)
+        row(check.label(i), measured[i], check.accepted[i]);
       else
-        note(name, error);
+        note(check.label(i), measured[i]);
     }
   }
-  for (const double degrees : {8.0, 12.0, 16.0, 20.0, 25.0})
-    for (const double gain : {5.0, 10.0, 20.0}) {
-      const std::string name = with("%g degrees, ", degrees) + with("gain %g", gain);
-      const auto axis = checks::at_depths(0.06, checks::range(0.4, 1.5, 201));
-      row("shell axis 0.4-1.5 R, " + name,
-          checks::field_error(checks::linear_shell(degrees, gain, axis)), 0.01);
-      CwProblem problem = checks::linear_shell(degrees, gain, {});
-      const double null = 3.83 * 0.06 / (checks::wavenumber(problem) * problem.aperture.radius);
-      std::vector<Point> points;
-      for (const double depth : checks::range(0.8, 1.5, 6))
-        for (const double radius : checks::range(0, 1.5, 7))
-          points.push_back({radius * null * depth, depth * 0.06});
-      problem.points = points;
-      row("shell off axis 0.8-1.5 R, " + name, checks::field_error(problem),
-          degrees < 18 ? 0.03 : 0.05);
-    }
-}
-
-CwProblem at(CwProblem problem, std::vector<Point>& storage, std::vector<double> fractions) {
-  storage = checks::at_depths(checks::beam_of(problem).length(), fractions);
-  problem.points = storage;
-  return problem;
-}
-
-void waves() {
-  heading("Plane waves, the Gaussian beam, power (harmonics 1-5; distance in shock distances)");
-  for (const double sigma : {0.5, 0.9, 1.0, 3.0, 10.0}) {
-    row(with("plane wave at %g, 40 harmonics", sigma), checks::plane_wave_error(sigma, 40), 2e-3);
-    row(with("plane wave at %g, 20 harmonics", sigma), checks::plane_wave_error(sigma, 20), 8e-3);
-  }
-  for (const double goldberg : {10.0, 30.0, 100.0})
-    for (const double sigma : {3.0, 5.0, 10.0})
-      row(with("thermoviscous, Gol'dberg number %g ", goldberg) + with("at %g", sigma),
-          checks::thermoviscous_error(sigma, goldberg, 40), 5e-4);
-  for (const int samples : {60, 120})
-    for (const double sigma : {0.5, 0.9, 3.0})
-      row(with("time-domain step, %g samples a period, ", samples) + with("at %g", sigma),
-          checks::wave_step_error(sigma, samples), 0.01);
-  row("Gaussian beam, second harmonic", checks::gaussian_error(), 5e-4);
-  row("power of a linear beam, compact rows", checks::diffracted_power_error(), 1e-3);
-  row("power of a nonlinear Gaussian beam over a Rayleigh distance",
-      checks::nonlinear_power_error(0.6), 1e-3);
-  row("absorption of a linear beam over 0.7 Np", checks::absorbed_field_error(), 1e-11);
-  std::vector<Point> points;
-  for (const double attenuation : {1.0, 3.0}) {
-    CwProblem shell = at(checks::linear_shell(20, 8, {}), points, {0.5, 0.7, 1.2, 2, 3});
-    shell.fluid.attenuation = attenuation;
-    row(with("amplitude on a shell's axis, 0.5-3 R, %g dB/(cm MHz), 20 degrees", attenuation),
-        checks::lossy_axis_error(shell), 0.01);
-    checks::Fault unmapped;
-    unmapped.loss_over_depth = true;
-    note("the same, absorbed over the reading depth", checks::lossy_axis_error(shell, unmapped));
-    // At 0.5 R the lossless pulse is off by 0.014 already.
-    const std::string pulse =
-        with("a three-cycle pulse there, %g dB/(cm MHz), over its peak", attenuation);
-    if (attenuation > 1)
-      note(pulse, checks::lossy_pulse_error(shell));
-    else
-      row(pulse, checks::lossy_pulse_error(shell), 0.02);
-  }
-  row("absorption of a pulse's components", checks::absorbed_pulse_error(), 2e-3);
-}
-
-void convergence() {
-  heading(
-      "Harmonics 1-5 on the axis: default grid against h/4, s/2 and 40 harmonics (over the largest "
-      "of "
-      "that harmonic)");
-  std::vector<Point> points;
-  for (const bool shell : {false, true}) {
-    CwProblem coarse = shell ? at(checks::focused({}), points, {0.8, 0.95, 1.2})
-                             : at(checks::unfocused({}), points, {0.5, 1, 2});
-    CwProblem fine = coarse;
-    const double gain = checks::beam_of(coarse).gain();
-    const double step = shell ? std::min(0.02, 0.1 / gain) : 0.02;
-    fine.parameters.radial_step = static_cast<float>(1 / (4 * std::ceil(1 / step - 1e-9)));
-    fine.parameters.step_factor = 0.5;
-    fine.parameters.harmonics = 40;
-    const auto a = checks::harmonic_amplitudes(coarse);
-    const auto b = checks::harmonic_amplitudes(fine);
-    for (int n = 0; n < 5; ++n) {
-      double error = 0, most = 0;
-      for (int i = 0; i < 3; ++i) {
-        error = std::max(error, std::fabs(a[3 * n + i] - b[3 * n + i]));
-        most = std::max(most, b[3 * n + i]);
-      }
-      error /= most;
-      row((shell ? "focused, harmonic " : "unfocused, harmonic ") + std::to_string(n + 1), error,
-          n < 3 ? 0.01 : 0.02);
-    }
-  }
-}
-
-void bursts() {
-  heading("A long burst marched as a pulse against the continuous wave (relative, complex)");
-  std::vector<Point> points;
-  const auto rows = [](const std::string& name, const std::vector<double>& errors,
-                       const std::vector<double>& accepted) {
-    for (int n = 0; n < 3; ++n)
-      row(name + ", harmonic " + std::to_string(n + 1), errors[n], accepted[n]);
-  };
-  rows("unfocused, 1 z_R", checks::burst_errors(at(checks::unfocused({}), points, {1}), 100, 30),
-       {0.01, 0.02, 0.03});
-  CwProblem shell = at(checks::focused({}), points, {0.95});
-  rows("focused, 0.95 R", checks::burst_errors(shell, 100, 30), {0.01, 0.02, 0.03});
-  shell.fluid.attenuation = 0;
-  rows("focused, lossless", checks::burst_errors(shell, 100, 30), {0.01, 0.02, 0.03});
-  shell = at(checks::focused({}), points, {0.95});
-  shell.weight *= 10;
-  for (const double samples : {100.0, 200.0})
-    rows(with("focused, shocked (1.5 MPa), %g samples a period, against 160 harmonics", samples),
-         checks::burst_errors(shell, samples, 160), {0.01, 0.02, 0.05});
-}
-
-void pulses() {
-  heading("Pulses against the exact solution (error over the peak)");
-  std::vector<Point> points;
-  row("three-cycle pulse, piston axis",
-      checks::pulse_error(at(checks::linear_piston(60, {}), points, {0.3, 0.6, 1, 2}),
-                          checks::PulseShape::raised_cosine)
-          .largest,
-      0.01);
-  row("abrupt burst, piston axis, rms",
-      checks::pulse_error(at(checks::linear_piston(60, {}), points, {0.3, 0.6, 1, 2}),
-                          checks::PulseShape::abrupt)
-          .rms,
-      0.01);
-  for (const double radius : {0.5, 1.0, 1.5}) {
-    points = checks::at_depths(0.3, {0.5, 1}, radius * 0.01);
-    const auto put_row = [&](const std::string& name, double error) {
-      // Beyond the rim the pulse is weak, and the whole of it is edge wave.
-      if (radius > 1)
-        note(name, error);
-      else
-        row(name, error, 0.015);
-    };
-    put_row(
-        with("three-cycle pulse, piston, %g radii off axis", radius),
-        checks::pulse_error(checks::linear_piston(60, points), checks::PulseShape::raised_cosine)
-            .largest);
-  }
-  row("three-cycle pulse, shell axis",
-      checks::pulse_error(at(checks::linear_shell(14, 10, {}), points, {0.8, 0.95, 1.2}),
-                          checks::PulseShape::raised_cosine)
-          .largest,
-      0.02);
-  points = checks::at_depths(0.06, {0.9, 1.2}, 0.002);
-  row("three-cycle pulse, shell, 2 mm off axis",
-      checks::pulse_error(checks::linear_shell(14, 10, points), checks::PulseShape::raised_cosine)
-          .largest,
-      0.03);
 }
 
 /// Linear pressure over rho c w by single integrals over the rim.
@@ -370,7 +207,7 @@ void second_harmonics() {
       peak = std::abs(second_harmonic(source, k, beam.length() * (source.curvature > 0 ? 1 : 0.8)));
     for (std::size_t i = 0; i < points.size(); ++i) {
       const Complex exact = second_harmonic(source, k, points[i].z);
-      const double scaling = points[i].z / beam.reading(points[i]).depth;
+      const double scaling = points[i].z / beam.corrected_depth(points[i]).depth;
       error = std::max(error, std::abs(with_depth[i] / scale - exact));
       plain_error = std::max(plain_error, std::abs(without[i] / scale - exact));
       scaled_error = std::max(scaled_error, std::abs(scaling * with_depth[i] / scale - exact));
@@ -413,7 +250,7 @@ void plane_part() {
       second += static_cast<double>(trace.at(i)) *
                 std::polar(2.0 / samples, -4 * pi * static_cast<double>(i) / samples);
     const double per_metre = beta * 2 * pi * f0 * pressure / (1000 * c * c * c);
-    const double depth = checks::beam_of(burst).reading(points[0]).depth;
+    const double depth = checks::beam_of(burst).corrected_depth(points[0]).depth;
     const auto off = [&](double way) {
       return std::fabs(std::abs(second) / pressure / reference::plane_harmonic(2, way * per_metre) -
                        1);
@@ -543,11 +380,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s: the marks of the validation table are missing\n", argv[1]);
     return 1;
   }
-  linear_beams();
-  waves();
-  convergence();
-  bursts();
-  pulses();
+  shared_rows();
   second_harmonics();
   plane_part();
   windows_and_parameters();

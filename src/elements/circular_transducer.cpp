@@ -2,8 +2,7 @@
 
 #include <iostream>
 
-#include "methods/kzk/nonlinear_step.h"
-#include "methods/kzk/wave_diffraction.h"
+#include "methods/kzk/compat.h"
 #include "services/services.h"
 
 namespace kestrel {

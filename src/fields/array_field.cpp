@@ -228,9 +228,9 @@ double element_tolerance(const ErrorSample& sample, const std::vector<Element>& 
 
 /// A harmonic that is not there must not be answered by another one.
 void check_harmonics(const kzk::Parameters& march, std::span<const int> wanted) {
-  if (march.harmonics > kzk::most_harmonics) {
+  if (march.harmonics > kzk::kMostHarmonics) {
     fail("%d harmonics were ordered, but a march carries at most %d.", march.harmonics,
-         kzk::most_harmonics);
+         kzk::kMostHarmonics);
   }
   const int carried = kzk::carried_harmonics(march);
   const auto check = [&](int harmonic) {

@@ -95,13 +95,9 @@ struct EdgeDistance {
 }  // namespace
 
 ErrorSample::Frame::Frame(const Element& element) : center(element.center) {
-  Element turned;
-  turned.geometry = Circle{1};
-  turned.euler = element.euler;
-  const auto transducer = make_transducer(turned);
-  transducer->InitializeRotationMatrix();
+  const Rotation rotation(element.euler);
   const CartesianCoordinate units[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-  for (std::size_t i = 0; i < 3; ++i) axis[i] = transducer->rotateTranslate(units[i]);
+  for (std::size_t i = 0; i < 3; ++i) axis[i] = rotation.to_local(units[i]);
 }
 
 CartesianCoordinate ErrorSample::Frame::in(const CartesianCoordinate& point) const {

@@ -251,7 +251,7 @@ class MarchWorker : public TileWorker {
     double seconds = 0;
     for (std::size_t e = 0; e < _job.elements.size() && !stopped(); ++e) {
       const kzk::Cost cost = _array.cost(e, sparse.grid());
-      if (cost.bytes > kzk::most_bytes) continue;  // it will not be marched
+      if (cost.bytes > kzk::kMostBytes) continue;  // it will not be marched
       seconds += kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _job.grid.npoints();
     }
     return seconds / _at_once;
@@ -263,8 +263,9 @@ class MarchWorker : public TileWorker {
       if (!_state.said.insert(warning).second) continue;
       services::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
     }
-    if (march.code == kzk::Code::done) return;
-    fail("%sthe method '%s' failed. %s", element.c_str(), _array.method(), march.reason.c_str());
+    if (!march.error) return;
+    fail(march.error->kind(), "%sthe method '%s' failed. %s", element.c_str(), _array.method(),
+         march.error->what());
   }
 
   const MarchJob& _job;

@@ -4,7 +4,6 @@
 #include <numbers>
 #include <type_traits>
 
-#include "elements/circular_transducer.h"
 
 namespace kestrel::fields {
 
@@ -44,14 +43,15 @@ struct FrameBox {
 
 /// A box that holds the tile, in the element's frame.
 FrameBox in_frame(const Element& element, const Box& tile) {
-  CircularTransducer frame(1);
-  frame.set_center(element.center);
-  frame.set_euler(element.euler);
-  frame.InitializeRotationMatrix();
+  const Rotation rotation(element.euler);
+  const auto to_local = [&](CartesianCoordinate p) {
+    return rotation.to_local(
+        {p.x - element.center.x, p.y - element.center.y, p.z - element.center.z});
+  };
   const CartesianCoordinate a = tile.least, b = tile.greatest;
-  CartesianCoordinate least = frame.rotateTranslate(a), greatest = least;
+  CartesianCoordinate least = to_local(a), greatest = least;
   for (int corner = 1; corner < 8; ++corner) {
-    const CartesianCoordinate p = frame.rotateTranslate(
+    const CartesianCoordinate p = to_local(
         {corner & 1 ? b.x : a.x, corner & 2 ? b.y : a.y, corner & 4 ? b.z : a.z});
     least = {std::min(least.x, p.x), std::min(least.y, p.y), std::min(least.z, p.z)};
     greatest = {std::max(greatest.x, p.x), std::max(greatest.y, p.y), std::max(greatest.z, p.z)};

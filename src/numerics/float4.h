@@ -13,17 +13,13 @@
 #include <cstdint>
 #include <cstring>
 
+#include "numerics/compiler.h"
+
 #if defined(__SSE2__) || defined(_M_X64)
 #define KESTREL_HAS_SSE2 1
 #include <emmintrin.h>
 #else
 #define KESTREL_HAS_SSE2 0
-#endif
-
-#if defined(__GNUC__)
-#define KESTREL_LANE_INLINE [[gnu::always_inline]] inline
-#else
-#define KESTREL_LANE_INLINE inline
 #endif
 
 namespace kestrel {
@@ -159,38 +155,34 @@ struct PlainFloat4 {
 struct SseInt4 {
   __m128i v;
 
-  KESTREL_LANE_INLINE static SseInt4 splat(std::uint32_t x) {
+  KESTREL_INLINE static SseInt4 splat(std::uint32_t x) {
     return {_mm_set1_epi32(static_cast<int>(x))};
   }
-  KESTREL_LANE_INLINE std::uint32_t lane(int i) const {
+  KESTREL_INLINE std::uint32_t lane(int i) const {
     alignas(16) std::array<std::uint32_t, 4> a;
     _mm_store_si128(reinterpret_cast<__m128i*>(a.data()), v);
     return a[i];
   }
-  KESTREL_LANE_INLINE friend SseInt4 operator+(SseInt4 a, SseInt4 b) {
+  KESTREL_INLINE friend SseInt4 operator+(SseInt4 a, SseInt4 b) {
     return {_mm_add_epi32(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseInt4 operator-(SseInt4 a, SseInt4 b) {
+  KESTREL_INLINE friend SseInt4 operator-(SseInt4 a, SseInt4 b) {
     return {_mm_sub_epi32(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseInt4 operator&(SseInt4 a, SseInt4 b) {
+  KESTREL_INLINE friend SseInt4 operator&(SseInt4 a, SseInt4 b) {
     return {_mm_and_si128(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseInt4 operator|(SseInt4 a, SseInt4 b) {
-    return {_mm_or_si128(a.v, b.v)};
-  }
-  KESTREL_LANE_INLINE friend SseInt4 operator^(SseInt4 a, SseInt4 b) {
+  KESTREL_INLINE friend SseInt4 operator|(SseInt4 a, SseInt4 b) { return {_mm_or_si128(a.v, b.v)}; }
+  KESTREL_INLINE friend SseInt4 operator^(SseInt4 a, SseInt4 b) {
     return {_mm_xor_si128(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseInt4 equal(SseInt4 a, SseInt4 b) {
-    return {_mm_cmpeq_epi32(a.v, b.v)};
-  }
+  KESTREL_INLINE friend SseInt4 equal(SseInt4 a, SseInt4 b) { return {_mm_cmpeq_epi32(a.v, b.v)}; }
   template <int n>
-  KESTREL_LANE_INLINE SseInt4 shifted_left() const {
+  KESTREL_INLINE SseInt4 shifted_left() const {
     return {_mm_slli_epi32(v, n)};
   }
   template <int n>
-  KESTREL_LANE_INLINE SseInt4 shifted_right() const {
+  KESTREL_INLINE SseInt4 shifted_right() const {
     return {_mm_srli_epi32(v, n)};
   }
 };
@@ -203,59 +195,55 @@ struct SseFloat4 {
   __m128 v;
 
   SseFloat4() = default;
-  KESTREL_LANE_INLINE SseFloat4(__m128 x) : v(x) {}
-  KESTREL_LANE_INLINE operator __m128() const { return v; }
+  KESTREL_INLINE SseFloat4(__m128 x) : v(x) {}
+  KESTREL_INLINE operator __m128() const { return v; }
 
-  KESTREL_LANE_INLINE static SseFloat4 splat(float x) { return {_mm_set1_ps(x)}; }
-  KESTREL_LANE_INLINE static SseFloat4 of(float x0, float x1, float x2, float x3) {
+  KESTREL_INLINE static SseFloat4 splat(float x) { return {_mm_set1_ps(x)}; }
+  KESTREL_INLINE static SseFloat4 of(float x0, float x1, float x2, float x3) {
     return {_mm_setr_ps(x0, x1, x2, x3)};
   }
-  KESTREL_LANE_INLINE static SseFloat4 load(const float* p) { return {_mm_loadu_ps(p)}; }
-  KESTREL_LANE_INLINE void store(float* p) const { _mm_storeu_ps(p, v); }
-  KESTREL_LANE_INLINE float lane(int i) const {
+  KESTREL_INLINE static SseFloat4 load(const float* p) { return {_mm_loadu_ps(p)}; }
+  KESTREL_INLINE void store(float* p) const { _mm_storeu_ps(p, v); }
+  KESTREL_INLINE float lane(int i) const {
     alignas(16) std::array<float, 4> a;
     _mm_store_ps(a.data(), v);
     return a[i];
   }
-  KESTREL_LANE_INLINE friend SseFloat4 operator+(SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend SseFloat4 operator+(SseFloat4 a, SseFloat4 b) {
     return {_mm_add_ps(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseFloat4 operator-(SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend SseFloat4 operator-(SseFloat4 a, SseFloat4 b) {
     return {_mm_sub_ps(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseFloat4 operator*(SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend SseFloat4 operator*(SseFloat4 a, SseFloat4 b) {
     return {_mm_mul_ps(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseFloat4 operator/(SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend SseFloat4 operator/(SseFloat4 a, SseFloat4 b) {
     return {_mm_div_ps(a.v, b.v)};
   }
-  KESTREL_LANE_INLINE friend SseFloat4 sqrt(SseFloat4 a) { return {_mm_sqrt_ps(a.v)}; }
-  KESTREL_LANE_INLINE friend SseFloat4 min(SseFloat4 a, SseFloat4 b) {
-    return {_mm_min_ps(a.v, b.v)};
-  }
-  KESTREL_LANE_INLINE friend SseFloat4 max(SseFloat4 a, SseFloat4 b) {
-    return {_mm_max_ps(a.v, b.v)};
-  }
-  KESTREL_LANE_INLINE friend SseFloat4 rcp(SseFloat4 a) { return {_mm_rcp_ps(a.v)}; }
-  KESTREL_LANE_INLINE friend Int less(SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend SseFloat4 sqrt(SseFloat4 a) { return {_mm_sqrt_ps(a.v)}; }
+  KESTREL_INLINE friend SseFloat4 min(SseFloat4 a, SseFloat4 b) { return {_mm_min_ps(a.v, b.v)}; }
+  KESTREL_INLINE friend SseFloat4 max(SseFloat4 a, SseFloat4 b) { return {_mm_max_ps(a.v, b.v)}; }
+  KESTREL_INLINE friend SseFloat4 rcp(SseFloat4 a) { return {_mm_rcp_ps(a.v)}; }
+  KESTREL_INLINE friend Int less(SseFloat4 a, SseFloat4 b) {
     return {_mm_castps_si128(_mm_cmplt_ps(a.v, b.v))};
   }
-  KESTREL_LANE_INLINE friend Int less_equal(SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend Int less_equal(SseFloat4 a, SseFloat4 b) {
     return {_mm_castps_si128(_mm_cmple_ps(a.v, b.v))};
   }
-  KESTREL_LANE_INLINE friend Int equal(SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend Int equal(SseFloat4 a, SseFloat4 b) {
     return {_mm_castps_si128(_mm_cmpeq_ps(a.v, b.v))};
   }
-  KESTREL_LANE_INLINE friend SseFloat4 select(Int mask, SseFloat4 a, SseFloat4 b) {
+  KESTREL_INLINE friend SseFloat4 select(Int mask, SseFloat4 a, SseFloat4 b) {
     const __m128 m = _mm_castsi128_ps(mask.v);
     return {_mm_or_ps(_mm_and_ps(m, a.v), _mm_andnot_ps(m, b.v))};
   }
-  KESTREL_LANE_INLINE Int bits() const { return {_mm_castps_si128(v)}; }
-  KESTREL_LANE_INLINE static SseFloat4 from_bits(Int i) { return {_mm_castsi128_ps(i.v)}; }
-  KESTREL_LANE_INLINE Int truncated() const { return {_mm_cvttps_epi32(v)}; }
-  KESTREL_LANE_INLINE static SseFloat4 from_int(Int i) { return {_mm_cvtepi32_ps(i.v)}; }
-  KESTREL_LANE_INLINE SseFloat4 upper_half() const { return {_mm_movehl_ps(v, v)}; }
-  KESTREL_LANE_INLINE SseFloat4 broadcast_lane_1() const {
+  KESTREL_INLINE Int bits() const { return {_mm_castps_si128(v)}; }
+  KESTREL_INLINE static SseFloat4 from_bits(Int i) { return {_mm_castsi128_ps(i.v)}; }
+  KESTREL_INLINE Int truncated() const { return {_mm_cvttps_epi32(v)}; }
+  KESTREL_INLINE static SseFloat4 from_int(Int i) { return {_mm_cvtepi32_ps(i.v)}; }
+  KESTREL_INLINE SseFloat4 upper_half() const { return {_mm_movehl_ps(v, v)}; }
+  KESTREL_INLINE SseFloat4 broadcast_lane_1() const {
     return {_mm_shuffle_ps(v, v, _MM_SHUFFLE(1, 1, 1, 1))};
   }
 };

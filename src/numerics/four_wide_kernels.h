@@ -20,7 +20,7 @@ concept Lanes = requires {
 
 /// Coefficients from the highest power down: ((c0 x + c1) x + c2) ..., each step rounded twice.
 template <class F, class... Rest>
-KESTREL_LANE_INLINE F horner(F x, float c0, Rest... rest) {
+KESTREL_INLINE F horner(F x, float c0, Rest... rest) {
   F y = F::splat(c0);
   ((y = y * x + F::splat(rest)), ...);
   return y;
@@ -32,7 +32,7 @@ struct ReducedAngle {
   F angle;
   typename F::Int octant;  ///< even; bit 1: sine and cosine swap roles, bit 2: half a turn
 
-  KESTREL_LANE_INLINE explicit ReducedAngle(F x) {
+  KESTREL_INLINE explicit ReducedAngle(F x) {
     using I = typename F::Int;
     const F magnitude = F::from_bits(x.bits() & I::splat(0x7fffffffu));
     octant = ((magnitude * F::splat(1.27323949f)).truncated() + I::splat(1)) & I::splat(~1u);
@@ -41,16 +41,16 @@ struct ReducedAngle {
     angle = angle + y * F::splat(-0.000241875648f);
     angle = angle + y * F::splat(-3.77489506e-08f);
   }
-  KESTREL_LANE_INLINE typename F::Int roles_kept() const {
+  KESTREL_INLINE typename F::Int roles_kept() const {
     using I = typename F::Int;
     return equal(octant & I::splat(2), I::splat(0));
   }
   /// The sign bit of sin x, given x for its own sign.
-  KESTREL_LANE_INLINE typename F::Int sine_sign(F x) const {
+  KESTREL_INLINE typename F::Int sine_sign(F x) const {
     using I = typename F::Int;
     return (x.bits() & I::splat(0x80000000u)) ^ (octant & I::splat(4)).template shifted_left<29>();
   }
-  KESTREL_LANE_INLINE typename F::Int cosine_sign() const {
+  KESTREL_INLINE typename F::Int cosine_sign() const {
     using I = typename F::Int;
     return (((octant - I::splat(2)) ^ I::splat(~0u)) & I::splat(4)).template shifted_left<29>();
   }
@@ -59,12 +59,12 @@ struct ReducedAngle {
 /// The full polynomials of Cephes: a few units in the last place.
 struct FullSeries {
   template <class F>
-  KESTREL_LANE_INLINE static F cosine(F z) {
+  KESTREL_INLINE static F cosine(F z) {
     const F y = horner(z, 2.44331568e-05f, -0.00138873165f, 0.0416666456f);
     return y * z * z - z * F::splat(0.5f) + F::splat(1.0f);
   }
   template <class F>
-  KESTREL_LANE_INLINE static F sine(F z, F angle) {
+  KESTREL_INLINE static F sine(F z, F angle) {
     const F y = horner(z, -0.000195152956f, 0.00833216123f, -0.166666552f);
     return y * z * angle + angle;
   }
@@ -74,22 +74,22 @@ struct FullSeries {
 /// interval, for speed. Results of the four-wide methods depend on it: not to be "repaired" here.
 struct ShortSeries {
   template <class F>
-  KESTREL_LANE_INLINE static F cosine(F z) {
+  KESTREL_INLINE static F cosine(F z) {
     return F::splat(0.0416666456f) * z * z - z * F::splat(0.5f) + F::splat(1.0f);
   }
   template <class F>
-  KESTREL_LANE_INLINE static F sine(F z, F angle) {
+  KESTREL_INLINE static F sine(F z, F angle) {
     return F::splat(-0.166666552f) * z * angle + angle;
   }
 };
 
 template <class F>
-KESTREL_LANE_INLINE F with_sign_flipped(F x, typename F::Int sign) {
+KESTREL_INLINE F with_sign_flipped(F x, typename F::Int sign) {
   return F::from_bits(x.bits() ^ sign);
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE F log_ps(F x) {
+KESTREL_INLINE F log_ps(F x) {
   using I = typename F::Int;
   const F one = F::splat(1.0f);
   const I not_positive = less_equal(x, F::splat(0.0f));
@@ -113,7 +113,7 @@ KESTREL_LANE_INLINE F log_ps(F x) {
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE F exp_ps(F x) {
+KESTREL_INLINE F exp_ps(F x) {
   using I = typename F::Int;
   const F one = F::splat(1.0f);
   x = min(x, F::splat(88.3762589f));
@@ -132,7 +132,7 @@ KESTREL_LANE_INLINE F exp_ps(F x) {
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE F sin_ps(F x) {
+KESTREL_INLINE F sin_ps(F x) {
   const ReducedAngle<F> r(x);
   const F z = r.angle * r.angle;
   const F y = select(r.roles_kept(), FullSeries::sine(z, r.angle), FullSeries::cosine(z));
@@ -140,7 +140,7 @@ KESTREL_LANE_INLINE F sin_ps(F x) {
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE F cos_ps(F x) {
+KESTREL_INLINE F cos_ps(F x) {
   const ReducedAngle<F> r(x);
   const F z = r.angle * r.angle;
   const F y = select(r.roles_kept(), FullSeries::cosine(z), FullSeries::sine(z, r.angle));
@@ -148,7 +148,7 @@ KESTREL_LANE_INLINE F cos_ps(F x) {
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE void sincos_ps(F x, F* s, F* c) {
+KESTREL_INLINE void sincos_ps(F x, F* s, F* c) {
   const ReducedAngle<F> r(x);
   const F z = r.angle * r.angle;
   const F cosine = ShortSeries::cosine(z);
@@ -159,7 +159,7 @@ KESTREL_LANE_INLINE void sincos_ps(F x, F* s, F* c) {
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE void complex_exp(F a, F b, F* re, F* im) {
+KESTREL_INLINE void complex_exp(F a, F b, F* re, F* im) {
   const F e = exp_ps(a);
   F s, c;
   sincos_ps(b, &s, &c);
@@ -168,13 +168,13 @@ KESTREL_LANE_INLINE void complex_exp(F a, F b, F* re, F* im) {
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE F _mm_set_doubles(double d0, double d1, double d2, double d3) {
+KESTREL_INLINE F _mm_set_doubles(double d0, double d1, double d2, double d3) {
   return F::of(static_cast<float>(d3), static_cast<float>(d2), static_cast<float>(d1),
                static_cast<float>(d0));
 }
 
 template <Lanes F>
-KESTREL_LANE_INLINE F horizontal_add_ps(F v) {
+KESTREL_INLINE F horizontal_add_ps(F v) {
   const F pairs = v + v.upper_half();
   return pairs + pairs.broadcast_lane_1();
 }

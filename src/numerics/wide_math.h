@@ -11,21 +11,8 @@
 #include <bit>
 #include <cstdint>
 
+#include "numerics/compiler.h"
 #include "numerics/smart_exp.h"
-
-#if defined(__GNUC__)
-#define KESTREL_INLINE inline __attribute__((always_inline))
-/// Put before a loop whose iterations are independent: lanes are points.
-#define KESTREL_PRAGMA(text) _Pragma(#text)
-#if defined(__clang__)
-#define KESTREL_LANES KESTREL_PRAGMA(clang loop vectorize(enable) interleave(disable))
-#else
-#define KESTREL_LANES KESTREL_PRAGMA(GCC ivdep)
-#endif
-#else
-#define KESTREL_INLINE inline
-#define KESTREL_LANES
-#endif
 
 namespace kestrel {
 

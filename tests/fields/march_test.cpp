@@ -119,6 +119,12 @@ TEST(March, SaysWhatIsWrong) {
       "element 2: the method 'kzk_cw' failed. The nonlinear march blew up; the drive is too "
       "strong.",
       array);
+  try {
+    compute_harmonics(array, *grid, lossy_water(), std::vector{1}, marched(), field.data());
+    ADD_FAILURE() << "a march that blows up gave a field";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.kind(), ErrorKind::numerical);
+  }
   array[1].geometry = Rectangle{1e-3, 1e-3};
   refused("element 2: the shape 'rect' has no method 'kzk_cw'", array);
   array[1].geometry = Shell{10e-3, 5e-3};

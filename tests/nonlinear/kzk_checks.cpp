@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "methods/kzk/burgers_step.h"
+#include "methods/kzk/compat.h"
 #include "methods/kzk/nonlinear_step.h"
 #include "methods/kzk/wave_beam.h"
 #include "tests/nonlinear/reference_fields.h"
@@ -128,11 +129,12 @@ std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, con
   std::vector<std::string> warnings;
   kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
   if (fault.axial_depth)
-    for (kzk::Reader& reader : plan.readers)
+    for (kzk::ReceiverSample& reader : plan.receivers)
       reader.sigma =
-          plan.beam.reading({0, problem.points[reader.point].z}).depth / plan.beam.length();
-  std::sort(plan.readers.begin(), plan.readers.end(),
-            [](const kzk::Reader& a, const kzk::Reader& b) { return a.sigma < b.sigma; });
+          plan.beam.corrected_depth({0, problem.points[reader.point].z}).depth / plan.beam.length();
+  std::sort(
+      plan.receivers.begin(), plan.receivers.end(),
+      [](const kzk::ReceiverSample& a, const kzk::ReceiverSample& b) { return a.sigma < b.sigma; });
   const double c = plan.sound_speed;
   const double omega = plan.wavenumber * c;
   const double p0 = source_pressure(problem);
@@ -143,7 +145,7 @@ std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, con
           (plan.density * c * c * c)};
   const int carried = equation.nonlinearity == 0         ? 1
                       : problem.parameters.harmonics > 0 ? problem.parameters.harmonics
-                                                         : kzk::default_harmonics;
+                                                         : kzk::kDefaultHarmonics;
   kzk::HarmonicBeam beam(equation, plan.grid, carried,
                          {fault.order, true, plan.smoothing_half_steps()});
   kzk::Workers workers(1);
@@ -152,7 +154,7 @@ std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, con
   std::vector<Complex> values(wanted * problem.points.size());
   double sigma = 0;
   std::size_t next = 1;
-  for (const kzk::Reader& reader : plan.readers) {
+  for (const kzk::ReceiverSample& reader : plan.receivers) {
     while (sigma < reader.sigma) {
       while (plan.planes[next] <= sigma + 1e-12) ++next;
       const double to = std::min(plan.planes[next], reader.sigma);
@@ -269,7 +271,7 @@ std::vector<double> burst_errors(const kzk::CwProblem& problem, double samples_p
   const double f0 = problem.fluid.f0;
   const Point point = problem.points.front();
   const auto beam = beam_of(problem);
-  const double depth = problem.true_depth ? beam.reading(point).depth : point.z;
+  const double depth = problem.true_depth ? beam.corrected_depth(point).depth : point.z;
   const double rim = problem.aperture.radius * problem.aperture.radius / (2 * depth) /
                      problem.fluid.sound_speed * f0;
   const double settled = std::ceil(rim) + 4;
@@ -374,7 +376,7 @@ Traces marched_traces(const kzk::CwProblem& problem, const Pulse& pulse, const F
 Traces landed_traces(const kzk::CwProblem& problem, const Pulse& pulse, const Fault& fault) {
   std::vector<std::string> warnings;
   const kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
-  const kzk::Reader& reader = plan.readers.front();
+  const kzk::ReceiverSample& reader = plan.receivers.front();
   const double dtheta = 2 * pi / 100;
   const double omega = 2 * pi * pulse.frequency;
   const double focusing = plan.beam.focusing();
@@ -386,7 +388,7 @@ Traces landed_traces(const kzk::CwProblem& problem, const Pulse& pulse, const Fa
     const double xi = j * plan.grid.step();
     for (long i = 0; i < samples; ++i) {
       const double theta = start + i * dtheta + fault.focusing * focusing * xi * xi;
-      beam.waves()[beam.wave_of(j) + i * kzk::WaveBeam::block] =
+      beam.waves()[beam.wave_of(j) + i * kzk::WaveBeam::kBlock] =
           static_cast<float>(kzk::rim_fraction(j, plan.grid.per_radius) * pulse.at(theta / omega));
     }
   }
@@ -402,7 +404,7 @@ Traces landed_traces(const kzk::CwProblem& problem, const Pulse& pulse, const Fa
     traces.times.push_back((start + i * dtheta) / omega +
                            problem.points.front().z / problem.fluid.sound_speed);
     traces.values.push_back(static_cast<float>(reader.factor) *
-                            beam.waves()[i * kzk::WaveBeam::block]);
+                            beam.waves()[i * kzk::WaveBeam::kBlock]);
   }
   return traces;
 }

@@ -1,14 +1,15 @@
 #pragma once
 
 #include <complex>
+#include <string_view>
 #include <vector>
 
 #include "methods/kzk/cw_march.h"
 #include "methods/kzk/harmonic_beam.h"
 #include "methods/kzk/transient_march.h"
 
-/// The checks that the tests and the validation table (docs/validate_kzk.cpp) share. Each returns
-/// what was measured; who calls it knows what is acceptable.
+/// The measurements behind the rows of kzk_table.h. Each returns what was measured; the table knows
+/// what is acceptable.
 
 namespace kestrel::checks {
 
@@ -16,6 +17,7 @@ using Complex = std::complex<double>;
 
 /// Deliberate errors. They enter through the numbers that the march's parts take anyway.
 struct Fault {
+  std::string_view name = "none";
   double nonlinearity = 1;
   double diffraction = 1;
   double focusing = 1;  ///< 0: none at all

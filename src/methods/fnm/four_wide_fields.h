@@ -43,7 +43,7 @@ struct FloatPropagation {
 /// A complex sum in four lanes.
 struct FourWideSum {
   float4 re = float4::splat(0), im = float4::splat(0);
-  KESTREL_LANE_INLINE std::complex<double> total() const {
+  KESTREL_INLINE std::complex<double> total() const {
     return {static_cast<double>(four_wide::horizontal_add_ps(re).lane(0)),
             static_cast<double>(four_wide::horizontal_add_ps(im).lane(0))};
   }

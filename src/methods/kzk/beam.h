@@ -55,7 +55,7 @@ class Beam {
   /// Whether the element has a field at the point: in front of the piston's plane; for the shell
   /// inside its sphere or beyond the plane of its rim, as for the shell's linear methods. False for
   /// NaN.
-  bool reaches(Point p) const {
+  bool insonifies(Point p) const {
     if (!(p.r >= 0.0 && p.z >= 0.0 && std::isfinite(p.r) && std::isfinite(p.z))) return false;
     if (!focused()) return true;
     const double from_focus = p.z - _curvature;
@@ -63,16 +63,16 @@ class Beam {
   }
 
   /// Where to read the marched solution for an observation point, and the factor to apply.
-  struct Reading {
+  struct DepthCorrection {
     double depth;
     double factor;
   };
 
   /// The parabolic phase is wrong close to a source: it replaces the path from the rim to the axis
-  /// by its second-order expansion. Reading the solution at the depth where the *parabolic* path
-  /// difference between rim and centre equals the *true* one removes that error on the axis, for
-  /// every depth, and turns the far wave fronts of the piston into spheres.
-  Reading reading(Point p) const {
+  /// by its second-order expansion. The solution is therefore read at the depth where the
+  /// *parabolic* path difference between rim and centre equals the *true* one. That removes the
+  /// error on the axis, for every depth, and turns the far wave fronts of the piston into spheres.
+  DepthCorrection corrected_depth(Point p) const {
     if (!focused()) {
       const double path = std::sqrt(p.z * p.z + _radius * _radius + p.r * p.r);
       return {0.5 * (p.z + path), 1.0};
@@ -82,8 +82,9 @@ class Beam {
     return {_curvature * (rim_path + p.z) / span, 2.0 * _curvature / span};
   }
 
-  /// The mean of the ways from the rim and from the centre of the face to what is read at `depth`
-  /// is leading_path() + path_rate() * depth, exactly. Sound is absorbed over that mean.
+  /// Mean propagation distance to depth z: the average of the path from the rim and the path from
+  /// the apex. It is linear in z: leading_path() + path_rate() * z. Absorption is applied over this
+  /// distance.
   double leading_path() const { return 0.25 * _effective_radius * _effective_radius * _bend; }
   double path_rate() const { return 1.0 - leading_path() * _bend; }
 

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "methods/kzk/diffraction_step.h"
+#include "methods/kzk/buffer.h"
+#include "numerics/compiler.h"
 
 /// The nonlinear step in the time domain: dp/dsigma = (N/2) d(p^2)/dtheta, that is Burgers'
 /// equation v_sigma + (N v^2 / 2)_theta = 0 for v = -p. Conservative and second order away from
@@ -12,7 +13,7 @@
 
 namespace kestrel::kzk {
 
-inline constexpr float courant_bound = 0.8f;
+inline constexpr float kCourantBound = 0.8f;
 
 /// The slope of a cell between its neighbours: the central one, limited to twice the one-sided
 /// ones, and zero at an extremum.
@@ -36,12 +37,12 @@ KESTREL_INLINE float riemann_flux(float left, float right) {
 constexpr int burgers_scratch(int columns) { return 4 * columns; }
 
 /// One sub-step of `columns` neighbouring waveforms in place. Sample i of column l is
-/// wave[i * columns + l]; `ratio` is N d / dtheta. The signal is zero before the window and goes on
-/// as it is after it: a window that cuts a signal short must not put a shock there. The state
-/// carried from sample to sample lies in `scratch`, not in local arrays: the compiler would pull
-/// those apart into scalars and lose the vector loop.
+/// wave[i * columns + l]; `ratio` is N d / dtheta. The signal is zero before the window. After
+/// the window it keeps its last value, because a drop to zero would be a shock where a signal is
+/// cut short. The state carried from sample to sample lies in `scratch`, not in local arrays: the
+/// compiler would pull those apart into scalars and lose the vector loop.
 template <int columns>
-KESTREL_INLINE void burgers_substep(float ratio, float* KESTREL_RESTRICT wave, long samples,
+KESTREL_INLINE void burgers_substep(float ratio, float* KESTREL_RESTRICT wave, Index samples,
                                     float* KESTREL_RESTRICT scratch) {
   float* KESTREL_RESTRICT before = scratch;          // v at i, before its update
   float* KESTREL_RESTRICT here = before + columns;   // v at i + 1
@@ -49,7 +50,7 @@ KESTREL_INLINE void burgers_substep(float ratio, float* KESTREL_RESTRICT wave, l
   float* KESTREL_RESTRICT inflow = right + columns;  // flux through the face before cell i
   std::fill(scratch, scratch + burgers_scratch(columns), 0.0f);
   // Cell i is finished when the faces of cell i + 1 are known, which takes the value at i + 2.
-  for (long i = -2; i < samples; ++i) {
+  for (Index i = -2; i < samples; ++i) {
     const float* next = wave + std::min(i + 2, samples - 1) * columns;
     const auto lane = [&](int l) KESTREL_INLINE_LAMBDA {
       const float after = -next[l];
@@ -78,12 +79,12 @@ KESTREL_INLINE void burgers_substep(float ratio, float* KESTREL_RESTRICT wave, l
 /// Returns non-zero when that is not a sensible number.
 template <int columns>
 KESTREL_INLINE int burgers_step(double ds, double nonlinearity, double dtheta,
-                                float* KESTREL_RESTRICT wave, long samples,
+                                float* KESTREL_RESTRICT wave, Index samples,
                                 float* KESTREL_RESTRICT scratch) {
   float* KESTREL_RESTRICT peaks = scratch;
   float* KESTREL_RESTRICT sums = scratch + columns;
   std::fill(scratch, scratch + 2 * columns, 0.0f);
-  for (long i = 0; i < samples; ++i) {
+  for (Index i = 0; i < samples; ++i) {
     const float* KESTREL_RESTRICT value = wave + i * columns;
     KESTREL_LANES
     for (int l = 0; l < columns; ++l) {
@@ -99,7 +100,7 @@ KESTREL_INLINE int burgers_step(double ds, double nonlinearity, double dtheta,
   if (!(peak < 1e6f)) return 1;
   const double reach = ds * nonlinearity * peak / dtheta;
   if (reach == 0.0) return 0;
-  const double substeps = std::max(1.0, std::ceil(reach / courant_bound));
+  const double substeps = std::max(1.0, std::ceil(reach / kCourantBound));
   if (!(substeps <= 10000.0)) return 1;
   const auto ratio = static_cast<float>(nonlinearity * ds / (substeps * dtheta));
   for (int step = 0; step < static_cast<int>(substeps); ++step)

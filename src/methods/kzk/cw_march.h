@@ -2,7 +2,7 @@
 
 #include <complex>
 
-#include "methods/kzk/driver.h"
+#include "methods/kzk/problem.h"
 
 namespace kestrel::kzk {
 
@@ -19,13 +19,13 @@ struct CwProblem : Problem {
 
 struct CwResult : Report {
   std::vector<int> harmonics;
-  /// Complex pressure, Pa: harmonic `harmonics[h]` at point i lies at h * points + i. Empty unless
-  /// the code is `done`; points that the element does not reach are zero.
+  /// Complex pressure, Pa: harmonic `harmonics[h]` at point i lies at h * points + i. Empty
+  /// after an error; points that the element does not reach are zero.
   std::vector<std::complex<double>> pressure;
   Cost cost;
 };
 
-/// Marches. Never throws; everything that can go wrong is in the report.
+/// Marches. Never throws; what goes wrong is the report's error.
 CwResult march_cw(const CwProblem& problem);
 
 /// The size of the march that `march_cw` would make; zero when it would not march.

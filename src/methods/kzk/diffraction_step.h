@@ -1,7 +1,7 @@
 #pragma once
 
 #include "methods/kzk/radial_operator.h"
-#include "numerics/wide_math.h"
+#include "numerics/compiler.h"
 
 /// The implicit diffraction step of harmonics: (A - theta g B) u_new = (A + (1 - theta) g B) u_old
 /// with g = -j ds diffraction / (n step^2). The elimination is written once, for `lanes` harmonics
@@ -13,16 +13,6 @@
 
 namespace kestrel::kzk {
 
-#define KESTREL_RESTRICT __restrict
-#define KESTREL_INLINE_LAMBDA __attribute__((always_inline))
-
-/// For loops over lanes that the compiler would rather unroll than vectorise.
-#if defined(__GNUC__) && !defined(__clang__)
-#define KESTREL_WHOLE_LANES KESTREL_PRAGMA(GCC ivdep) KESTREL_PRAGMA(GCC unroll 1)
-#else
-#define KESTREL_WHOLE_LANES KESTREL_LANES
-#endif
-
 /// A complex number without the special cases of std::complex's product, so that loops over lanes
 /// become plain multiply and add instructions.
 struct Cartesian {
@@ -33,22 +23,10 @@ KESTREL_INLINE Cartesian operator-(Cartesian a, Cartesian b) { return {a.re - b.
 KESTREL_INLINE Cartesian operator*(Cartesian a, Cartesian b) {
   return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
 }
-KESTREL_INLINE Cartesian operator*(double a, Cartesian b) { return {a * b.re, a * b.im}; }
 KESTREL_INLINE Cartesian reciprocal(Cartesian a) {
   const double scale = 1.0 / (a.re * a.re + a.im * a.im);
   return {a.re * scale, -a.im * scale};
 }
-
-/// Bands held in memory, one harmonic: six doubles a row (sub, diagonal, super; real, imaginary).
-struct StoredBands {
-  const double* lhs;
-  const double* rhs;
-  static Cartesian at(const double* bands, int j, int band) {
-    return {bands[6 * j + 2 * band], bands[6 * j + 2 * band + 1]};
-  }
-  Cartesian left(int j, int band, int) const { return at(lhs, j, band); }
-  Cartesian right(int j, int band, int) const { return at(rhs, j, band); }
-};
 
 /// Bands formed on the fly from the real rows of A and B, which all harmonics share:
 /// A + j implicit[lane] B on the left, A - j explicit[lane] B on the right.
@@ -57,10 +35,10 @@ struct SharedBands {
   const double* laplacian;  // three reals a row
   const double* implicit_weight;
   const double* explicit_weight;
-  KESTREL_INLINE Cartesian left(int j, int band, int lane) const {
+  KESTREL_INLINE Cartesian left(Index j, int band, int lane) const {
     return {mass[3 * j + band], implicit_weight[lane] * laplacian[3 * j + band]};
   }
-  KESTREL_INLINE Cartesian right(int j, int band, int lane) const {
+  KESTREL_INLINE Cartesian right(Index j, int band, int lane) const {
     return {mass[3 * j + band], -(explicit_weight[lane] * laplacian[3 * j + band])};
   }
 };
@@ -68,14 +46,13 @@ struct SharedBands {
 /// Gaussian elimination of the left-hand bands: the reciprocal pivots and the scaled
 /// super-diagonal, both packed.
 template <int lanes, class Bands>
-KESTREL_INLINE void factor_harmonics(const Bands& bands, int nodes,
+KESTREL_INLINE void factor_harmonics(const Bands& bands, Index nodes,
                                      double* KESTREL_RESTRICT inverse,
                                      double* KESTREL_RESTRICT super) {
-  double last_re[lanes] = {};
-  double last_im[lanes] = {};
-  for (int j = 0; j < nodes; ++j) {
-    double* inv = inverse + 2L * lanes * j;
-    double* sup = super + 2L * lanes * j;
+  LaneArray<double, lanes> last_re = {}, last_im = {};
+  for (Index j = 0; j < nodes; ++j) {
+    double* inv = inverse + 2 * lanes * j;
+    double* sup = super + 2 * lanes * j;
     KESTREL_WHOLE_LANES
     for (int lane = 0; lane < lanes; ++lane) {
       const Cartesian last = {last_re[lane], last_im[lane]};
@@ -91,17 +68,19 @@ KESTREL_INLINE void factor_harmonics(const Bands& bands, int nodes,
 
 /// Advances the packed harmonics `u` in place with the factors of `factor_harmonics`.
 template <int lanes, class Bands>
-KESTREL_INLINE void solve_harmonics(const Bands& bands, int nodes,
+KESTREL_INLINE void solve_harmonics(const Bands& bands, Index nodes,
                                     const double* KESTREL_RESTRICT inverse,
                                     const double* KESTREL_RESTRICT super,
                                     double* KESTREL_RESTRICT u) {
-  double old_re[lanes] = {}, old_im[lanes] = {};    // u_old at the previous node
-  double done_re[lanes] = {}, done_im[lanes] = {};  // eliminated right side at the previous node
-  for (int j = 0; j < nodes; ++j) {
-    const double* inv = inverse + 2L * lanes * j;
-    double* here = u + 2L * lanes * j;
-    // Beyond the last node the field is zero; its own value stands in, with weight zero.
-    const double* next = j + 1 < nodes ? here + 2L * lanes : here;
+  LaneArray<double, lanes> old_re = {}, old_im = {};  // u_old at the previous node
+  LaneArray<double, lanes> done_re = {},
+                           done_im = {};  // eliminated right side at the previous node
+  for (Index j = 0; j < nodes; ++j) {
+    const double* inv = inverse + 2 * lanes * j;
+    double* here = u + 2 * lanes * j;
+    // Beyond the last node the field is zero. There the last node's own value is read, and
+    // multiplied by zero.
+    const double* next = j + 1 < nodes ? here + 2 * lanes : here;
     const double beyond = j + 1 < nodes ? 1.0 : 0.0;
     KESTREL_WHOLE_LANES
     for (int lane = 0; lane < lanes; ++lane) {
@@ -119,9 +98,9 @@ KESTREL_INLINE void solve_harmonics(const Bands& bands, int nodes,
       here[lanes + lane] = done_im[lane] = result.im;
     }
   }
-  for (int j = nodes - 2; j >= 0; --j) {
-    const double* sup = super + 2L * lanes * j;
-    double* here = u + 2L * lanes * j;
+  for (Index j = nodes - 2; j >= 0; --j) {
+    const double* sup = super + 2 * lanes * j;
+    double* here = u + 2 * lanes * j;
     KESTREL_WHOLE_LANES
     for (int lane = 0; lane < lanes; ++lane) {
       const Cartesian up = {sup[lane], sup[lanes + lane]};
@@ -131,33 +110,6 @@ KESTREL_INLINE void solve_harmonics(const Bands& bands, int nodes,
       here[lanes + lane] = now.im;
     }
   }
-}
-
-/// The bands of one harmonic's step of length `ds`, six doubles a row each. `order_gain` is n G,
-/// the harmonic's number times the focusing gain (1 for the piston); `theta` 1 is backward Euler,
-/// 1/2 Crank-Nicolson.
-inline void diffraction_bands(double ds, double theta, double* lhs, double* rhs, int nodes,
-                              double step, double order_gain) {
-  const double weight = ds / (4.0 * order_gain * step * step);
-  for (int j = 0; j < nodes; ++j) {
-    const RadialRow row = radial_row(j);
-    const double mass[3] = {row.mass_sub(), row.mass_diag(), row.mass_super()};
-    const double laplacian[3] = {row.sub, row.diag, row.super};
-    for (int band = 0; band < 3; ++band) {
-      lhs[6 * j + 2 * band] = rhs[6 * j + 2 * band] = mass[band];
-      lhs[6 * j + 2 * band + 1] = theta * weight * laplacian[band];
-      rhs[6 * j + 2 * band + 1] = -((1.0 - theta) * weight * laplacian[band]);
-    }
-  }
-}
-
-/// One harmonic's implicit step in place, with bands from `diffraction_bands`; `inverse` and
-/// `super` are work of 2 * nodes doubles.
-inline void solve_harmonic(double* u, int nodes, const double* lhs, const double* rhs,
-                           double* inverse, double* super) {
-  const StoredBands bands{lhs, rhs};
-  factor_harmonics<1>(bands, nodes, inverse, super);
-  solve_harmonics<1>(bands, nodes, inverse, super, u);
 }
 
 }  // namespace kestrel::kzk

@@ -29,7 +29,24 @@ void fill_problem(kzk::Problem& problem, const ElementInputs& in, const kzk::Ape
 /// Issues the march's warnings and answers its code.
 int code_of(const kzk::Report& march) {
   for (const std::string& warning : march.warnings) services::warn(warning.c_str());
-  return static_cast<int>(march.code);
+  if (!march.error) return kSuccess;
+  return march.error->kind() == ErrorKind::out_of_memory ? kOutOfMemory : kMisuse;
+}
+
+/// Gives `march` the element's points, and calls add(i, result) for each of them when it is done.
+template <class March, class Add>
+int superpose(const ElementInputs& in, const March& march, const Add& add) {
+  if (is_negligible(in.amplitude)) return kSuccess;
+  try {
+    const std::vector<kzk::Point> points = kzk_points(in);
+    const auto result = march(points);
+    const int code = code_of(result);
+    if (code != kSuccess) return code;
+    for (std::size_t i = 0; i < points.size(); ++i) add(i, result);
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  }
+  return kSuccess;
 }
 
 }  // namespace
@@ -57,7 +74,8 @@ kzk::CwProblem kzk_cw_problem(const ElementInputs& in, const kzk::Aperture& aper
   return problem;
 }
 
-kzk::TransientProblem kzk_transient_problem(const ElementInputs& in, const kzk::Aperture& aperture,
+kzk::TransientProblem kzk_transient_problem(const ElementInputs& in,
+                                            const kzk::Aperture& aperture,
                                             std::span<const kzk::Point> points,
                                             std::span<const double> times) {
   const ExcitationFunction* excitation = in.excitation;
@@ -78,41 +96,33 @@ int superpose_kzk_cw(const ElementInputs& in, const kzk::Aperture& aperture) {
       (in.real_plane == nullptr && in.grid->npoints() > 0)) {
     return kMisuse;
   }
-  if (is_negligible(in.amplitude)) return kSuccess;
-  try {
-    const std::vector<kzk::Point> points = kzk_points(in);
-    const kzk::CwResult result = kzk::march_cw(kzk_cw_problem(in, aperture, points));
-    const int code = code_of(result);
-    if (code != kSuccess) return code;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-      in.add_pressure(static_cast<int>(i), result.pressure[i]);
-    }
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  }
-  return kSuccess;
+  return superpose(
+      in,
+      [&](std::span<const kzk::Point> points) {
+        return kzk::march_cw(kzk_cw_problem(in, aperture, points));
+      },
+      [&](std::size_t i, const kzk::CwResult& result) {
+        in.add_pressure(static_cast<int>(i), result.pressure[i]);
+      });
 }
 
 int superpose_kzk_transient(const ElementInputs& in, const kzk::Aperture& aperture) {
-  if (in.medium == nullptr || in.grid == nullptr || in.excitation == nullptr ||
-      in.time == nullptr || !in.has_traces()) {
+  if (in.medium == nullptr || in.grid == nullptr ||
+      in.excitation == nullptr || in.time == nullptr ||
+      !in.has_traces()) {
     return kMisuse;
   }
-  if (is_negligible(in.amplitude)) return kSuccess;
-  try {
-    const std::vector<kzk::Point> points = kzk_points(in);
-    const std::vector<double> times = kzk_times(in);
-    const kzk::TransientResult result =
-        kzk::march_transient(kzk_transient_problem(in, aperture, points, times));
-    const int code = code_of(result);
-    if (code != kSuccess) return code;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-      in.add_trace(static_cast<int>(i), result.pressure.data() + i * times.size());
-    }
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  }
-  return kSuccess;
+  std::vector<double> times;
+  return superpose(
+      in,
+      [&](std::span<const kzk::Point> points) {
+        times = kzk_times(in);
+        return kzk::march_transient(kzk_transient_problem(in, aperture, points, times));
+      },
+      [&](std::size_t i, const kzk::TransientResult& result) {
+        in.add_trace(static_cast<int>(i),
+                                             result.pressure.data() + i * times.size());
+      });
 }
 
 int kzk_cw(const Circle& face, ElementInputs& in) { return superpose_kzk_cw(in, {face.radius, 0}); }

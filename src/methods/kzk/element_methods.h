@@ -9,11 +9,11 @@
 
 namespace kestrel::detail {
 
-/// The nonlinear methods of the circular piston (curvature 0) and the shell: an element's inputs
-/// given to the marches, and what they deliver superposed.
+/// The nonlinear methods of the circular piston (curvature 0) and the shell. They give an element's
+/// inputs to the march and superpose what it delivers.
 ///
 /// Codes as from every method: kOutOfMemory and kMisuse (no start, blow-up, missing input) leave
-/// the planes as they were. Warnings of the march go to the host.
+/// the planes as they were. Warnings of the march are issued by services::warn.
 int superpose_kzk_cw(const ElementInputs& in, const kzk::Aperture& aperture);
 int superpose_kzk_transient(const ElementInputs& in, const kzk::Aperture& aperture);
 
@@ -28,7 +28,8 @@ std::vector<double> kzk_times(const ElementInputs& in);
 /// exact lines; its reference frequency is where the signal's power lies.
 kzk::CwProblem kzk_cw_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                               std::span<const kzk::Point> points);
-kzk::TransientProblem kzk_transient_problem(const ElementInputs& in, const kzk::Aperture& aperture,
+kzk::TransientProblem kzk_transient_problem(const ElementInputs& in,
+                                            const kzk::Aperture& aperture,
                                             std::span<const kzk::Point> points,
                                             std::span<const double> times);
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cmath>
 
+#include "methods/kzk/diffraction_step.h"
 #include "methods/kzk/nonlinear_step.h"
 #include "numerics/run_kernel.h"
 
@@ -13,10 +14,12 @@ namespace {
 
 /// Lanes of the wide paths, the same for every instruction set: the nonlinear sub-steps are chosen
 /// for the loudest node of a block, so results would otherwise depend on the processor.
-constexpr int wide_lanes = 8;
+constexpr int kWideLanes = 8;
 
 template <class Math>
-constexpr int lanes_of = Math::wide ? wide_lanes : 1;
+constexpr int kLanesOf = Math::wide ? kWideLanes : 1;
+
+constexpr int blocks(int count, int lanes) { return (count + lanes - 1) / lanes; }
 
 }  // namespace
 
@@ -25,85 +28,97 @@ HarmonicBeam::HarmonicBeam(const Equation& equation, const RadialGrid& grid, int
     : _equation(equation),
       _grid(grid),
       _harmonics(harmonics),
-      _lanes(instruction_set() == InstructionSet::scalar ? 1 : wide_lanes),
+      _lanes(instruction_set() == InstructionSet::scalar ? 1 : kWideLanes),
       _smoothing(options.smoothing_half_steps),
-      _planes(2L * harmonics * grid.nodes),
+      _planes(plane_size() * harmonics),
       _absorption(harmonics + 1),
-      _mass(3L * grid.nodes),
-      _laplacian(3L * grid.nodes),
+      _mass(Index{3} * grid.nodes),
+      _laplacian(Index{3} * grid.nodes),
       _absorbing_layer(options.absorbing_layer),
       _layer(grid.nodes, 1.0),
-      _packs((harmonics + _lanes - 1) / _lanes) {
+      _packs(static_cast<std::size_t>(blocks(harmonics, _lanes))) {
   for (int n = 1; n <= harmonics; ++n) _absorption[n] = n * equation.absorption;
   for (int j = 0; j < grid.nodes; ++j) {
     const RadialRow row = radial_row(j, options.order);
     const double mass[3] = {row.mass_sub(), row.mass_diag(), row.mass_super()};
     const double laplacian[3] = {row.sub, row.diag, row.super};
-    for (int band = 0; band < 3; ++band) {
-      _mass[3L * j + band] = mass[band];
-      _laplacian[3L * j + band] = laplacian[band];
-    }
+    std::copy_n(mass, 3, _mass.data() + Index{3} * j);
+    std::copy_n(laplacian, 3, _laplacian.data() + Index{3} * j);
   }
   for (Pack& pack : _packs) {
-    pack.inverse.resize(2L * _lanes * grid.nodes);
-    pack.super.resize(2L * _lanes * grid.nodes);
+    pack.inverse.resize(plane_size() * _lanes);
+    pack.super.resize(plane_size() * _lanes);
   }
 }
 
 double HarmonicBeam::storage(int harmonics, double nodes, int threads) {
-  const double padded = (harmonics + wide_lanes - 1) / wide_lanes * wide_lanes;
+  const double padded = blocks(harmonics, kWideLanes) * kWideLanes;
   const double state = nodes * (2.0 * harmonics + 4.0 * padded + 8.0);
-  const double work = nodes * 2.0 * wide_lanes + nonlinear_scratch(harmonics, wide_lanes);
+  const double work =
+      nodes * 2.0 * kWideLanes + static_cast<double>(nonlinear_scratch(harmonics, kWideLanes));
   return sizeof(double) * (state + threads * work);
 }
 
-long HarmonicBeam::tasks(int harmonics, int nodes) {
-  return (std::max(harmonics, nodes) + wide_lanes - 1) / wide_lanes;
+Index HarmonicBeam::tasks(int harmonics, int nodes) {
+  return blocks(std::max(harmonics, nodes), kWideLanes);
+}
+
+InstructionSet HarmonicBeam::kernel_set() const {
+  return _lanes == 1 ? InstructionSet::scalar : instruction_set();
 }
 
 void HarmonicBeam::start(double focusing, double loss) {
   start_uniform(_harmonics, _planes.data(), _grid.nodes, _grid.per_radius, focusing);
   const double left = std::exp(-loss);
-  for (int i = 0; i < 2 * _grid.nodes; ++i) harmonic(1)[i] *= left;
+  for (Index i = 0; i < plane_size(); ++i) harmonic(1)[i] *= left;
 }
 
 template <class Math>
 KESTREL_INLINE void HarmonicBeam::diffract_pack(int index, double weight, double theta, double* u) {
-  constexpr int lanes = lanes_of<Math>;
-  const int first = index * lanes + 1;
-  const int count = std::min(lanes, _harmonics - first + 1);
+  constexpr int kLanes = kLanesOf<Math>;
+  const int first = index * kLanes + 1;
+  const int count = std::min(kLanes, _harmonics - first + 1);
   const int nodes = _grid.nodes;
+  const Index size = plane_size();
   // A pack that is not full solves its last harmonic again.
-  double* planes[lanes];
-  for (int lane = 0; lane < lanes; ++lane)
+  LaneArray<double*, kLanes> planes;
+  for (int lane = 0; lane < kLanes; ++lane) {
     planes[lane] = harmonic(first + std::min(lane, count - 1));
-  const auto silent = [nodes](const double* plane) {
-    return std::all_of(plane, plane + 2L * nodes, [](double value) { return value == 0.0; });
+  }
+  const auto silent = [size](const double* plane) {
+    return std::all_of(plane, plane + size, [](double value) { return value == 0.0; });
   };
   if (std::all_of(planes, planes + count, silent)) return;
-  for (int i = 0; i < 2 * nodes; ++i)
-    for (int lane = 0; lane < lanes; ++lane) u[1L * i * lanes + lane] = planes[lane][i];
+  for (Index i = 0; i < size; ++i) {
+    for (int lane = 0; lane < kLanes; ++lane) u[i * kLanes + lane] = planes[lane][i];
+  }
 
-  double implicit_weight[lanes], explicit_weight[lanes];
-  for (int lane = 0; lane < lanes; ++lane) {
+  LaneArray<double, kLanes> implicit_weight, explicit_weight;
+  for (int lane = 0; lane < kLanes; ++lane) {
     const int n = first + std::min(lane, count - 1);
     implicit_weight[lane] = theta * weight / n;
     explicit_weight[lane] = (1.0 - theta) * weight / n;
   }
   const SharedBands bands{_mass.data(), _laplacian.data(), implicit_weight, explicit_weight};
-  Pack& pack = _packs[index];
+  Pack& pack = _packs[static_cast<std::size_t>(index)];
   if (pack.weight != weight || pack.theta != theta) {
-    factor_harmonics<lanes>(bands, nodes, pack.inverse.data(), pack.super.data());
+    factor_harmonics<kLanes>(bands, nodes, pack.inverse.data(), pack.super.data());
     pack.weight = weight;
     pack.theta = theta;
   }
-  solve_harmonics<lanes>(bands, nodes, pack.inverse.data(), pack.super.data(), u);
-  for (int i = 0; i < 2 * nodes; ++i)
-    for (int lane = 0; lane < lanes; ++lane)
-      planes[lane][i] = _layer[i / 2] * u[1L * i * lanes + lane];
+  solve_harmonics<kLanes>(bands, nodes, pack.inverse.data(), pack.super.data(), u);
+  for (Index j = 0; j < nodes; ++j) {
+    const double layer = _layer[j];
+    const double* values = u + 2 * kLanes * j;
+    for (int lane = 0; lane < kLanes; ++lane) {
+      planes[lane][2 * j] = layer * values[lane];
+      planes[lane][2 * j + 1] = layer * values[kLanes + lane];
+    }
+  }
 }
 
 void HarmonicBeam::diffract(double ds, Workers& workers) {
+  if (_equation.diffraction == 0.0) return;
   const double theta = _smoothing > 0 ? 1.0 : 0.5;
   if (_smoothing > 0) --_smoothing;
   if (_absorbing_layer) layer_factors(_grid, _equation.diffraction, _sigma, ds, _layer.data());
@@ -111,55 +126,62 @@ void HarmonicBeam::diffract(double ds, Workers& workers) {
   const double weight = ds * _equation.diffraction / (_grid.step() * _grid.step());
   workers.run(static_cast<int>(_packs.size()), [&](int pack, int worker) {
     const auto kernel = [&](auto math) KESTREL_INLINE_LAMBDA {
-      diffract_pack<decltype(math)>(pack, weight, theta, _packed[worker].data());
+      double* packed = _work[static_cast<std::size_t>(worker)].packed.data();
+      diffract_pack<decltype(math)>(pack, weight, theta, packed);
     };
-    run_kernel(_lanes == 1 ? InstructionSet::scalar : instruction_set(), kernel);
+    run_kernel(kernel_set(), kernel);
   });
 }
 
 template <class Math>
 KESTREL_INLINE bool HarmonicBeam::nonlinear_block(int block, double ds, double* scratch) {
-  constexpr int lanes = lanes_of<Math>;
-  const int first = block * lanes;
-  return nonlinear_nodes<Math, lanes>(ds, _planes.data() + 2L * first, _harmonics, _grid.nodes,
-                                      std::min(lanes, _grid.nodes - first), _absorption.data(),
-                                      _equation.nonlinearity, 1, scratch) == 0;
+  constexpr int kLanes = kLanesOf<Math>;
+  const int first = block * kLanes;
+  return nonlinear_nodes<Math, kLanes>(ds, _planes.data() + Index{2} * first, _harmonics,
+                                       _grid.nodes, std::min(kLanes, _grid.nodes - first),
+                                       _absorption.data(), _equation.nonlinearity, 1, scratch) == 0;
+}
+
+bool HarmonicBeam::steepen(double ds, Workers& workers) {
+  std::atomic<bool> bounded{true};
+  workers.run(blocks(_grid.nodes, _lanes), [&](int block, int worker) {
+    const auto kernel = [&](auto math) KESTREL_INLINE_LAMBDA {
+      double* scratch = _work[static_cast<std::size_t>(worker)].scratch.data();
+      if (!nonlinear_block<decltype(math)>(block, ds, scratch)) bounded = false;
+    };
+    run_kernel(kernel_set(), kernel);
+  });
+  return bounded;
 }
 
 bool HarmonicBeam::advance(double ds, Workers& workers) {
-  while (static_cast<int>(_packed.size()) < workers.size()) {
-    _packed.emplace_back(2L * _lanes * _grid.nodes);
-    _scratch.emplace_back(nonlinear_scratch(_harmonics, _lanes));
+  while (static_cast<int>(_work.size()) < workers.size()) {
+    _work.push_back({Buffer<double>(plane_size() * _lanes),
+                     Buffer<double>(nonlinear_scratch(_harmonics, _lanes))});
   }
-  const bool diffracting = _equation.diffraction != 0.0;
-  if (diffracting) diffract(0.5 * ds, workers);
-  std::atomic<bool> bounded{true};
-  workers.run((_grid.nodes + _lanes - 1) / _lanes, [&](int block, int worker) {
-    const auto kernel = [&](auto math) KESTREL_INLINE_LAMBDA {
-      if (!nonlinear_block<decltype(math)>(block, ds, _scratch[worker].data())) bounded = false;
-    };
-    run_kernel(_lanes == 1 ? InstructionSet::scalar : instruction_set(), kernel);
-  });
-  if (!bounded) return false;
-  if (diffracting) diffract(0.5 * ds, workers);
+  diffract(0.5 * ds, workers);
+  if (!steepen(ds, workers)) return false;
+  diffract(0.5 * ds, workers);
   return true;
 }
 
 double HarmonicBeam::shock_share() const {
   if (_harmonics < 2) return 0.0;
   const int kept = _harmonics < 6 ? _harmonics / 2 : inviscid_harmonics(_harmonics);
-  std::vector<double> low(_grid.nodes, 0.0), high(_grid.nodes, 0.0);
-  double most = 0.0;
+  Buffer<double> low(_grid.nodes), high(_grid.nodes);
   for (int n = 1; n <= _harmonics; ++n) {
     const double* plane = harmonic(n);
-    std::vector<double>& sum = n <= kept ? low : high;
-    for (int j = 0; j < _grid.nodes; ++j)
+    Buffer<double>& sum = n <= kept ? low : high;
+    for (Index j = 0; j < _grid.nodes; ++j) {
       sum[j] += plane[2 * j] * plane[2 * j] + plane[2 * j + 1] * plane[2 * j + 1];
+    }
   }
-  for (int j = 0; j < _grid.nodes; ++j) most = std::max(most, low[j] + high[j]);
-  double share = 0.0;
-  for (int j = 0; j < _grid.nodes; ++j)
-    if (low[j] + high[j] > 0.01 * most) share = std::max(share, high[j] / (low[j] + high[j]));
+  double most = 0.0, share = 0.0;
+  for (Index j = 0; j < _grid.nodes; ++j) most = std::max(most, low[j] + high[j]);
+  for (Index j = 0; j < _grid.nodes; ++j) {
+    const double power = low[j] + high[j];
+    if (power > 0.01 * most) share = std::max(share, high[j] / power);
+  }
   return share;
 }
 

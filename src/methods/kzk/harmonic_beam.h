@@ -2,8 +2,10 @@
 
 #include <vector>
 
-#include "methods/kzk/driver.h"
+#include "methods/kzk/buffer.h"
+#include "methods/kzk/plan.h"
 #include "methods/kzk/workers.h"
+#include "numerics/instruction_set.h"
 
 namespace kestrel::kzk {
 
@@ -25,13 +27,13 @@ class HarmonicBeam {
   /// Bytes that a state takes when `threads` threads work on it.
   static double storage(int harmonics, double nodes, int threads);
   /// The most tasks that a state shares out at a time.
-  static long tasks(int harmonics, int nodes);
+  static Index tasks(int harmonics, int nodes);
 
   int harmonics() const { return _harmonics; }
   const RadialGrid& grid() const { return _grid; }
   /// Harmonic n >= 1: 2 * nodes doubles, real and imaginary part interleaved.
-  double* harmonic(int n) { return _planes.data() + 2L * (n - 1) * _grid.nodes; }
-  const double* harmonic(int n) const { return _planes.data() + 2L * (n - 1) * _grid.nodes; }
+  double* harmonic(int n) { return _planes.data() + plane_size() * (n - 1); }
+  const double* harmonic(int n) const { return _planes.data() + plane_size() * (n - 1); }
 
   /// The plane of a uniformly moving piston (focusing 0) or cap (its gain), that `loss` Np have
   /// already acted on.
@@ -44,12 +46,12 @@ class HarmonicBeam {
   double shock_share() const;
 
  private:
-  // Harmonics solved side by side, and the factors kept for them: in the two half steps of an axial
-  // step, and wherever the step stays the same, the matrix does too.
+  // A SIMD pack of harmonics and its cached LU factors. The tridiagonal matrix depends only on the
+  // step size, so the factors are reused until the step changes.
   struct Pack {
     double weight = -1;
     double theta = -1;
-    std::vector<double> inverse, super;
+    Buffer<double> inverse, super;
   };
 
   template <class Math>
@@ -57,20 +59,26 @@ class HarmonicBeam {
   template <class Math>
   bool nonlinear_block(int block, double ds, double* scratch);
   void diffract(double ds, Workers& workers);
+  bool steepen(double ds, Workers& workers);
+  InstructionSet kernel_set() const;
+  Index plane_size() const { return Index{2} * _grid.nodes; }
 
   Equation _equation;
   RadialGrid _grid;
   int _harmonics;
   int _lanes;
   int _smoothing;
-  std::vector<double> _planes;
-  std::vector<double> _absorption;        // by harmonic, per unit of sigma
-  std::vector<double> _mass, _laplacian;  // rows of A and B
+  Buffer<double> _planes;
+  Buffer<double> _absorption;        // by harmonic, per unit of sigma
+  Buffer<double> _mass, _laplacian;  // rows of A and B
   bool _absorbing_layer;
-  std::vector<double> _layer;
+  Buffer<double> _layer;  // by node
   double _sigma = 0;
   std::vector<Pack> _packs;
-  std::vector<std::vector<double>> _packed, _scratch;  // by worker
+  struct Work {
+    Buffer<double> packed, scratch;
+  };
+  std::vector<Work> _work;  // by worker
 };
 
 }  // namespace kestrel::kzk

@@ -2,8 +2,8 @@
 
 namespace kestrel::kzk {
 
-/// What a user may ask of a march. Every quantity is dimensionless; 0, a negative value or NaN
-/// means "choose for me", and a value outside its range is replaced by the default with a warning.
+/// What a user may ask of a march. Every quantity is dimensionless. 0, a negative value or NaN
+/// means "choose for me"; a value outside its range is replaced by the default with a warning.
 /// The members are in the order in which `NumericalIntegration` holds them.
 struct Parameters {
   float step_factor = 0;         ///< axial step against the default law: 0.05-4
@@ -17,15 +17,15 @@ struct Parameters {
   bool operator==(const Parameters&) const = default;
 };
 
-inline constexpr int default_harmonics = 30;
-inline constexpr int most_harmonics = 160;
-inline constexpr double default_samples_per_period = 100;
-inline constexpr double default_guard_periods = 3;
+inline constexpr int kDefaultHarmonics = 30;
+inline constexpr int kMostHarmonics = 160;
+inline constexpr double kDefaultSamplesPerPeriod = 100;
+inline constexpr double kDefaultGuardPeriods = 3;
 
 /// The harmonics that a march carries: those asked for, or the default.
 inline int carried_harmonics(const Parameters& parameters) {
   const int asked = parameters.harmonics;
-  return asked >= 1 && asked <= most_harmonics ? asked : default_harmonics;
+  return asked >= 1 && asked <= kMostHarmonics ? asked : kDefaultHarmonics;
 }
 
 }  // namespace kestrel::kzk

@@ -2,7 +2,8 @@
 
 #include <cmath>
 #include <complex>
-#include <vector>
+
+#include "methods/kzk/buffer.h"
 
 namespace kestrel::kzk {
 
@@ -26,8 +27,8 @@ struct RadialRow {
   double mass_super() const { return compact * super; }
 };
 
-/// Order of the radial scheme. The compact rows are fourth order and as tridiagonal as the plain
-/// ones; the plain ones conserve power to rounding and serve as the yardstick in the tests.
+/// Order of the radial scheme. Both are tridiagonal. The march uses the compact rows, which are of
+/// fourth order; the plain rows conserve power to rounding, which the tests use.
 enum class RadialOrder { second, fourth };
 
 /// Row `j` of the radial operator. All generalised eigenvalues of (B, A) are real and negative, so
@@ -41,20 +42,20 @@ inline RadialRow radial_row(int j, RadialOrder order = RadialOrder::fourth) {
           compact ? 1.0 / 12.0 : 0.0};
 }
 
-/// The share, by area, of node j's ring that lies inside the rim of the source. Whole nodes would
-/// give a staircase radius and ten times the error.
+/// The share, by area, of node j's ring that lies inside the rim of the source. Counting whole
+/// nodes instead would round the radius to the grid and give ten times the error.
 inline double rim_fraction(int j, int per_radius) {
   if (j != per_radius) return j < per_radius ? 1.0 : 0.0;
   return 0.5 * (1.0 - 0.25 / per_radius);
 }
 
-/// The absorbing layer in the outer quarter of the grid: the factors by which a diffraction step of
-/// length `ds` at depth `sigma` is to shrink the field, by node. `diffraction` is 1 / (4 G).
+/// The absorbing layer in the outer quarter of the grid: the factors, by node, with which a
+/// diffraction step of length `ds` at depth `sigma` multiplies the field. `diffraction` is 1/(4 G).
 ///
-/// The layer is as strong as the waves that reach it there need: from a source at the origin they
-/// have the transverse wavenumber 2 G xi / sigma, at most 1 / step. A layer that kept the strength
-/// which the fastest waves need would reflect the slow ones that come later; one made for the slow
-/// ones would let the fast ones through to the grid's hard end.
+/// The strength follows the waves that reach the layer at this depth. From a source at the origin
+/// they have the transverse wavenumber 2 G xi / sigma, at most 1 / step. With a strength constant
+/// over depth, a layer for the steep early waves would reflect the flat later ones, and a layer for
+/// the flat ones would let the steep ones through to the end of the grid.
 inline void layer_factors(const RadialGrid& grid, double diffraction, double sigma, double ds,
                           double* factors) {
   const double inner = 0.75 * grid.radius();
@@ -79,7 +80,7 @@ inline void start_uniform(int harmonics, double* planes, int nodes, int per_radi
     planes[2 * j] = value.real();
     planes[2 * j + 1] = value.imag();
   }
-  for (long i = 2L * nodes; i < 2L * nodes * harmonics; ++i) planes[i] = 0.0;
+  for (Index i = Index{2} * nodes; i < Index{2} * nodes * harmonics; ++i) planes[i] = 0.0;
 }
 
 }  // namespace kestrel::kzk

@@ -3,256 +3,271 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 
-#include "methods/kzk/report.h"
+#include "methods/kzk/driver.h"
 #include "methods/kzk/wave_beam.h"
-#include "numerics/interruption.h"
 
 namespace kestrel::kzk {
 
 namespace {
 
-constexpr double two_pi = 6.28318530717958647692;
+constexpr double kTwoPi = 2.0 * std::numbers::pi;
 
 /// No point waits longer than this many reference periods for the wave from the rim.
-constexpr double most_edge_periods = 64.0;
+constexpr double kMostEdgePeriods = 64.0;
 
-/// How far ahead a crest may have run, in reference phase. Beyond one period it has met a shock.
-constexpr double overtaking = two_pi;
+/// Largest nonlinear phase advance of a wave crest that the time window allows for. After one
+/// period the crest has merged with a shock and advances no further.
+constexpr double kMaxCrestAdvance = kTwoPi;
 
-/// A drive takes some tens of nanoseconds to microseconds.
-constexpr long evaluations_between_progress = 2000;
+/// The caller hears at least once in so many evaluations of the drive, of which each takes some
+/// tens of nanoseconds to microseconds.
+constexpr Index kEvaluationsBetweenProgress = 2000;
 
-struct WavePlan {
-  Plan plan;
-  double omega;
-  double dtheta;
-  double theta_start;
-  double samples;
-  int threads;
-  Cost cost;
+double reference_frequency(const TransientProblem& problem, std::vector<std::string>& warnings) {
+  const Drive& drive = problem.drive;
+  if (!drive.at) fail("No excitation was given.");
+  if (problem.times.empty()) fail("No time samples were given.");
+  if (!std::isfinite(problem.amplitude) || !std::isfinite(drive.delay)) {
+    fail("The element's amplitude and time delay must be finite.");
+  }
+  const bool known = drive.frequency > 1e-10 && std::isfinite(drive.frequency);
+  return known ? drive.frequency : frequency_or_default(problem.fluid.f0, warnings);
+}
+
+/// The samples of a waveform, in the retarded phase theta = omega (t - z / c).
+struct TimeWindow {
+  double dtheta = 0;   ///< spacing
+  double start = 0;    ///< phase of the first sample
+  double samples = 0;  ///< 0 when nothing can be heard; may be more than could be stored
 };
 
-double traces_bytes(const TransientProblem& problem) {
-  return sizeof(float) * static_cast<double>(problem.points.size()) *
-         static_cast<double>(problem.times.size());
+/// The phase of the last sample that can be asked for, by the latest time and the shallowest point.
+/// The delay of the wave from the rim, for the point where it is longest, goes to `edge_delay`.
+double last_phase(const TransientProblem& problem, const Plan& plan, double& edge_delay) {
+  double latest_time = -std::numeric_limits<double>::infinity();
+  for (const double t : problem.times) {
+    if (t > latest_time && std::isfinite(t)) latest_time = t;
+  }
+  double latest = -std::numeric_limits<double>::infinity();
+  edge_delay = 0.0;
+  for (const ReceiverSample& receiver : plan.receivers) {
+    latest = std::max(latest, latest_time - problem.points[receiver.point].z / plan.sound_speed);
+    const double path = plan.beam.effective_radius() * (1.0 + receiver.radius);
+    edge_delay = std::max(
+        edge_delay, 0.5 * plan.wavenumber * path * path / (receiver.sigma * plan.beam.length()));
+  }
+  edge_delay = std::min(edge_delay, kMostEdgePeriods * kTwoPi);
+  return plan.omega() * latest;
 }
 
-WavePlan make_wave_plan(const TransientProblem& problem, std::vector<std::string>& warnings) {
+TimeWindow choose_window(const TransientProblem& problem, const Plan& plan,
+                         std::vector<std::string>& warnings) {
   const Drive& drive = problem.drive;
-  if (!drive.at) throw Refusal{Code::failed, "No excitation was given."};
-  if (problem.times.empty()) throw Refusal{Code::failed, "No time samples were given."};
-  if (!std::isfinite(problem.amplitude) || !std::isfinite(drive.delay))
-    throw Refusal{Code::failed, "The element's amplitude and time delay must be finite."};
-  const bool known = drive.frequency > 1e-10 && std::isfinite(drive.frequency);
-  const double reference =
-      known ? drive.frequency : frequency_or_default(problem.fluid.f0, warnings);
-  WavePlan wave{make_plan(problem, reference, warnings), 0, 0, 0, 0, 1, {}};
-  const Plan& plan = wave.plan;
-  if (plan.readers.empty()) return wave;
-
   const Parameters& parameters = problem.parameters;
   const double per_period =
-      asked_or(parameters.samples_per_period, 20.0f, 2000.0f, default_samples_per_period,
-               "the number of time samples per period", warnings);
-  const double guard = two_pi * asked_or(parameters.guard_periods, 0.5f, 100.0f,
-                                         default_guard_periods, "the guard, in periods,", warnings);
-  wave.omega = plan.wavenumber * plan.sound_speed;
-  wave.dtheta = two_pi / per_period;
-  if (drive.sampling_interval > 0.0)
-    wave.dtheta = std::min(wave.dtheta, wave.omega * drive.sampling_interval);
-
-  double latest_time = -std::numeric_limits<double>::infinity();
-  for (const double t : problem.times)
-    if (t > latest_time && std::isfinite(t)) latest_time = t;
-  double latest = -std::numeric_limits<double>::infinity();
-  double edge_delay = 0.0;
-  for (const Reader& reader : plan.readers) {
-    latest = std::max(latest, latest_time - problem.points[reader.point].z / plan.sound_speed);
-    const double path = plan.beam.effective_radius() * (1.0 + reader.radius);
-    edge_delay = std::max(
-        edge_delay, 0.5 * plan.wavenumber * path * path / (reader.sigma * plan.beam.length()));
+      in_range_or_default(parameters.samples_per_period, 20.0f, 2000.0f, kDefaultSamplesPerPeriod,
+                          "the number of time samples per period", warnings);
+  const double guard =
+      kTwoPi * in_range_or_default(parameters.guard_periods, 0.5f, 100.0f, kDefaultGuardPeriods,
+                                   "the guard, in periods,", warnings);
+  const double omega = plan.omega();
+  TimeWindow window;
+  window.dtheta = kTwoPi / per_period;
+  if (drive.sampling_interval > 0.0) {
+    window.dtheta = std::min(window.dtheta, omega * drive.sampling_interval);
   }
-  edge_delay = std::min(edge_delay, most_edge_periods * two_pi);
-  const double delayed = wave.omega * drive.delay;
-  wave.theta_start = delayed - plan.beam.focusing() - guard;
+  const double delayed = omega * drive.delay;
+  window.start = delayed - plan.beam.focusing() - guard;
   // Diffraction is causal, but crests overtake what came before them: for a while after the last
   // sample asked for, the wave must be there.
-  double theta_end = wave.omega * latest + overtaking;
-  if (std::isfinite(drive.duration))
-    theta_end = std::min(theta_end, delayed + wave.omega * drive.duration + edge_delay + guard);
-  wave.samples = std::ceil((theta_end - wave.theta_start) / wave.dtheta) + 1.0;
-  if (!(wave.samples > 4.0)) {
-    wave.samples = 0.0;
-    return wave;
+  double edge_delay = 0.0;
+  double end = last_phase(problem, plan, edge_delay) + kMaxCrestAdvance;
+  if (std::isfinite(drive.duration)) {
+    end = std::min(end, delayed + omega * drive.duration + edge_delay + guard);
   }
-  wave.threads = Workers::useful(problem.threads, WaveBeam::tasks(plan.grid));
-  // The drive on the source plane is gone when the last planes are kept, and smaller than those.
-  const double last_planes = 4.0 * sizeof(float) * wave.samples * (plan.grid.nodes + 16.0);
-  const double waveform = sizeof(double) * wave.samples;
-  wave.cost = {static_cast<long>(plan.planes.size()), plan.grid.nodes,
-               static_cast<long>(std::min(wave.samples, 1e15)),
-               WaveBeam::storage(plan.grid, wave.samples, plan.alpha > 0.0, wave.threads) +
-                   last_planes + waveform + plan.storage() + traces_bytes(problem),
-               Unknown::time_sample};
-  return wave;
+  const double samples = std::ceil((end - window.start) / window.dtheta) + 1.0;
+  window.samples = samples > 4.0 ? samples : 0.0;
+  return window;
 }
 
-/// Fills the source plane, and returns the largest |drive| met, by which it is normalised. The sign
-/// of the amplitude goes with it: a wave and its negative steepen differently.
-double start(const TransientProblem& problem, const WavePlan& wave, WaveBeam& beam) {
-  const RadialGrid& grid = wave.plan.grid;
-  const double focusing = wave.plan.beam.focusing();
-  const auto drive = [&](double theta) {
-    return problem.drive.at(theta / wave.omega - problem.drive.delay);
-  };
-  const int driven = std::min(grid.per_radius + 1, grid.nodes);
-  std::vector<double> plane(beam.samples() * driven);
-  double peak = 0.0;
-  long evaluated = 0;
-  for (long i = 0; i < beam.samples(); ++i) {
-    // A sampled drive, looked up for every radius, can take long.
-    if (problem.progress && evaluated >= evaluations_between_progress) {
-      if (!problem.progress(0.0)) throw Refusal{Code::cancelled, "Cancelled."};
-      evaluated = 0;
-    }
-    evaluated += focusing == 0.0 ? 1 : driven;
-    const double theta = wave.theta_start + i * wave.dtheta;
-    const double uniform = focusing == 0.0 ? drive(theta) : 0.0;
-    for (int j = 0; j < driven; ++j) {
-      const double xi = j * grid.step();
-      const double value = focusing == 0.0 ? uniform : drive(theta + focusing * xi * xi);
-      if (!std::isfinite(value)) throw Refusal{Code::failed, "The excitation is not finite."};
-      peak = std::max(peak, std::fabs(value));
-      plane[i * driven + j] = rim_fraction(j, grid.per_radius) * value;
-    }
-  }
-  const double scale = std::copysign(1.0, problem.amplitude) / peak;
-  if (peak > 0.0)
-    for (long i = 0; i < beam.samples(); ++i)
-      for (int j = 0; j < driven; ++j)
-        beam.waves()[beam.wave_of(j) + i * WaveBeam::block] =
-            static_cast<float>(scale * plane[i * driven + j]);
-  return peak;
-}
-
-/// Adds the four planes and four radii of one reader into a single waveform, then samples it at the
-/// times asked for.
+/// Adds the four planes and four radii of one receiver into a single waveform, then samples it at
+/// the times asked for.
 class TraceReader {
  public:
-  TraceReader(const TransientProblem& problem, const WavePlan& wave)
+  TraceReader(const TransientProblem& problem, const Plan& plan, const TimeWindow& window)
       : _problem(problem),
-        _wave(wave),
-        _samples(static_cast<long>(wave.samples)),
-        _waveform(_samples) {}
+        _plan(plan),
+        _window(window),
+        _waveform(static_cast<Index>(window.samples)) {}
 
-  void read(const Reader& reader, const WaveBeam& beam,
-            const std::array<std::vector<float>, 4>& planes, double pressure, float* trace) {
-    double depth_weight[4];
-    lagrange_weights(&_wave.plan.planes[reader.base], reader.sigma, depth_weight);
-    const RadialStencil radial(reader.radius, _wave.plan.grid);
-    std::fill(_waveform.begin(), _waveform.end(), 0.0);
-    for (int i = 0; i < 4; ++i) {
-      for (int k = 0; k < 4; ++k) {
-        const float* node = planes[(reader.base + i) % 4].data() + beam.wave_of(radial.node[k]);
-        const double weight = depth_weight[i] * radial.weight[k];
-        for (long s = 0; s < _samples; ++s) _waveform[s] += weight * node[s * WaveBeam::block];
-      }
-    }
-    const double retard = _problem.points[reader.point].z / _wave.plan.sound_speed;
+  void read(const ReceiverSample& receiver, const WaveBeam& beam,
+            const std::array<Buffer<float>, 4>& planes, double pressure, float* trace) {
+    interpolate(receiver, beam, planes);
+    const double retard = _problem.points[receiver.point].z / _plan.sound_speed;
     const double nodes[4] = {-1.0, 0.0, 1.0, 2.0};
-    for (std::size_t t = 0; t < _problem.times.size(); ++t) {
-      const double theta = _wave.omega * (_problem.times[t] - retard);
-      const double at = (theta - _wave.theta_start) / _wave.dtheta;
-      if (!(at >= 1.0 && at < _samples - 2.0)) continue;  // also for NaN
-      const auto base = static_cast<long>(at);
+    for (const double time : _problem.times) {
+      const double theta = _plan.omega() * (time - retard);
+      const double at = (theta - _window.start) / _window.dtheta;
+      float& value = *trace++;
+      if (!(at >= 1.0 && at < _window.samples - 2.0)) continue;  // also for NaN
+      const auto base = static_cast<Index>(at);
       double weight[4];
-      lagrange_weights(nodes, at - base, weight);
+      lagrange_weights(nodes, at - static_cast<double>(base), weight);
       double sum = 0.0;
       for (int k = 0; k < 4; ++k) sum += weight[k] * _waveform[base - 1 + k];
-      trace[t] = static_cast<float>(pressure * sum);
+      value = static_cast<float>(pressure * sum);
     }
   }
 
  private:
+  void interpolate(const ReceiverSample& receiver, const WaveBeam& beam,
+                   const std::array<Buffer<float>, 4>& planes) {
+    double depth_weight[4];
+    lagrange_weights(&_plan.planes[receiver.base], receiver.sigma, depth_weight);
+    const RadialStencil radial(receiver.radius, _plan.grid);
+    std::fill(_waveform.begin(), _waveform.end(), 0.0);
+    for (std::size_t i = 0; i < 4; ++i) {
+      for (int k = 0; k < 4; ++k) {
+        const float* node = planes[(receiver.base + i) % 4].data() + beam.wave_of(radial.node[k]);
+        const double weight = depth_weight[i] * radial.weight[k];
+        for (Index s = 0; s < _waveform.size(); ++s) {
+          _waveform[s] += weight * node[s * WaveBeam::kBlock];
+        }
+      }
+    }
+  }
+
   const TransientProblem& _problem;
-  const WavePlan& _wave;
-  long _samples;
-  std::vector<double> _waveform;
+  const Plan& _plan;
+  const TimeWindow& _window;
+  Buffer<double> _waveform;
 };
 
-void march(const TransientProblem& problem, const WavePlan& wave, TransientResult& result) {
-  const Plan& plan = wave.plan;
-  const RadialGrid& grid = plan.grid;
-  const auto samples = static_cast<long>(wave.samples);
-  const double c = plan.sound_speed;
-  Equation equation{0.25 / plan.beam.gain(), plan.absorption(), 0.0};
-  // The drive's peak is known only when the source plane is filled; nonlinearity scales with it.
-  const WaveBeam::Options options{true, plan.smoothing_half_steps(), plan.leading_loss()};
-  WaveBeam beam(equation, grid, samples, wave.dtheta, options);
-  const double peak = start(problem, wave, beam);
-  if (peak == 0.0) return;
-  const double nonlinearity =
-      plan.beam.length() * plan.beta * wave.omega * std::fabs(problem.amplitude) * peak / (c * c);
-  if (!std::isfinite(nonlinearity)) throw Refusal{Code::failed, "The drive is not finite."};
-  beam.set_nonlinearity(nonlinearity);
-  const double source_pressure = plan.density * c * std::fabs(problem.amplitude) * peak;
-
-  Workers workers(wave.threads);
-  std::array<std::vector<float>, 4> planes;
-  TraceReader traces(problem, wave);
-  auto reader = plan.readers.begin();
-  auto upcoming = plan.readers.begin();  // first reader whose planes may not all be kept yet
-  for (std::size_t plane = 0; plane < plan.planes.size(); ++plane) {
-    if (plane > 0 && !beam.advance(plan.planes[plane] - plan.planes[plane - 1], workers))
-      throw Refusal{Code::failed, "The nonlinear march blew up; the drive is too strong."};
-    while (upcoming != plan.readers.end() && upcoming->base + 3 < plane) ++upcoming;
-    if (upcoming != plan.readers.end() && upcoming->base <= plane) planes[plane % 4] = beam.waves();
-    for (; reader != plan.readers.end() && reader->base + 3 == plane; ++reader) {
-      if (interruption_asked()) throw Refusal{Code::cancelled, "Cancelled."};
-      traces.read(*reader, beam, planes, source_pressure * reader->factor,
-                  result.pressure.data() + reader->point * problem.times.size());
-    }
-    if (problem.progress && plane > 0 &&
-        !problem.progress(static_cast<double>(plane) / (plan.planes.size() - 1)))
-      throw Refusal{Code::cancelled, "Cancelled."};
+/// The march of waveforms, for the driver.
+class PulseMarch {
+ public:
+  using Problem = TransientProblem;
+  using Result = TransientResult;
+  static constexpr const char* kLighterResult = "fewer points or times";
+  static constexpr const char* kLighterMarch =
+      "a larger radial step, a smaller domain radius, fewer samples per period, times or points";
+  static double amplitude(const TransientProblem& problem) { return problem.amplitude; }
+  static std::size_t values(const TransientProblem& problem) {
+    return problem.points.size() * problem.times.size();
   }
-  for (const float value : result.pressure)
-    if (!std::isfinite(value))
-      throw Refusal{Code::failed, "The nonlinear march did not stay finite."};
-}
+
+  PulseMarch(const TransientProblem& problem, TransientResult& result)
+      : _problem(problem),
+        _plan(make_plan(problem, reference_frequency(problem, result.warnings), result.warnings)) {
+    if (_plan.receivers.empty()) return;
+    _window = choose_window(problem, _plan, result.warnings);
+    if (_window.samples == 0.0) return;
+    const RadialGrid& grid = _plan.grid;
+    _threads = Workers::useful(problem.threads, WaveBeam::tasks(grid));
+    // Peak memory is at the end: the source waveform (smaller) is freed before the last four planes
+    // are allocated, so it is not added.
+    const double last_planes = 4.0 * sizeof(float) * _window.samples * (grid.nodes + 16.0);
+    const double waveform = sizeof(double) * _window.samples;
+    const double traces = sizeof(float) * static_cast<double>(problem.points.size()) *
+                          static_cast<double>(problem.times.size());
+    result.cost = {static_cast<long>(_plan.planes.size()), grid.nodes,
+                   static_cast<long>(std::min(_window.samples, 1e15)),
+                   WaveBeam::storage(grid, _window.samples, _plan.alpha > 0.0, _threads) +
+                       last_planes + waveform + _plan.storage() + traces,
+                   UnknownKind::time_sample};
+  }
+
+  const Plan& plan() const { return _plan; }
+  bool silent() const { return _window.samples == 0.0 || _plan.density == 0.0; }
+
+  bool start() {
+    const Equation equation{0.25 / _plan.beam.gain(), _plan.absorption(), 0.0};
+    const WaveBeam::Options options{true, _plan.smoothing_half_steps(), _plan.leading_loss()};
+    _beam.emplace(equation, _plan.grid, static_cast<Index>(_window.samples), _window.dtheta,
+                  options);
+    const double peak = fill_source_plane();
+    if (peak == 0.0) return false;
+    // The drive's peak is known only now; nonlinearity scales with it.
+    const double amplitude = std::fabs(_problem.amplitude);
+    const double nonlinearity = _plan.nonlinearity(amplitude, peak);
+    if (!std::isfinite(nonlinearity)) fail("The drive is not finite.");
+    _beam->set_nonlinearity(nonlinearity);
+    _source_pressure = _plan.density * _plan.sound_speed * amplitude * peak;
+    _workers.emplace(_threads);
+    _traces.emplace(_problem, _plan, _window);
+    return true;
+  }
+  bool advance(double ds) { return _beam->advance(ds, *_workers); }
+  void keep(std::size_t plane) { _planes[plane % 4] = _beam->waves(); }
+  void read(const ReceiverSample& receiver, TransientResult& result) {
+    _traces->read(receiver, *_beam, _planes, _source_pressure * receiver.factor,
+                  result.pressure.data() + receiver.point * _problem.times.size());
+  }
+  void finish(TransientResult&) const {}
+
+ private:
+  /// Fills the source plane, normalised by the largest |drive| met, which is returned. The sign of
+  /// the amplitude goes with it: a wave and its negative steepen differently.
+  double fill_source_plane() {
+    const RadialGrid& grid = _plan.grid;
+    const double focusing = _plan.beam.focusing();
+    const double omega = _plan.omega();
+    const auto drive = [&](double theta) {
+      return _problem.drive.at(theta / omega - _problem.drive.delay);
+    };
+    const int driven = std::min(grid.per_radius + 1, grid.nodes);
+    Buffer<double> plane(_beam->samples() * driven);
+    double peak = 0.0;
+    Index evaluated = 0;
+    for (Index i = 0; i < _beam->samples(); ++i) {
+      // A sampled drive, looked up for every radius, can take long.
+      if (evaluated >= kEvaluationsBetweenProgress) {
+        report_progress(_problem, 0.0);
+        evaluated = 0;
+      }
+      evaluated += focusing == 0.0 ? 1 : driven;
+      const double theta = _window.start + static_cast<double>(i) * _window.dtheta;
+      const double uniform = focusing == 0.0 ? drive(theta) : 0.0;
+      for (int j = 0; j < driven; ++j) {
+        const double xi = j * grid.step();
+        const double value = focusing == 0.0 ? uniform : drive(theta + focusing * xi * xi);
+        if (!std::isfinite(value)) fail("The excitation is not finite.");
+        peak = std::max(peak, std::fabs(value));
+        plane[i * driven + j] = rim_fraction(j, grid.per_radius) * value;
+      }
+    }
+    if (peak == 0.0) return peak;
+    const double scale = std::copysign(1.0, _problem.amplitude) / peak;
+    for (int j = 0; j < driven; ++j) {
+      float* wave = _beam->waves().data() + _beam->wave_of(j);
+      for (Index i = 0; i < _beam->samples(); ++i) {
+        wave[i * WaveBeam::kBlock] = static_cast<float>(scale * plane[i * driven + j]);
+      }
+    }
+    return peak;
+  }
+
+  const TransientProblem& _problem;
+  Plan _plan;
+  TimeWindow _window;
+  int _threads = 1;
+  double _source_pressure = 0.0;
+  std::optional<WaveBeam> _beam;
+  std::optional<Workers> _workers;
+  std::optional<TraceReader> _traces;
+  std::array<Buffer<float>, 4> _planes;
+};
 
 }  // namespace
 
 TransientResult march_transient(const TransientProblem& problem) {
   TransientResult result;
-  report_into(result, [&] {
-    check_storage(traces_bytes(problem), "The result", "fewer points or times");
-    const auto silence = [&] {
-      result.pressure.resize(problem.points.size() * problem.times.size());
-    };
-    if (std::fabs(problem.amplitude) <= gate) return silence();
-    const WavePlan wave = make_wave_plan(problem, result.warnings);
-    result.cost = wave.cost;
-    if (wave.samples == 0.0 || wave.plan.density == 0.0) return silence();
-    check_storage(wave.cost.bytes, "The march",
-                  "a larger radial step, a smaller domain radius, fewer samples per period, times "
-                  "or points");
-    silence();
-    march(problem, wave, result);
-  });
-  if (result.code != Code::done) result.pressure = {};
+  run<PulseMarch>(problem, result);
   return result;
 }
 
-Cost estimate_transient(const TransientProblem& problem) {
-  Report ignored;
-  Cost cost;
-  report_into(ignored, [&] {
-    if (!(std::fabs(problem.amplitude) <= gate))
-      cost = make_wave_plan(problem, ignored.warnings).cost;
-  });
-  return cost;
-}
+Cost estimate_transient(const TransientProblem& problem) { return estimate<PulseMarch>(problem); }
 
 }  // namespace kestrel::kzk

@@ -4,7 +4,7 @@
 #include <limits>
 #include <span>
 
-#include "methods/kzk/driver.h"
+#include "methods/kzk/problem.h"
 
 namespace kestrel::kzk {
 
@@ -28,12 +28,12 @@ struct TransientProblem : Problem {
 
 struct TransientResult : Report {
   /// Pressure, Pa: point i at time j lies at i * times + j. Single precision, as the march.
-  /// Empty unless the code is `done`.
+  /// Empty after an error.
   std::vector<float> pressure;
   Cost cost;
 };
 
-/// Marches. Never throws; everything that can go wrong is in the report.
+/// Marches. Never throws; what goes wrong is the report's error.
 TransientResult march_transient(const TransientProblem& problem);
 
 /// The size of the march that `march_transient` would make; zero when it would not march.

@@ -2,54 +2,59 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
+#include <numbers>
 
-#include "methods/kzk/diffraction_step.h"
+#include "methods/kzk/buffer.h"
+#include "numerics/compiler.h"
 
 namespace kestrel::kzk {
 
 /// The filter exp(-loss |f| / f_r) on waveforms, by Fourier transforms of `columns` waveforms side
 /// by side. Two real waveforms travel as one complex one: the filter is real and even, so they need
-/// not be told apart in between. The forward transform leaves bit-reversed order and the inverse
-/// starts from it; only the filter's table has to know.
+/// not be told apart in between. The forward transform leaves the spectrum in bit-reversed order
+/// and the inverse starts from it, so only the filter's table is in that order.
 class WaveAbsorption {
  public:
   /// For `samples` samples at a spacing `dtheta` of the reference phase. A quarter of zeros is
   /// added so that the filter's tails do not wrap around.
-  WaveAbsorption(long samples, double dtheta) : _samples(samples) {
+  WaveAbsorption(Index samples, double dtheta) : _samples(samples) {
+    constexpr double kTwoPi = 2.0 * std::numbers::pi;
     _length = 1;
     while (_length < samples + samples / 4) _length *= 2;
+    const auto length = static_cast<double>(_length);
     _cosine.resize(_length / 2 + 1);
     _sine.resize(_length / 2 + 1);
-    for (long i = 0; i <= _length / 2; ++i) {
-      const double phase = 6.28318530717958647692 * i / _length;
+    for (Index i = 0; i <= _length / 2; ++i) {
+      const double phase = kTwoPi * static_cast<double>(i) / length;
       _cosine[i] = static_cast<float>(std::cos(phase));
       _sine[i] = static_cast<float>(std::sin(phase));
     }
     // Frequency of each place of the bit-reversed spectrum, in units of the reference.
     _frequency.resize(_length);
-    for (long place = 0, bin = 0; place < _length; ++place) {
-      const long folded = bin <= _length / 2 ? bin : _length - bin;
-      _frequency[place] = static_cast<float>(folded * 6.28318530717958647692 / (_length * dtheta));
-      long carry = _length / 2;
+    for (Index place = 0, bin = 0; place < _length; ++place) {
+      const auto folded = static_cast<double>(bin <= _length / 2 ? bin : _length - bin);
+      _frequency[place] = static_cast<float>(folded * kTwoPi / (length * dtheta));
+      Index carry = _length / 2;
       for (; carry > 0 && (bin & carry); carry /= 2) bin ^= carry;
       bin |= carry;
     }
     _filter.resize(_length);
   }
 
-  long work_size(int columns) const { return _length * columns; }
+  Index work_size(int columns) const { return _length * columns; }
 
   /// Sets the loss in Np at the reference frequency of the following calls.
   void set_loss(double loss) {
-    for (long i = 0; i < _length; ++i)
-      _filter[i] = static_cast<float>(std::exp(-loss * _frequency[i]) / _length);
+    const auto length = static_cast<double>(_length);
+    for (Index i = 0; i < _length; ++i) {
+      _filter[i] = static_cast<float>(std::exp(-loss * _frequency[i]) / length);
+    }
   }
 
   template <int columns>
-  KESTREL_INLINE void apply(float* wave, long stride, float* KESTREL_RESTRICT work) const {
-    constexpr int half = columns / 2;
-    for (long i = 0; i < _length; ++i) {
+  KESTREL_INLINE void apply(float* wave, Index stride, float* KESTREL_RESTRICT work) const {
+    constexpr int kHalf = columns / 2;
+    for (Index i = 0; i < _length; ++i) {
       float* to = work + i * columns;
       const float* from = wave + i * stride;
       const bool present = i < _samples;
@@ -57,20 +62,20 @@ class WaveAbsorption {
     }
     // The wide stages run over everything, the narrow ones and the filter chunk by chunk, so that
     // most of the work stays in the nearest cache.
-    const long chunk = std::min(_length, 512L * 16 / columns);
-    for (long span = _length / 2; span >= chunk; span /= 2) split<half>(work, 0, _length, span);
-    for (long start = 0; start < _length; start += chunk) {
-      for (long span = chunk / 2; span > 0; span /= 2) split<half>(work, start, chunk, span);
-      for (long i = start; i < start + chunk; ++i) {
+    const Index chunk = std::min(_length, Index{512} * 16 / columns);
+    for (Index span = _length / 2; span >= chunk; span /= 2) split<kHalf>(work, 0, _length, span);
+    for (Index start = 0; start < _length; start += chunk) {
+      for (Index span = chunk / 2; span > 0; span /= 2) split<kHalf>(work, start, chunk, span);
+      for (Index i = start; i < start + chunk; ++i) {
         float* KESTREL_RESTRICT a = work + i * columns;
         const float factor = _filter[i];
         KESTREL_WHOLE_LANES
         for (int l = 0; l < columns; ++l) a[l] *= factor;
       }
-      for (long span = 1; span < chunk; span *= 2) join<half>(work, start, chunk, span);
+      for (Index span = 1; span < chunk; span *= 2) join<kHalf>(work, start, chunk, span);
     }
-    for (long span = chunk; span < _length; span *= 2) join<half>(work, 0, _length, span);
-    for (long i = 0; i < _samples; ++i) {
+    for (Index span = chunk; span < _length; span *= 2) join<kHalf>(work, 0, _length, span);
+    for (Index i = 0; i < _samples; ++i) {
       const float* from = work + i * columns;
       float* to = wave + i * stride;
       for (int l = 0; l < columns; ++l) to[l] = from[l];
@@ -80,11 +85,11 @@ class WaveAbsorption {
  private:
   /// One stage of a transform: `butterfly` on every pair of samples `span` apart.
   template <int half, class Butterfly>
-  KESTREL_INLINE void stage(float* work, long from, long count, long span,
+  KESTREL_INLINE void stage(float* work, Index from, Index count, Index span,
                             const Butterfly& butterfly) const {
-    const long turn = _length / 2 / span;
-    for (long start = from; start < from + count; start += 2 * span) {
-      for (long i = 0; i < span; ++i) {
+    const Index turn = _length / 2 / span;
+    for (Index start = from; start < from + count; start += 2 * span) {
+      for (Index i = 0; i < span; ++i) {
         float* KESTREL_RESTRICT a = work + (start + i) * 2 * half;
         float* KESTREL_RESTRICT b = a + span * 2 * half;
         const float c = _cosine[i * turn], s = _sine[i * turn];
@@ -94,9 +99,9 @@ class WaveAbsorption {
     }
   }
 
-  /// Of the forward transform (natural to bit-reversed order).
+  /// One stage of the forward transform (natural to bit-reversed order).
   template <int half>
-  KESTREL_INLINE void split(float* work, long from, long count, long span) const {
+  KESTREL_INLINE void split(float* work, Index from, Index count, Index span) const {
     stage<half>(work, from, count, span,
                 [](float& a_re, float& a_im, float& b_re, float& b_im, float c, float s)
                     KESTREL_INLINE_LAMBDA {
@@ -108,9 +113,9 @@ class WaveAbsorption {
                     });
   }
 
-  /// Of the inverse transform (bit-reversed to natural order).
+  /// One stage of the inverse transform (bit-reversed to natural order).
   template <int half>
-  KESTREL_INLINE void join(float* work, long from, long count, long span) const {
+  KESTREL_INLINE void join(float* work, Index from, Index count, Index span) const {
     stage<half>(work, from, count, span,
                 [](float& a_re, float& a_im, float& b_re, float& b_im, float c, float s)
                     KESTREL_INLINE_LAMBDA {
@@ -122,9 +127,9 @@ class WaveAbsorption {
                     });
   }
 
-  long _samples;
-  long _length;
-  std::vector<float> _cosine, _sine, _frequency, _filter;
+  Index _samples;
+  Index _length;
+  Buffer<float> _cosine, _sine, _frequency, _filter;
 };
 
 }  // namespace kestrel::kzk

@@ -13,11 +13,11 @@ namespace {
 
 /// Absorption is applied in portions of this many Np at the reference frequency. Ten times as much
 /// at once costs 0.8 % of the fundamental at a shocked focus.
-constexpr double absorption_portion = 0.001;
+constexpr double kAbsorptionPortion = 0.001;
 
 }  // namespace
 
-WaveBeam::WaveBeam(const Equation& equation, const RadialGrid& grid, long samples, double dtheta,
+WaveBeam::WaveBeam(const Equation& equation, const RadialGrid& grid, Index samples, double dtheta,
                    Options options)
     : _equation(equation),
       _grid(grid),
@@ -26,8 +26,9 @@ WaveBeam::WaveBeam(const Equation& equation, const RadialGrid& grid, long sample
       _stride(samples | 1),
       _dtheta(dtheta),
       _smoothing(options.smoothing_half_steps),
-      // Half a portion ahead of the wave on average, not behind it.
-      _pending(0.5 * absorption_portion + options.leading_loss),
+      // The loss due is applied in portions. Starting half a portion ahead makes the mean error
+      // zero.
+      _pending(0.5 * kAbsorptionPortion + options.leading_loss),
       _diffraction(grid),
       _waves(_stride * _diffraction.size()),
       _absorbing_layer(options.absorbing_layer),
@@ -37,22 +38,24 @@ WaveBeam::WaveBeam(const Equation& equation, const RadialGrid& grid, long sample
 }
 
 double WaveBeam::storage(const RadialGrid& grid, double samples, bool lossy, int threads) {
-  double floats = (samples + 1.0) * (grid.nodes + block);
+  double floats = (samples + 1.0) * (grid.nodes + kBlock);
   if (lossy) {
     double length = 1;
     while (length < 1.25 * samples) length *= 2;
-    floats += length * (3.0 + threads * block);
+    floats += length * (3.0 + threads * kBlock);
   }
   return sizeof(float) * floats;
 }
 
 void WaveBeam::diffract(double ds) {
+  if (_equation.diffraction == 0.0) return;
   const double theta = _smoothing > 0 ? 1.0 : 0.5;
   if (_smoothing > 0) --_smoothing;
   if (_absorbing_layer) {
     layer_factors(_grid, _equation.diffraction, _sigma, ds, _layer.data());
-    for (int j = 0; j < _grid.nodes; ++j)
+    for (int j = 0; j < _grid.nodes; ++j) {
       _layer_places[_diffraction.place(j)] = static_cast<float>(_layer[j]);
+    }
   }
   _sigma += ds;
   _diffraction.prepare(ds * _equation.diffraction / (_grid.step() * _grid.step()), theta, _dtheta);
@@ -66,11 +69,12 @@ void WaveBeam::diffract(double ds) {
 bool WaveBeam::steepen(double ds, Workers& workers) {
   std::atomic<bool> bounded{true};
   workers.run(_diffraction.run(), [&](int index, int) {
-    float scratch[burgers_scratch(block)];
+    float scratch[burgers_scratch(kBlock)];
     const auto kernel = [&](auto) KESTREL_INLINE_LAMBDA {
-      if (burgers_step<block>(ds, _equation.nonlinearity, _dtheta,
-                              _waves.data() + index * _stride * block, _samples, scratch))
+      if (burgers_step<kBlock>(ds, _equation.nonlinearity, _dtheta,
+                               _waves.data() + index * _stride * kBlock, _samples, scratch)) {
         bounded = false;
+      }
     };
     const FlushDenormals flush;
     run_kernel(instruction_set(), kernel);
@@ -81,11 +85,11 @@ bool WaveBeam::steepen(double ds, Workers& workers) {
 void WaveBeam::absorb(double loss, Workers& workers) {
   _absorption->set_loss(loss);
   while (static_cast<int>(_work.size()) < workers.size())
-    _work.emplace_back(_absorption->work_size(block));
+    _work.emplace_back(_absorption->work_size(kBlock));
   workers.run(_diffraction.run(), [&](int index, int worker) {
     const auto kernel = [&](auto) KESTREL_INLINE_LAMBDA {
-      _absorption->apply<block>(_waves.data() + index * _stride * block, block,
-                                _work[worker].data());
+      _absorption->apply<kBlock>(_waves.data() + index * _stride * kBlock, kBlock,
+                                 _work[static_cast<std::size_t>(worker)].data());
     };
     const FlushDenormals flush;
     run_kernel(instruction_set(), kernel);
@@ -93,16 +97,16 @@ void WaveBeam::absorb(double loss, Workers& workers) {
 }
 
 bool WaveBeam::advance(double ds, Workers& workers) {
-  if (_equation.diffraction != 0.0) diffract(0.5 * ds);
+  diffract(0.5 * ds);
   if (!steepen(ds, workers)) return false;
   if (_absorption) {
     _pending += _equation.absorption * ds;
-    if (_pending >= absorption_portion) {
+    if (_pending >= kAbsorptionPortion) {
       absorb(_pending, workers);
       _pending = 0.0;
     }
   }
-  if (_equation.diffraction != 0.0) diffract(0.5 * ds);
+  diffract(0.5 * ds);
   return true;
 }
 

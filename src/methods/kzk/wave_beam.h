@@ -2,7 +2,8 @@
 
 #include <optional>
 
-#include "methods/kzk/driver.h"
+#include "methods/kzk/buffer.h"
+#include "methods/kzk/plan.h"
 #include "methods/kzk/wave_absorption.h"
 #include "methods/kzk/wave_diffraction.h"
 #include "methods/kzk/workers.h"
@@ -14,7 +15,7 @@ namespace kestrel::kzk {
 class WaveBeam {
  public:
   /// Waveforms stored and worked on side by side.
-  static constexpr int block = 16;
+  static constexpr int kBlock = 16;
 
   struct Options {
     bool absorbing_layer = true;
@@ -22,24 +23,24 @@ class WaveBeam {
     double leading_loss = 0;  ///< Np at the reference frequency, due before the first step
   };
 
-  WaveBeam(const Equation& equation, const RadialGrid& grid, long samples, double dtheta,
+  WaveBeam(const Equation& equation, const RadialGrid& grid, Index samples, double dtheta,
            Options options);
 
   /// Bytes that a state takes when `threads` threads work on it.
   static double storage(const RadialGrid& grid, double samples, bool lossy, int threads);
   /// The most tasks that a state shares out at a time.
-  static long tasks(const RadialGrid& grid) { return (grid.nodes + block - 1) / block; }
+  static Index tasks(const RadialGrid& grid) { return (grid.nodes + kBlock - 1) / kBlock; }
 
-  long samples() const { return _samples; }
+  Index samples() const { return _samples; }
   double dtheta() const { return _dtheta; }
   const RadialGrid& grid() const { return _grid; }
-  /// The samples of node j: sample i lies at wave_of(j)[i * block] in `waves`.
-  long wave_of(int j) const {
+  /// The samples of node j: sample i lies at [wave_of(j) + i * kBlock] of `waves`.
+  Index wave_of(int j) const {
     const int place = _diffraction.place(j);
-    return place / block * _stride * block + place % block;
+    return place / kBlock * _stride * kBlock + place % kBlock;
   }
-  std::vector<float>& waves() { return _waves; }
-  const std::vector<float>& waves() const { return _waves; }
+  Buffer<float>& waves() { return _waves; }
+  const Buffer<float>& waves() const { return _waves; }
 
   void set_nonlinearity(double nonlinearity) { _equation.nonlinearity = nonlinearity; }
 
@@ -53,19 +54,19 @@ class WaveBeam {
 
   Equation _equation;
   RadialGrid _grid;
-  long _samples;
-  long _stride;  // samples from one place of the diffraction step to the next
+  Index _samples;
+  Index _stride;  // samples from one place of the diffraction step to the next
   double _dtheta;
   int _smoothing;
   double _pending = 0;  // absorption not yet applied, Np at the reference frequency
-  WaveDiffraction<block> _diffraction;
-  std::vector<float> _waves;
+  WaveDiffraction<kBlock> _diffraction;
+  Buffer<float> _waves;
   bool _absorbing_layer;
-  std::vector<double> _layer;        // by node
-  std::vector<float> _layer_places;  // in the order of _diffraction
+  Buffer<double> _layer;        // by node
+  Buffer<float> _layer_places;  // in the order of _diffraction
   double _sigma = 0;
   std::optional<WaveAbsorption> _absorption;
-  std::vector<std::vector<float>> _work;  // by worker
+  std::vector<Buffer<float>> _work;  // by worker
 };
 
 }  // namespace kestrel::kzk
