@@ -2,6 +2,9 @@
 
 #include <cstdlib>
 #include <new>
+#if defined(_WIN32)
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -11,7 +14,11 @@ thread_local long until_failure = -1;  // negative: none fails
 void* allocate(std::size_t size, std::size_t alignment = 16) {
   ++made;
   if (until_failure >= 0 && until_failure-- == 0) throw std::bad_alloc();
+#if defined(_WIN32)  // which has no aligned_alloc
+  void* block = _aligned_malloc(size + 1, alignment);
+#else
   void* block = std::aligned_alloc(alignment, (size + alignment) / alignment * alignment);
+#endif
   if (block == nullptr) throw std::bad_alloc();
   ++alive;
   return block;
@@ -28,7 +35,11 @@ void* allocate_or_null(std::size_t size) noexcept {
 }
 void deallocate(void* block) {
   if (block != nullptr) --alive;
+#if defined(_WIN32)
+  _aligned_free(block);
+#else
   std::free(block);
+#endif
 }
 
 }  // namespace
