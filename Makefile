@@ -4,7 +4,9 @@
 OCTAVE ?= on
 JOBS ?= $(shell nproc)
 
-build := build/release
+# `make test PRESET=ci`: warnings are errors.
+PRESET ?= release
+
 install := scripts/install-packages
 ifeq ($(OCTAVE),off)
   octave_option := OFF
@@ -30,7 +32,11 @@ help:
 	@echo "make validate measure the validation table of docs/nonlinear.md again, and tolerances (minutes)"
 	@echo "make asan     the C++ tests under the address and undefined-behaviour sanitizers"
 	@echo "make tsan     the C++ tests under the thread sanitizer"
+	@echo "make clang    the C++ tests built with clang, warnings as errors"
+	@echo "make cross    the C++ tests for 64-bit ARM under qemu, and for Windows under wine"
+	@echo "make dev      the C++ tests for daily work: Debug, sanitizers, warnings as errors"
 	@echo "make format   reformat the C++ sources; make tidy: look for faults in them"
+	@echo "make check-changes  the layout of all sources, clang-tidy on the lines that changed (BASE=commit)"
 	@echo "make clean    remove everything built"
 	@test ! -d build/toolbox || $(say_path)
 
@@ -55,9 +61,9 @@ else
 test:
 	@$(install) build test octave valgrind
 endif
-	@$(call configure,release,-DKESTREL_OCTAVE=$(octave_option) -DKESTREL_TESTS=ON)
-	@$(call compile,release)
-	@ctest --preset release --parallel $(JOBS)
+	@$(call configure,$(PRESET),-DKESTREL_OCTAVE=$(octave_option) -DKESTREL_TESTS=ON)
+	@$(call compile,$(PRESET))
+	@ctest --preset $(PRESET) --parallel $(JOBS)
 
 .PHONY: bench
 bench:
@@ -77,12 +83,38 @@ validate:
 	@$(call configure,release)
 	@$(call compile,release) --target validate
 
-.PHONY: asan tsan
-asan tsan:
-	@$(install) build test
+.PHONY: asan tsan dev clang
+asan tsan dev clang:
+	@$(install) build test $(filter clang,$@)
 	@$(call configure,$@)
 	@$(call compile,$@)
 	@ctest --preset $@ --parallel $(JOBS)
+
+# What cannot run is said, not failed: wine does not start everywhere (in some containers, say).
+.PHONY: cross
+cross: cross-aarch64 cross-windows
+.PHONY: cross-aarch64
+cross-aarch64:
+	@$(install) build cross
+	@$(call configure,aarch64)
+	@$(call compile,aarch64)
+	@ctest --preset aarch64 --parallel $(JOBS)
+
+.PHONY: cross-windows
+cross-windows: export WINEPREFIX := $(CURDIR)/build/wine
+cross-windows: export WINEDEBUG := -all
+cross-windows:
+	@$(install) build cross
+	@$(install) --try wine
+	@$(call configure,windows)
+	@$(call compile,windows)
+	@# wine's own processes are started first and stay: begun by a test, they would hold its output
+	@# open, and ctest would wait for them.
+	@if (wineserver --persistent && wine cmd /c ver) </dev/null >/dev/null 2>&1; then \
+	  ctest --preset windows --parallel $(JOBS); status=$$?; wineserver --kill; exit $$status; \
+	else \
+	  echo "Built for Windows in build/windows; its tests were NOT RUN: wine does not start here."; \
+	fi
 
 sources = $(shell git ls-files '*.h' '*.cpp')
 
@@ -91,9 +123,16 @@ format:
 	@$(install) tidy
 	@clang-format -i $(sources)
 tidy:
-	@$(install) build test tidy
-	@$(call configure,release,-DKESTREL_TESTS=ON)
-	@run-clang-tidy -quiet -p $(build) -j $(JOBS)
+	@$(install) build test tidy clang
+	@$(call configure,clang)
+	@run-clang-tidy -quiet -p build/clang -j $(JOBS)
+
+# The layout of all sources, and clang-tidy on the lines that have changed.
+.PHONY: check-changes
+check-changes:
+	@$(install) build test tidy clang
+	@$(call configure,clang)
+	@scripts/check-changes build/clang $(BASE)
 
 .PHONY: clean
 clean:

@@ -220,7 +220,7 @@ class TableReporter : public benchmark::ConsoleReporter {
   }
 
   void Finalize() override {
-    const char* paths[] = {"scalar", "four_wide", "baseline", "avx2", "avx512"};
+    const char* paths[] = {"scalar", "four_wide", "baseline", "avx2", "avx512", "neon"};
     std::string head = "| |", rule = "|---|";
     std::vector<std::string> present;
     for (const char* path : paths) {
@@ -260,13 +260,11 @@ class TableReporter : public benchmark::ConsoleReporter {
 };
 
 void register_all(const std::vector<Subject>& all) {
-  const InstructionSet sets[] = {InstructionSet::scalar, InstructionSet::baseline,
-                                 InstructionSet::avx2, InstructionSet::avx512};
+  const std::vector<InstructionSet> sets = supported_instruction_sets();
   for (const Subject& subject : all) {
     for (const bool lossy : {false, true}) {
       for (const int nodes : kNodes) {
         for (const InstructionSet set : sets) {
-          if (!is_supported(set)) continue;
           const bool four_wide = subject.counterpart != nullptr;
           if (set != InstructionSet::scalar && (four_wide || subject.one_path)) continue;
           const std::string name = subject.name() + (lossy ? "/lossy/" : "/lossless/") +

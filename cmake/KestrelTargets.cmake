@@ -1,5 +1,18 @@
 # How kestrel's targets are made: the compile flags, a library per MEX host, a plug-in per host.
 
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+
+# MinGW aligns the stack to 16 bytes and yet stores 32-byte vectors there as if aligned, which
+# crashes; its assembler can turn such moves into their unaligned form, at no cost on processors that
+# have them.
+if(MINGW)
+  check_cxx_compiler_flag(-Wa,-muse-unaligned-vector-move KESTREL_UNALIGNED_MOVES)
+  if(NOT KESTREL_UNALIGNED_MOVES)
+    message(FATAL_ERROR "MinGW needs binutils 2.38, whose assembler knows -muse-unaligned-vector-move")
+  endif()
+endif()
+
 # a*b + c has two legal results, one rounding or two. Left to itself the compiler fuses where the
 # instruction set allows; a float so changed by 1e-7 is turned by the wavenumber into 1e-5 of the
 # field, and results would depend on machine and compiler. Where one rounding is wanted, the code
@@ -12,6 +25,14 @@ function(kestrel_compile_options target)
   set_target_properties(${target} PROPERTIES
     CXX_EXTENSIONS OFF
     POSITION_INDEPENDENT_CODE ON)
+  if(WIN32)
+    target_compile_definitions(${target} PRIVATE _USE_MATH_DEFINES)  # M_PI
+  endif()
+  if(MSVC)
+    # /fp:precise is the default and does not contract a*b + c.
+    target_compile_options(${target} PRIVATE /W4 $<$<BOOL:${KESTREL_WERROR}>:/WX>)
+    return()
+  endif()
   target_compile_options(${target} PRIVATE
     ${kestrel_rounding_options}
     # Nobody reads errno or traps after a square root; without this its loops do not vectorise.
@@ -19,7 +40,9 @@ function(kestrel_compile_options target)
     -fno-trapping-math
     -Wall -Wextra -Wshadow
     # GCC 12 sees an overlap in `"text" + std::string` where there is none.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    $<$<BOOL:${MINGW}>:-Wa,-muse-unaligned-vector-move>
+    $<$<BOOL:${KESTREL_WERROR}>:-Werror>)
 endfunction()
 
 # Looks for a package as the option asks: AUTO (if it is there), ON (it must be) or OFF.
@@ -78,13 +101,19 @@ function(kestrel_add_plugin name)
 
   if(OctaveMex_FOUND)
     set(exports "${PROJECT_SOURCE_DIR}/mex/host/octave/exports.map")
+    # Not every linker knows version scripts; without one a plug-in shows more names than it needs to.
+    check_linker_flag(CXX "LINKER:--version-script=${exports}" KESTREL_VERSION_SCRIPT)
     # Octave needs to be told that complex values are interleaved: by a symbol of the plug-in.
     add_library(${name} MODULE ${sources} "${version}"
       "${PROJECT_SOURCE_DIR}/mex/host/octave/interleaved_complex.cpp")
     kestrel_compile_options(${name})
     # Undefined mx and mex names stay open, as mkoctfile leaves them: the interpreter has them.
     target_link_libraries(${name} PRIVATE kestrel_octave)
-    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}")
+    if(KESTREL_VERSION_SCRIPT)
+      target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}")
+    elseif(APPLE)  # written after Apple's manual; nobody has tried it
+      target_link_options(${name} PRIVATE "LINKER:-undefined,dynamic_lookup")
+    endif()
     set_target_properties(${name} PROPERTIES
       PREFIX "" SUFFIX .mex
       LIBRARY_OUTPUT_DIRECTORY "${folder}"

@@ -33,14 +33,13 @@ fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
   settings.method = read_method(options, fields::continuous_wave_methods());
   const std::string set = text_option(options, "instruction_set");
   if (set != "auto") {
-    for (const auto known : {InstructionSet::scalar, InstructionSet::baseline, InstructionSet::avx2,
-                             InstructionSet::avx512}) {
+    for (const InstructionSet known : kInstructionSets) {
       if (set == kestrel::name(known)) settings.instruction_set = known;
     }
     if (!settings.instruction_set) {
       fail(
           "unknown instruction set '%s'; there are 'auto', 'scalar', 'baseline', 'avx2', "
-          "'avx512'.",
+          "'avx512', 'neon'.",
           set.c_str());
     }
   }

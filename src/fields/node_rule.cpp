@@ -4,7 +4,6 @@
 #include <numbers>
 #include <type_traits>
 
-
 namespace kestrel::fields {
 
 namespace {
@@ -51,8 +50,8 @@ FrameBox in_frame(const Element& element, const Box& tile) {
   const CartesianCoordinate a = tile.least, b = tile.greatest;
   CartesianCoordinate least = to_local(a), greatest = least;
   for (int corner = 1; corner < 8; ++corner) {
-    const CartesianCoordinate p = to_local(
-        {corner & 1 ? b.x : a.x, corner & 2 ? b.y : a.y, corner & 4 ? b.z : a.z});
+    const CartesianCoordinate p =
+        to_local({corner & 1 ? b.x : a.x, corner & 2 ? b.y : a.y, corner & 4 ? b.z : a.z});
     least = {std::min(least.x, p.x), std::min(least.y, p.y), std::min(least.z, p.z)};
     greatest = {std::max(greatest.x, p.x), std::max(greatest.y, p.y), std::max(greatest.z, p.z)};
   }

@@ -9,7 +9,7 @@ namespace kestrel {
 namespace {
 
 InstructionSet best_supported() {
-  for (const auto set : {InstructionSet::avx512, InstructionSet::avx2}) {
+  for (const auto set : {InstructionSet::avx512, InstructionSet::avx2, InstructionSet::neon}) {
     if (is_supported(set)) return set;
   }
   return InstructionSet::baseline;
@@ -36,6 +36,8 @@ const char* name(InstructionSet set) {
       return "avx2";
     case InstructionSet::avx512:
       return "avx512";
+    case InstructionSet::neon:
+      return "neon";
   }
   return "unknown";
 }
@@ -51,11 +53,21 @@ bool is_supported(InstructionSet set) {
              __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw") &&
              __builtin_cpu_supports("fma");
     default:
-      return true;
+      break;
   }
-#else
-  return set == InstructionSet::scalar || set == InstructionSet::baseline;
 #endif
+#if KESTREL_NEON
+  if (set == InstructionSet::neon) return true;
+#endif
+  return set == InstructionSet::scalar || set == InstructionSet::baseline;
+}
+
+std::vector<InstructionSet> supported_instruction_sets() {
+  std::vector<InstructionSet> sets;
+  for (const InstructionSet set : kInstructionSets) {
+    if (is_supported(set)) sets.push_back(set);
+  }
+  return sets;
 }
 
 InstructionSet instruction_set() { return chosen_set(); }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 namespace kestrel {
 
@@ -13,13 +14,22 @@ enum class InstructionSet : std::uint8_t {
              ///< multiply-add
   avx2,      ///< x86-64 with AVX2 and FMA
   avx512,    ///< x86-64 with AVX-512 F, DQ, VL, BW
+  neon,      ///< 64-bit ARM, two doubles at a time with fused multiply-add
 };
 
-/// "scalar", "baseline", "avx2" or "avx512".
+/// All of them, from the plainest to the fastest of each processor family.
+inline constexpr InstructionSet kInstructionSets[] = {
+    InstructionSet::scalar, InstructionSet::baseline, InstructionSet::avx2, InstructionSet::avx512,
+    InstructionSet::neon};
+
+/// "scalar", "baseline", "avx2", "avx512" or "neon".
 const char* name(InstructionSet set);
 
 /// Whether this processor, and this build, can run `set`.
 bool is_supported(InstructionSet set);
+
+/// Those of kInstructionSets that this processor, and this build, can run.
+std::vector<InstructionSet> supported_instruction_sets();
 
 /// The set that field kernels of this thread use: the best supported one unless another was chosen.
 InstructionSet instruction_set();

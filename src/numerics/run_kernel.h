@@ -25,6 +25,13 @@
 #define KESTREL_X86_TARGETS 0
 #endif
 
+// Every 64-bit ARM processor has NEON and the fused multiply-add: no target attribute is needed.
+#if defined(__aarch64__) || defined(_M_ARM64)
+#define KESTREL_NEON 1
+#else
+#define KESTREL_NEON 0
+#endif
+
 namespace kestrel {
 
 namespace detail {
@@ -51,6 +58,13 @@ KESTREL_TARGET_AVX512 void run_avx512(const Kernel& kernel) {
 }
 #endif
 
+#if KESTREL_NEON
+template <class Kernel>
+void run_neon(const Kernel& kernel) {
+  kernel(WideMath<true>{});
+}
+#endif
+
 }  // namespace detail
 
 /// Runs `kernel` on `set`.
@@ -63,6 +77,10 @@ void run_kernel(InstructionSet set, const Kernel& kernel) {
       return detail::run_avx512(kernel);
     case InstructionSet::avx2:
       return detail::run_avx2(kernel);
+#endif
+#if KESTREL_NEON
+    case InstructionSet::neon:
+      return detail::run_neon(kernel);
 #endif
     case InstructionSet::scalar:
       return detail::run_scalar(kernel);

@@ -9,6 +9,7 @@
 /// StandardMath.
 
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include "numerics/compiler.h"
@@ -68,7 +69,7 @@ struct WideMath {
   }
 
   static KESTREL_INLINE double mul_add(double a, double b, double c) {
-    if constexpr (fused) return __builtin_fma(a, b, c);
+    if constexpr (fused) return std::fma(a, b, c);
     return a * b + c;
   }
 

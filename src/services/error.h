@@ -5,7 +5,9 @@
 
 namespace kestrel {
 
-#if defined(__GNUC__)
+#if defined(__MINGW32__)  // whose printf is another, unless this one is asked for
+#define KESTREL_PRINTF_LIKE(text, first) __attribute__((format(gnu_printf, text, first)))
+#elif defined(__GNUC__)
 #define KESTREL_PRINTF_LIKE(text, first) __attribute__((format(printf, text, first)))
 #else
 #define KESTREL_PRINTF_LIKE(text, first)

@@ -199,7 +199,7 @@ TEST(GridInput, TheWholeGridMustBeCountable) {
   constexpr int counts[][3] = {{65536, 32768, 1}, {4096, 4096, 256}};
   for (const auto& [nx, ny, nz] : counts) {
     EXPECT_EQ(
-        outcome_of([&] {
+        outcome_of([&, nx = nx, ny = ny, nz = nz] {
           grid.RegularCoordinateGrid(0, nx - 1, 0, ny - 1, 0, nz - 1, 1, 1, 1);
         }).error,
         "The coordinate grid has " + std::to_string(nx) + " by " + std::to_string(ny) + " by " +

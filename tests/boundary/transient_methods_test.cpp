@@ -234,7 +234,7 @@ TEST_F(TransientMethods, AllocateNothingPerPoint) {
     if (shape == ShapeKind::disc) methods.push_back(&Transducer::fnm_tsd_sse);
     for (const auto& [name, pulse] : excitations()) {
       for (const Method method : methods) {
-        const auto allocations_of = [&](const Points& points) {
+        const auto allocations_of = [&, &pulse = pulse](const Points& points) {
           TransientBench bench(typical(shape), points, axis, *pulse);
           const long before = allocations();
           EXPECT_EQ(bench.call(method), kSuccess);

@@ -14,8 +14,6 @@
 namespace kestrel::test {
 namespace {
 
-constexpr InstructionSet kSets[] = {InstructionSet::scalar, InstructionSet::baseline,
-                                    InstructionSet::avx2, InstructionSet::avx512};
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 std::vector<Complex> field_on(InstructionSet set, const Situation& s, Method method,
@@ -159,7 +157,7 @@ TEST_P(InstructionSets, GiveTheTransientFieldsOfTheScalarPath) {
       Situation s = random.next(shape, false);
       Points points = random.points(s, 31);
       for (int i = 0; i < 6; ++i) points[5 * i].x = s.center.x;
-      const auto on = [&](InstructionSet set) {
+      const auto on = [&, &signal = signal](InstructionSet set) {
         const ScopedInstructionSet scope(set);
         const Traces traces = transient(s, &Transducer::fnm_tsd, points, axis, *signal);
         EXPECT_EQ(last_used_instruction_set(), set);
@@ -201,13 +199,13 @@ TEST_P(InstructionSets, GiveTermsThatSumToTheSignalItself) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, InstructionSets, testing::ValuesIn(kSets),
+INSTANTIATE_TEST_SUITE_P(All, InstructionSets, testing::ValuesIn(kInstructionSets),
                          [](const auto& set) { return std::string(name(set.param)); });
 
 TEST(InstructionSetChoice, RefusesWhatTheProcessorLacks) {
   const InstructionSet before = instruction_set();
   EXPECT_TRUE(is_supported(before));
-  for (const InstructionSet set : kSets) {
+  for (const InstructionSet set : kInstructionSets) {
     const ScopedInstructionSet scope(set);
     EXPECT_EQ(scope.chosen(), is_supported(set)) << name(set);
     EXPECT_EQ(instruction_set(), is_supported(set) ? set : before);

@@ -179,8 +179,8 @@ TEST(Tolerance, IsKeptByHemispheresToo) {
       Settings settings = with_nodes(0);
       settings.tolerance = tolerance;
       const Computed computed = compute({element(shape)}, *grid, water(), settings);
-      EXPECT_LE(difference(computed.field, reference), tolerance) << shape_name(shape);
-      EXPECT_LT(computed.report.greatest_nodes, 1000) << shape_name(shape);
+      EXPECT_LE(difference(computed.field, reference), tolerance) << shape_facts(shape).name;
+      EXPECT_LT(computed.report.greatest_nodes, 1000) << shape_facts(shape).name;
     }
   }
 }

@@ -349,8 +349,7 @@ TEST(KzkMarch, InstructionSetsAgree) {
   const TransientProblem pulse = small_pulse();
   std::vector<Complex> plain;
   std::vector<float> plain_pulse;
-  for (const auto set : {InstructionSet::scalar, InstructionSet::baseline, InstructionSet::avx2,
-                         InstructionSet::avx512}) {
+  for (const auto set : kInstructionSets) {
     const ScopedInstructionSet scoped(set);
     if (!scoped.chosen()) continue;
     SCOPED_TRACE(name(set));

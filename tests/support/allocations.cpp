@@ -3,6 +3,9 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#if defined(_WIN32)
+#include <malloc.h>
+#endif
 
 namespace {
 
@@ -22,7 +25,11 @@ void* allocate(std::size_t size, std::size_t alignment = 16) {
   ++made;
   if (until_failure >= 0 && until_failure-- == 0) throw std::bad_alloc();
   if (fails_anywhere()) throw std::bad_alloc();
+#if defined(_WIN32)  // which has no aligned_alloc
+  void* block = _aligned_malloc(size + 1, alignment);
+#else
   void* block = std::aligned_alloc(alignment, (size + alignment) / alignment * alignment);
+#endif
   if (block == nullptr) throw std::bad_alloc();
   ++alive;
   ++alive_anywhere;
@@ -43,7 +50,11 @@ void deallocate(void* block) {
     --alive;
     --alive_anywhere;
   }
+#if defined(_WIN32)
+  _aligned_free(block);
+#else
   std::free(block);
+#endif
 }
 
 }  // namespace

@@ -40,8 +40,8 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %                   elements on the lattice of the grid could share their field
 %      'memory'     most bytes of working memory for reuse, 512e6 if not given
 %      'progress'   false: say nothing, however long it takes
-%      'instruction_set'  'auto', or one of 'scalar', 'baseline', 'avx2', 'avx512' to
-%                   compare them
+%      'instruction_set'  'auto', or one of 'scalar', 'baseline', 'avx2', 'avx512',
+%                   'neon' to compare them
 %      'kzk'        for the nonlinear beam of the method 'kzk_cw', which circles and
 %                   shells have: a structure with some of the fields step, radial_step,
 %                   radius, harmonics, harmonic (the one delivered, 1 if not given); see

@@ -13,7 +13,7 @@ float4 splat(double x) { return float4::splat(static_cast<float>(x)); }
 
 /// E(R) in four lanes.
 KESTREL_INLINE void propagate(const FloatPropagation& propagation, float4 path, float4* re,
-                                   float4* im) {
+                              float4* im) {
   four_wide::complex_exp(float4::splat(propagation.attenuation) * path,
                          float4::splat(propagation.phase) * path, re, im);
 }

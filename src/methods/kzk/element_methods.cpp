@@ -74,8 +74,7 @@ kzk::CwProblem kzk_cw_problem(const ElementInputs& in, const kzk::Aperture& aper
   return problem;
 }
 
-kzk::TransientProblem kzk_transient_problem(const ElementInputs& in,
-                                            const kzk::Aperture& aperture,
+kzk::TransientProblem kzk_transient_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                                             std::span<const kzk::Point> points,
                                             std::span<const double> times) {
   const ExcitationFunction* excitation = in.excitation;
@@ -107,9 +106,8 @@ int superpose_kzk_cw(const ElementInputs& in, const kzk::Aperture& aperture) {
 }
 
 int superpose_kzk_transient(const ElementInputs& in, const kzk::Aperture& aperture) {
-  if (in.medium == nullptr || in.grid == nullptr ||
-      in.excitation == nullptr || in.time == nullptr ||
-      !in.has_traces()) {
+  if (in.medium == nullptr || in.grid == nullptr || in.excitation == nullptr ||
+      in.time == nullptr || !in.has_traces()) {
     return kMisuse;
   }
   std::vector<double> times;
@@ -120,8 +118,7 @@ int superpose_kzk_transient(const ElementInputs& in, const kzk::Aperture& apertu
         return kzk::march_transient(kzk_transient_problem(in, aperture, points, times));
       },
       [&](std::size_t i, const kzk::TransientResult& result) {
-        in.add_trace(static_cast<int>(i),
-                                             result.pressure.data() + i * times.size());
+        in.add_trace(static_cast<int>(i), result.pressure.data() + i * times.size());
       });
 }
 

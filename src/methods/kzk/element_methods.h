@@ -28,8 +28,7 @@ std::vector<double> kzk_times(const ElementInputs& in);
 /// exact lines; its reference frequency is where the signal's power lies.
 kzk::CwProblem kzk_cw_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                               std::span<const kzk::Point> points);
-kzk::TransientProblem kzk_transient_problem(const ElementInputs& in,
-                                            const kzk::Aperture& aperture,
+kzk::TransientProblem kzk_transient_problem(const ElementInputs& in, const kzk::Aperture& aperture,
                                             std::span<const kzk::Point> points,
                                             std::span<const double> times);
 
