@@ -2,6 +2,8 @@
 
 /// Everything that a C++ program needs from kestrel.
 
+#include "arrays/builders.h"
+#include "arrays/weights.h"
 #include "elements/circular_transducer.h"
 #include "elements/debug_m128.h"
 #include "elements/pressure_field.h"

@@ -12,9 +12,9 @@
 #include <variant>
 
 #include "fields/array_tile.h"
-#include "methods/kzk/driver.h"
+#include "methods/common/wave_constants.h"
 #include "methods/kzk/element_methods.h"
-#include "methods/kzk/report.h"
+#include "methods/kzk/plan.h"
 #include "services/error.h"
 #include "services/services.h"
 
@@ -309,12 +309,12 @@ kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
 void check_march_points(const std::vector<Element>& elements, const CoordinateGrid& grid,
                         const char* method) {
   for (std::size_t e = 0; e < elements.size(); ++e) {
-    if (std::abs(elements[e].amplitude) <= kzk::gate) continue;
+    if (detail::is_negligible(elements[e].amplitude)) continue;
     try {
-      kzk::check_storage(sizeof(kzk::Reader) * static_cast<double>(grid.npoints()),
+      kzk::check_storage(sizeof(kzk::ReceiverSample) * static_cast<double>(grid.npoints()),
                          "The list of points", "fewer points");
-    } catch (const kzk::Refusal& refusal) {
-      fail("element %zu: the method '%s' failed. %s", e + 1, method, refusal.reason.c_str());
+    } catch (const Error& error) {
+      fail(error.kind(), "element %zu: the method '%s' failed. %s", e + 1, method, error.what());
     }
     return;
   }

@@ -4,8 +4,9 @@ cmake_minimum_required(VERSION 3.22)
 # What only the sources beside it need.
 set(internal inputs/sample_count.h
   numerics/fft.h numerics/four_wide_kernels.h numerics/run_kernel.h numerics/wide_math.h
-  elements/cap_methods.h elements/disc_methods.h
-  fields/array_tile.h fields/direct_field.h fields/error_estimate.h fields/kzk_array.h
+  numerics/interruption.h numerics/compiler.h
+  fields/array_tile.h fields/direct_field.h fields/edge_convergence.h fields/error_estimate.h
+  fields/error_sample.h fields/kzk_array.h
   fields/node_rule.h fields/points.h fields/pointwise_field.h fields/reuse_plan.h
   fields/reused_field.h)
 
