@@ -14,15 +14,14 @@
 #include <string>
 #include <vector>
 
-#include "arrays/builders.h"
-#include "arrays/weights.h"
+#include "kestrel/arrays.h"
 #include "mex/entries/entry_support.h"
 #include "mex/host/entry.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/element_writer.h"
 #include "mex/readers/input_readers.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
+#include "kestrel/error.h"
 
 namespace kestrel::gateway {
 

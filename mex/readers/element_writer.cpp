@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "services/error.h"
+#include "kestrel/error.h"
 
 namespace kestrel::gateway {
 

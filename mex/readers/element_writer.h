@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "geometry/element.h"
+#include "kestrel/geometry.h"
 #include "mex/host/mex_api.h"
 
 namespace kestrel::gateway {

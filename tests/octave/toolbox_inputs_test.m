@@ -240,7 +240,7 @@ function refusals()
        '''tukey'', ''gauss''.']
     {[rect, rect], [1 2 3]}, 'window must have 2 entries, but it has 3.'
     {kestrel.planar_array([3 2], 1, 1, [1 1]), {'hann', [1 2 3]}}, ...
-      'window 2 must have 2 entries, but it has 3.'
+      'window 2 must have 2 entries, one for each place, but it has 3.'
     {rect, {'hann'}}, 'a cell array of windows must have two, for x and for y.'
   });
   expect_refusals('kestrel.curved_array', {

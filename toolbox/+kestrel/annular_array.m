@@ -41,27 +41,10 @@ function array = annular_array(inner_radii, outer_radii, varargin)
                                                max(outer_radii(:)));
   end
 
-  rings = cell(1, n);
   for i = 1:n
-    radii = kestrel.detail.check_radii(caller, inner_radii(i), outer_radii(i));
-    if radii{1} > 0 && isinf(curvature)
-      rings{i} = kestrel.ring(radii{:});
-    elseif radii{1} > 0
-      rings{i} = kestrel.shell_ring(radii{:}, curvature);
-    elseif isinf(curvature)
-      rings{i} = kestrel.circle(radii{2});
-    else
-      rings{i} = kestrel.shell(radii{2}, curvature);
-    end
+    kestrel.detail.check_radii(caller, inner_radii(i), outer_radii(i));
   end
-  [inner, order] = sort(double(inner_radii(:)));
-  outer = double(outer_radii(:));
-  outer = outer(order);
-  for i = 2:n
-    if inner(i) < outer(i - 1) * (1 - 1e-9)
-      error('kestrel:argument', '%s: the rings %d and %d overlap.', caller, ...
-            min(order(i - 1:i)), max(order(i - 1:i)));
-    end
-  end
-  array = kestrel.detail.place_array(caller, [rings{:}], pairs);
+  sizes = struct('inner_radii', double(full(inner_radii(:).')), ...
+                 'outer_radii', double(full(outer_radii(:).')), 'rad_curvature', curvature);
+  array = kestrel.detail.make_array(caller, 'annular_array', sizes, pairs);
 end

@@ -45,77 +45,8 @@ function array = bowl_array(n, element_radius, aperture_radius, rad_curvature, v
     error('kestrel:option', '%s: inner_radius must be less than aperture_radius.', caller);
   end
 
-  directions = spiral(n, prototype.radius, opening, aperture, curvature);
-  if ~fits(directions, prototype.radius, curvature)
-    error('kestrel:argument', '%s: %d discs of radius %g m do not fit; a radius of %g m does.', ...
-          caller, n, prototype.radius, ...
-          largest(n, prototype.radius, opening, aperture, curvature));
-  end
-
-  array = repmat(prototype, 1, n);
-  angles = kestrel.detail.facing_euler(-directions.', 0);   % towards the centre of the sphere
-  for i = 1:n
-    array(i).center = curvature * (directions(:, i).' + [0 0 1]);
-    array(i).euler = angles(i, :);
-  end
-  array = kestrel.detail.place_array(caller, array, pairs);
-end
-
-% Unit vectors (columns) from the sphere's centre to the elements' centres; empty when
-% not even one disc of this radius has its place between the opening and the aperture.
-function directions = spiral(n, radius, opening, aperture, curvature)
-  directions = zeros(3, 0);
-  reach = hypot(curvature, radius);
-  half_angle = atan(radius / curvature);
-  % A disc at the polar angle t lies between the distances reach * sin(t -+ half_angle) from
-  % the axis.
-  outermost = asin(aperture / reach) - half_angle;
-  innermost = 0;
-  if opening > 0
-    innermost = asin(opening / reach) + half_angle;
-  end
-  if outermost < innermost
-    return
-  end
-  % Equal steps of height are equal areas. The last disc touches the aperture and, around an
-  % opening, the first one touches that.
-  step = 0:n - 1;
-  if opening > 0
-    part = step / max(n - 1, 1);
-  elseif n == 1
-    part = 0;
-  else
-    % The start of the spiral, where it is the most uneven, is left out: 0.5 would be the whole,
-    % and 1.3 has room for larger discs at nearly every n.
-    part = (step + 1.3) / (n + 0.3);
-  end
-  sagitta = 2 * sin(innermost / 2)^2 * (1 - part) + 2 * sin(outermost / 2)^2 * part;
-  turn = step * pi * (3 - sqrt(5));
-  across = sqrt(sagitta .* (2 - sagitta));
-  directions = [across .* cos(turn); across .* sin(turn); sagitta - 1];
-end
-
-% Whether flat discs that touch the sphere at these directions keep clear of each other: the
-% planes of two of them meet at the distance curvature * tan(half the angle between).
-function good = fits(directions, radius, curvature)
-  good = ~isempty(directions);
-  nearest = cos(2 * atan(radius / curvature));
-  for i = 2:size(directions, 2)
-    good = good && max(directions(:, i).' * directions(:, 1:i - 1)) <= nearest + 1e-12;
-  end
-end
-
-% The largest radius, to 0.1 micrometres, below a RADIUS that does not fit.
-function low = largest(n, radius, opening, aperture, curvature)
-  low = 0;
-  high = radius;
-  for i = 1:30
-    middle = (low + high) / 2;
-    if fits(spiral(n, middle, opening, aperture, curvature), middle, curvature)
-      low = middle;
-    else
-      high = middle;
-    end
-  end
-  low = floor(low * 1e7) / 1e7;
+  sizes = struct('n', n, 'element_radius', prototype.radius, 'aperture_radius', aperture, ...
+                 'rad_curvature', curvature, 'inner_radius', opening, ...
+                 'apodization_index', prototype.apodization_index);
+  array = kestrel.detail.make_array(caller, 'bowl_array', sizes, pairs);
 end

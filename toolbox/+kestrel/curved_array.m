@@ -32,27 +32,7 @@ function array = curved_array(n, width, height, pitch, radius, varargin)
   prototype = kestrel.rectangle(width, height);
   pitch = kestrel.detail.check_scalar(caller, 'pitch', pitch, 'positive');
   radius = kestrel.detail.check_scalar(caller, 'radius', radius);
-  if radius == 0
-    error('kestrel:argument', '%s: radius must not be 0.', caller);
-  end
-  if n * pitch > 2 * pi * abs(radius) * (1 + 1e-9)
-    error('kestrel:argument', ...
-          '%s: %d elements at a pitch of %g m are longer than a circle of radius %g m.', ...
-          caller, n, pitch, abs(radius));
-  end
-  % Neighbouring tangents meet half-way, at this distance from the centres. From half a turn on
-  % they don't.
-  angle = pitch / abs(radius);
-  if n > 1 && angle < pi && prototype.width / 2 > abs(radius) * tan(angle / 2) * (1 + 1e-9)
-    error('kestrel:argument', '%s: a pitch of %g m makes elements of %g m overlap.', ...
-          caller, pitch, prototype.width);
-  end
-
-  array = repmat(prototype, 1, n);
-  for i = 1:n
-    turn = (i - (n + 1) / 2) * pitch / radius;
-    array(i).center = radius * [sin(turn), 0, 2 * sin(turn / 2)^2];
-    array(i).euler = [-turn, 0, 0];
-  end
-  array = kestrel.detail.place_array(caller, array, varargin);
+  sizes = struct('n', n, 'width', prototype.width, 'height', prototype.height, ...
+                 'pitch', pitch, 'radius', radius);
+  array = kestrel.detail.make_array(caller, 'curved_array', sizes, varargin);
 end

@@ -68,59 +68,9 @@ function array = focus(array, points, medium, f0, varargin)
     return
   end
 
-  [h, path] = kestrel.detail.transfer_matrix(array, points, medium, f0);
-  if any(~isfinite(h(:)))
-    error('kestrel:argument', '%s: a focus must not lie on an element''s centre.', caller);
-  end
-  h = h / max(abs(h(:)));
-  earlier = kestrel.detail.field_columns(array, 'amplitude', 1);
-  if strcmp(options.amplitude, 'set')
-    drive = pinv(h) * wanted;
-    amplitude = abs(drive).' / max(abs(drive)) * max(abs(earlier));
-  elseif size(points, 1) == 1
-    drive = h';
-    amplitude = earlier;
-  else
-    drive = adapted_sum(h, wanted, earlier.');
-    amplitude = earlier;
-  end
-
-  phase = angle(drive);
-  [~, first] = min(path(1, :));
-  phase = kestrel.detail.wrap_phase(phase - phase(first));
+  arguments = struct('points', points, 'medium', medium, 'f0', f0, ...
+                     'amplitude', options.amplitude, 'pressure', wanted.');
+  [amplitude, phase] = kestrel.detail.run_compiled(caller, 'arrays', 'focus', arguments, array);
   array = kestrel.detail.set_field(array, 'amplitude', amplitude);
   array = kestrel.detail.set_field(array, 'phase', phase);
-end
-
-% Drive of given amplitudes whose pressures at the foci are in the proportion wanted: in each
-% round the phases are those of the conjugate field of the foci, in which a focus that came out
-% too weak gets a greater weight. Near a balance the pressures may follow the weights to a high
-% power, so the steps become smaller whenever the balance got worse.
-function best = adapted_sum(h, wanted, amplitude)
-  weight = wanted;
-  direction = ones(size(wanted));
-  step = 0.5;
-  least = Inf;
-  last = Inf;
-  for attempt = 1:200
-    drive = amplitude .* exp(1j * angle(h' * (weight .* direction)));
-    pressure = h * drive;
-    reached = abs(pressure) ./ wanted;
-    ratio = max(reached, 1e-3 * max(reached)) / mean(reached);
-    imbalance = max(abs(log(ratio)));
-    if ~(imbalance >= least)   % the first round counts in any case, with silent elements too
-      least = imbalance;
-      best = drive;
-    end
-    if ~(imbalance > 1e-6)
-      break
-    end
-    if imbalance > last
-      step = step / 2;
-    end
-    last = imbalance;
-    direction = exp(1j * angle(pressure));
-    weight = weight .* ratio .^ -step;
-    weight = weight / max(weight);
-  end
 end

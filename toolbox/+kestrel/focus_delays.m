@@ -30,8 +30,7 @@ function array = focus_delays(array, point, medium)
   if isempty(array)
     return
   end
-  % The ways do not depend on the frequency.
-  [~, path] = kestrel.detail.transfer_matrix(array, point, medium, 1);
-  array = kestrel.detail.set_field(array, 'time_delay', ...
-                                   (max(path) - path) / medium.soundspeed);
+  arguments = struct('point', point, 'medium', medium);
+  [~, ~, delay] = kestrel.detail.run_compiled(caller, 'arrays', 'focus_delays', arguments, array);
+  array = kestrel.detail.set_field(array, 'time_delay', delay);
 end

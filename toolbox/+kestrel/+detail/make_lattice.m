@@ -6,25 +6,15 @@ function array = make_lattice(caller, counts, sizes, pitches, pairs)
             kestrel.detail.check_scalar(caller, 'the number of elements', counts(2), 'count')];
   kestrel.detail.check_size(caller, prod(counts));
   prototype = kestrel.rectangle(sizes{:});
-  extents = [prototype.width, prototype.height];
   for d = 1:2
     kestrel.detail.check_scalar(caller, 'pitch', pitches(d), 'positive');
-    % Contiguous elements have the pitch equal to the extent, perhaps up to rounding.
-    if counts(d) > 1 && pitches(d) < extents(d) * (1 - 1e-9)
-      error('kestrel:argument', ...
-            '%s: a pitch of %g m makes elements of %g m overlap.', ...
-            caller, pitches(d), extents(d));
-    end
   end
-
-  [x, y] = ndgrid(offsets(counts(1), pitches(1)), offsets(counts(2), pitches(2)));
-  array = repmat(prototype, 1, prod(counts));
-  for i = 1:numel(array)
-    array(i).center = [x(i), y(i), 0];
+  layout = strrep(caller, 'kestrel.', '');
+  sizes = struct('n', counts, 'width', prototype.width, 'height', prototype.height, ...
+                 'pitch', double(pitches(:).'));
+  if strcmp(layout, 'linear_array')
+    sizes.n = counts(1);
+    sizes.pitch = sizes.pitch(1);
   end
-  array = kestrel.detail.place_array(caller, array, pairs);
-end
-
-function x = offsets(n, pitch)
-  x = ((0:n - 1) - (n - 1) / 2) * pitch;
+  array = kestrel.detail.make_array(caller, layout, sizes, pairs);
 end
