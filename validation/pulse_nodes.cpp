@@ -12,17 +12,15 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "excitation/hanning_pulse.h"
-#include "excitation/t_cubed_pulse.h"
-#include "excitation/tone_burst.h"
-#include "fields/transient_field.h"
+#include "kestrel/excitation.h"
+#include "kestrel/field.h"
 
 namespace {
 
@@ -31,14 +29,14 @@ using namespace kestrel;
 constexpr double kFrequency = 1e6, kSpeed = 1500, kWavelength = kSpeed / kFrequency;
 constexpr double kErrors[] = {1e-3, 1e-4};
 
-struct Shape {
+struct Face {
   const char* name;
   Geometry geometry;
   double curvature, depth;  ///< of a bowl, and from its apex to the plane of its rim
 };
 
 /// One of each kind, `size` metres along its longer side or across.
-std::vector<Shape> shapes_of(double size) {
+std::vector<Face> faces_of(double size) {
   const double a = size / 2, curvature = 0.94 * size;
   const double depth = curvature - std::sqrt(curvature * curvature - a * a);
   return {{"rectangle", Rectangle{0.6 * size, size}, 0, 0},
@@ -50,7 +48,7 @@ std::vector<Shape> shapes_of(double size) {
 
 /// Points in all directions before the face, from half a wavelength off it to 40 wavelengths, and
 /// in a bowl.
-std::unique_ptr<CoordinateGrid> points_before(const Shape& shape, double size) {
+std::unique_ptr<CoordinateGrid> points_before(const Face& shape, double size) {
   constexpr std::size_t count = 200;
   std::mt19937_64 random(7);
   const auto uniform = [&](double from, double to) {
@@ -80,7 +78,7 @@ std::unique_ptr<CoordinateGrid> points_before(const Shape& shape, double size) {
 
 class Job {
  public:
-  Job(const Shape& shape, double size, const ExcitationFunction& pulse)
+  Job(const Face& shape, double size, const ExcitationFunction& pulse)
       : _grid(points_before(shape, size)), _pulse(pulse) {
     _elements.push_back({.geometry = shape.geometry});
     _medium._f0 = kFrequency;
@@ -206,15 +204,17 @@ int main(int argc, char** argv) {
   bool hold = true;
   put("| pulse | size | rectangle | disc | ring | shell | spherical ring |\n");
   put("|---|--:|--:|--:|--:|--:|--:|\n");
-  const auto row = [&](const char* name, double s, double highest, double more,
+  // Tries `margin` times as many nodes as the highest frequency should take; where that is given as
+  // 0, no rule is stated.
+  const auto row = [&](const char* name, double s, double highest, double margin,
                        const ExcitationFunction& pulse) {
     const double size = s * kWavelength;
     put("| %s | %g |", name, s);
-    const std::vector<Shape> shapes = shapes_of(size);
-    for (const Shape& shape : shapes) {
-      const int most = static_cast<int>(more * (6 * s * highest / kFrequency + 20));
+    const std::vector<Face> faces = faces_of(size);
+    for (const Face& shape : faces) {
+      const int most = static_cast<int>(margin * (6 * s * highest / kFrequency + 20));
       const Needed needed = nodes_needed(Job(shape, size, pulse), most, 1 + most / 50);
-      const bool round = &shape != shapes.data();
+      const bool round = &shape != faces.data();
       const bool kept = highest == 0 || rules_hold(round, s * highest / kFrequency, needed);
       hold = hold && kept;
       put(" %s%s |", cell(needed).c_str(), kept ? "" : " **beyond the rule**");

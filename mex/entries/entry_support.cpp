@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <new>
 
+#include "kestrel/error.h"
+#include "kestrel/services.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel::gateway {
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "services/error.h"
+#include "kestrel/error.h"
 #include "services/off_host_thread.h"
 
 namespace kestrel::fields {
@@ -32,11 +32,7 @@ class TileWorker {
   double _reported = 0;
 };
 
-/// The progress callback asked to stop.
-class Cancelled : public Error {
- public:
-  Cancelled() : Error("The calculation was cancelled.") {}
-};
+using kestrel::Cancelled;
 
 /// Threads for an order of so many; 0 orders one per processor core.
 int thread_count(int ordered);

@@ -9,10 +9,10 @@
 #include <variant>
 #include <vector>
 
+#include "kestrel/instruction_set.h"
 #include "methods/kzk/compat.h"
 #include "methods/kzk/nonlinear_step.h"
 #include "methods/kzk/wave_diffraction.h"
-#include "numerics/instruction_set.h"
 #include "tests/nonlinear/kzk_checks.h"
 
 /// What a march does with its input: every kind of bad input, and what must not change a result.
