@@ -29,7 +29,7 @@ help:
 	@echo "make toolbox  the toolbox folder to add to the Octave path: build/toolbox"
 	@echo "make bench    the benchmarks"
 	@echo "make docs     measure docs/accuracy.md and its figures again"
-	@echo "make validate measure the validation table of docs/nonlinear.md again, and tolerances (minutes)"
+	@echo "make validate measure the tables of docs/nonlinear.md and docs/pulses.md again, and tolerances (minutes)"
 	@echo "make asan     the C++ tests under the address and undefined-behaviour sanitizers"
 	@echo "make tsan     the C++ tests under the thread sanitizer"
 	@echo "make clang    the C++ tests built with clang, warnings as errors"

@@ -44,7 +44,7 @@ class Shape : public Transducer {
   int kzk_cw() override;
 
  protected:
-  /// A face without extent. It serves as the target of an assignment.
+  /// A face without extent: all sizes are zero, and nothing but an assignment sets them.
   Shape() = default;
   explicit Shape(const Face& face) : _face(face) {}
   Shape(const Face& face, double time_delay) : _face(face) { _time_delay = time_delay; }

@@ -92,7 +92,8 @@ class CoordinateGrid {
   double deltay() const { return _deltay; }
   double deltaz() const { return _deltaz; }
 
-  /// Regular grid: nx(), ny() and nz() values. List: npoints() values each. Null without points.
+  /// Regular grid: nx(), ny() and nz() values. List: npoints() values each. Null
+  /// before any points are set.
   const double* x_values() const { return _x_values.data(); }
   const double* y_values() const { return _y_values.data(); }
   const double* z_values() const { return _z_values.data(); }

@@ -21,7 +21,7 @@ class PressureField {
   /// when the memory cannot be had.
   int preAllocate(int n);
 
-  /// Adds to value i. False, and nothing added, when there is no such value.
+  /// Adds to value i. False, and nothing added, when there is no such value: so for a negative i.
   bool setPoint(int i, std::complex<double> pressure);
 
   /// Value i. Out of bounds: prints a line and returns 0.

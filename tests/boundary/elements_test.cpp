@@ -10,6 +10,7 @@
 #include <sstream>
 #include <string>
 
+#include "kestrel/excitation.h"
 #include "tests/boundary/outcome.h"
 #include "tests/support/reference_fields.h"
 
@@ -178,6 +179,10 @@ TEST(Settings, AnImpulseMayEndAtZero) {
   const Capture capture;
   EXPECT_EQ(setup.element().get_impulse_end_time(), 0.0);
   EXPECT_TRUE(capture.warnings().empty());
+  // Behind the rim too a disc takes z with its sign.
+  test::Setup rim(s, Points{{3, 0, -4}});
+  EXPECT_EQ(rim.call(&Transducer::impulse_begin_and_end_times), kSuccess);
+  EXPECT_EQ(rim.element().get_impulse_begin_time(), -4.0);
   // Without a point the rectangle's span is the wrong way round.
   test::Setup empty(typical(ShapeKind::rectangle), Points{});
   EXPECT_EQ(empty.call(&Transducer::impulse_begin_and_end_times), kSuccess);
@@ -248,6 +253,29 @@ TEST(MethodTable, KeepsItsOrder) {
   for (std::size_t i = 0; i < std::size(slots); ++i) {
     EXPECT_EQ(slots[i], i + 2) << "after the destructor's two";
   }
+  using E = ExcitationFunction;
+  const std::size_t terms[] = {
+      slot_of<void (E::*)(double*, const double&) const>(&E::spatial_tsd),
+      slot_of<void (E::*)(float*, const float&) const>(&E::spatial_tsd),
+      slot_of<void (E::*)(double*, const TimeSamples*, const int&, const double&) const>(
+          &E::temporal_tsd),
+      slot_of<void (E::*)(float*, const TimeSamples*, const int&, const float&) const>(
+          &E::temporal_tsd),
+      slot_of(&E::at),
+      slot_of(&E::derivative),
+      slot_of(&E::number_of_tsd_terms),
+      slot_of(&E::get_nxtimesamples),
+      slot_of(&E::get_pulse_width),
+      slot_of(&E::get_A0),
+      slot_of(&E::get_f0),
+      slot_of(&E::get_B),
+      slot_of(&E::get_type),
+      slot_of(&E::get_dc_index),
+      slot_of(&E::get_nyquist_index),
+      slot_of(&E::get_omega_array),
+      slot_of(&E::get_frequency_domain_input_signal_real),
+      slot_of(&E::get_frequency_domain_input_signal_imag)};
+  for (std::size_t i = 0; i < std::size(terms); ++i) EXPECT_EQ(terms[i], i);
 }
 #endif
 
@@ -483,7 +511,6 @@ TEST(FourWide, NodesBeyondAMultipleOfFourDoNotCount) {
   }
 }
 
-// The round planar shapes fill the shared rule over (0, pi); the others leave it alone.
 // A negative inner radius is no hole.
 TEST(Rings, CountANegativeInnerRadiusAsNone) {
   for (const CwMethod& m : kCwMethods) {
@@ -495,6 +522,30 @@ TEST(Rings, CountANegativeInnerRadiusAsNone) {
   }
 }
 
+// Sums are rounded in this order: what is there already, the outer cap, the inner one.
+TEST(Rings, AddTheOuterCapFirst) {
+  const Situation ring = typical(ShapeKind::spherical_ring);
+  Situation outer = ring, inner = ring;
+  outer.a = inner.a = 0;
+  inner.b = ring.a;
+  inner.amplitude = -1;
+  for (const Method method : {&Transducer::fnm_cw, &Transducer::rayleigh_cw}) {
+    for (double x = 0; x < 8e-3; x += 0.7e-3) {
+      std::vector<Complex> sums = {{3e5, -4e5}, {3e5, -4e5}};
+      const auto add = [&](const Situation& s, Complex& sum) {
+        Bench bench(s, Points{{x, 1e-3, 20e-3}});
+        bench.set_planes(sum);
+        bench.call(method);
+        sum = bench.field()[0];
+      };
+      add(ring, sums[0]);
+      add(outer, sums[1]);
+      add(inner, sums[1]);
+      EXPECT_EQ(sums[0], sums[1]) << x;
+    }
+  }
+}
+
 // In front or behind is decided in the method's own precision.
 TEST(Rectangle, DecidesTheSideInItsPrecision) {
   const Situation s = typical(ShapeKind::rectangle);
@@ -503,8 +554,47 @@ TEST(Rectangle, DecidesTheSideInItsPrecision) {
   EXPECT_EQ(peak(field(s, &Transducer::fnm_cw_sse, point)), 0);
   EXPECT_GT(peak(field(s, &Transducer::fnm_cw_single, point)), 0);
   EXPECT_GT(peak(field(s, &Transducer::fnm_cw_sse2, point)), 0);
+  // So is whether a point lies over the face: this one rounds onto the edge.
+  const double edge = static_cast<float>(s.a / 2);
+  const Points beside = {{s.a / 2 - 1e-11, 1e-3, 4e-3}}, on = {{edge, 1e-3, 4e-3}};
+  EXPECT_EQ(field(s, &Transducer::fnm_cw_single, beside), field(s, &Transducer::fnm_cw_single, on));
+  EXPECT_NE(field(s, &Transducer::fnm_cw, beside), field(s, &Transducer::fnm_cw, on));
 }
 
+// The triangle computes nothing, but reads its inputs as a method does.
+TEST(Triangle, WarnsAndTellsItsSettings) {
+  Medium medium = lossless_medium();
+  for (const auto& [frequency, warned] :
+       {std::pair{1e6, false}, {0.0, true}, {1e-10, true}, {kNan, true}}) {
+    medium._f0 = frequency;
+    Bench bench(std::make_unique<ClosedTriangle>(), medium, kPoints, 4);
+    const StandardOutput output;
+    const Capture capture;
+    EXPECT_EQ(bench.call(&Transducer::fnm_cw), kSuccess);
+    EXPECT_EQ(capture.warnings(), warned ? Texts{kNoFrequency} : Texts{}) << frequency;
+    const std::string told = output.text.str();
+    EXPECT_NE(told.find("Integral info"), std::string::npos);
+    EXPECT_EQ(told.find("Coordinates to calculate"), std::string::npos);
+  }
+}
+
+// Within 1e-10 of it a point counts as the centre of curvature, by its distance from the axis and
+// by its height.
+TEST(Shells, HaveACentreOfSomeExtent) {
+  for (const CwMethod& m : kCwMethods) {
+    if (m.shape != ShapeKind::shell && m.shape != ShapeKind::spherical_ring) continue;
+    if (m.method != &Transducer::fnm_cw && m.method != &Transducer::fnm_cw_sse) continue;
+    const Situation s = typical(m.shape);
+    const double rc = m.shape == ShapeKind::shell ? s.b : s.c;
+    const std::vector<Complex> p =
+        field(s, m.method,
+              {{0, 0, rc}, {5e-11, 0, rc}, {0, 0, rc + 5e-11}, {5e-10, 0, rc}, {0, 0, rc + 5e-10}});
+    for (const int same : {1, 2}) EXPECT_EQ(p[same], p[0]) << m.name;
+    for (const int other : {3, 4}) EXPECT_NE(p[other], p[0]) << m.name;
+  }
+}
+
+// The round planar shapes fill the shared rule over (0, pi); the others leave it alone.
 TEST(SharedRule, IsTakenAsItStandsByShells) {
   for (const ShapeKind shape : {ShapeKind::shell, ShapeKind::spherical_ring}) {
     Bench bench(typical(shape), kPoints);
@@ -542,13 +632,31 @@ TEST(ContinuousWave, RefusesMissingInputs) {
     const test::Situation s = test::typical(method.shape);
     for (const Take take : missing) {
       test::Bench bench(s, test::Points{{0, 0, 0.02}});
+      bench.set_planes({3, -4});
       take(bench.element());
       EXPECT_EQ(bench.call(method.method), kMisuse) << method.name;
-      bench.element().zerofill_complex_pressure();
-      bench.element().zerofill_transient_pressure();
+      EXPECT_EQ(bench.field()[0], Complex(3, -4)) << method.name;
     }
     test::Setup empty(s, test::Points{});
     EXPECT_EQ(empty.call(method.method), kSuccess) << method.name;
+  }
+  // The triangle needs no planes; clearing without a grid, planes or a time axis does nothing.
+  for (const Take take : missing) {
+    const StandardOutput output;
+    Bench bench(std::make_unique<ClosedTriangle>(), lossless_medium(), kPoints, 4);
+    bench.set_planes({3, -4});
+    Transducer& element = bench.element();
+    take(element);
+    const bool no_planes = !element.real_pressure_plane() || !element.imaginary_pressure_plane();
+    EXPECT_EQ(bench.call(&Transducer::fnm_cw), no_planes ? kSuccess : kMisuse);
+    EXPECT_EQ(output.text.str().empty(), !no_planes);
+    element.zerofill_complex_pressure();
+    const bool kept = no_planes || !element.global_coordinate_grid();
+    EXPECT_EQ(bench.field()[0], kept ? Complex(3, -4) : Complex(0, 0));
+    double trace = 5;
+    element.set_transient_pressure_pointer(&trace);
+    element.zerofill_transient_pressure();
+    EXPECT_EQ(trace, 5) << "without a time axis";
   }
 }
 

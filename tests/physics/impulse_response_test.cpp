@@ -36,12 +36,16 @@ TEST(ImpulseResponse, OfTheDiscOnItsRimAtTheDirectArrival) {
   EXPECT_EQ(h[0], 1);
   EXPECT_EQ(h[1], 0);
   EXPECT_GT(h[2], 0);
-  // On the axis, within 1e-12 of it, from the direct arrival to the rim's, both included.
+  // On the axis, from the direct arrival to the rim's, both included.
   const double arrivals[] = {0.75, 1.25, 1.2500001};
   disc.respond(0, 0, 0.75, arrivals, 3, h);
   EXPECT_EQ(h[0], 1);
   EXPECT_EQ(h[1], 1);
   EXPECT_EQ(h[2], 0);
+  // Beside the axis, however near, the plateau ends with the nearest of the rim.
+  disc.respond(1e-13, 0, 0.75, arrivals, 3, h);
+  EXPECT_EQ(h[0], 1);
+  EXPECT_NEAR(h[1], 0.5, 0.1);
   // Inside, the plateau ends inclusively, and the face's own plane begins at zero.
   const double ends[] = {0, 0.5, 1.5};
   disc.respond(0.5, 0, 0, ends, 3, h);

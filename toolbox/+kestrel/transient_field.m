@@ -19,7 +19,7 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %                  rectangle   2.5 s + 2                 3 s + 8
 %                  round       4 s + 4                   5 s + 8
 %
-%                  6 s + 2 keep the error at every point below 1e-3 of its own peak. A
+%                  6 s + 4 keep the error at every point below 1e-3 of its own peak. A
 %                  tone burst, whose slope jumps at its ends, needs up to ten times as
 %                  many. There is no estimate of the error: compute again with more
 %      EXCITATION  velocity of the faces over time, from set_excitation_function: one
