@@ -38,6 +38,9 @@ class Cancelled : public Error {
   Cancelled() : Error("The calculation was cancelled.") {}
 };
 
+/// Throws Cancelled when an interruption is asked for (numerics/interruption.h).
+void end_if_cancelled();
+
 /// Threads for an order of so many; 0 orders one per processor core.
 int thread_count(int ordered);
 
@@ -46,8 +49,11 @@ int thread_count(int ordered);
 class TileRunner {
  public:
   /// Asked some ten times a second, on the calling thread, with the fraction of the work that is
-  /// done; false stops it. May throw.
+  /// done: 0 while it is being planned, at least kBegun from then on. False stops it. May throw.
   using Progress = std::function<bool(double fraction)>;
+
+  /// The least fraction of work that has begun.
+  static constexpr double kBegun = 1e-9;
 
   /// See thread_count.
   TileRunner(int threads, Progress progress);
@@ -60,7 +66,8 @@ class TileRunner {
   /// The same for work that needs nothing of its own on a thread.
   void run(std::size_t count, const std::function<void(std::size_t tile)>& work);
 
-  /// The following jobs together are this fraction of the whole work, as progress reports it.
+  /// The following jobs together are this fraction of the whole work, as progress reports it; 0 for
+  /// what prepares or checks it.
   void begin_stage(double share);
 
   int threads() const { return _threads; }
@@ -69,6 +76,8 @@ class TileRunner {
   services::Messages& messages() { return _messages; }
 
  private:
+  double fraction(double of_stage) const;
+
   int _threads;
   Progress _progress;
   double _finished_share = 0;
