@@ -6,8 +6,8 @@
 #include <complex>
 #include <vector>
 
-#include "fields/array_field.h"
-#include "inputs/numerical_integration.h"
+#include "kestrel/field.h"
+#include "kestrel/quadrature.h"
 
 namespace {
 

@@ -14,9 +14,9 @@
 #include <thread>
 #include <vector>
 
+#include "kestrel/instruction_set.h"
 #include "methods/kzk/cw_march.h"
 #include "methods/kzk/transient_march.h"
-#include "numerics/instruction_set.h"
 
 namespace {
 

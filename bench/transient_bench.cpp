@@ -13,18 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "elements/circular_transducer.h"
-#include "elements/rectangular_transducer.h"
-#include "elements/ring_transducer.h"
-#include "elements/spherical_ring_transducer.h"
-#include "elements/spherical_transducer.h"
-#include "excitation/hanning_pulse.h"
-#include "excitation/t_cubed_pulse.h"
-#include "excitation/tone_burst.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
-#include "inputs/time_samples.h"
+#include "kestrel/elements.h"
+#include "kestrel/excitation.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/quadrature.h"
+#include "kestrel/time_axis.h"
 
 namespace {
 

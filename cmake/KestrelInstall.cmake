@@ -5,15 +5,9 @@ include(CMakePackageConfigHelpers)
 set(include_dir "${CMAKE_INSTALL_INCLUDEDIR}")
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/kestrel")
 
-# Folders stay as they are in the source tree, and headers include each other from its root; the
-# second folder is that root in the installed tree.
-target_include_directories(kestrel PUBLIC
-  $<INSTALL_INTERFACE:${include_dir}>
-  $<INSTALL_INTERFACE:${include_dir}/kestrel>)
-install(DIRECTORY src/
-  DESTINATION "${include_dir}/kestrel"
-  FILES_MATCHING PATTERN "*.h")
-install(FILES include/kestrel/kestrel.h DESTINATION "${include_dir}/kestrel")
+# What lies in include/kestrel is public, everything else is not.
+target_include_directories(kestrel PUBLIC $<INSTALL_INTERFACE:${include_dir}>)
+install(DIRECTORY include/kestrel DESTINATION "${include_dir}" FILES_MATCHING PATTERN "*.h")
 
 install(TARGETS kestrel EXPORT kestrel-targets ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(EXPORT kestrel-targets NAMESPACE kestrel:: DESTINATION "${package_dir}")

@@ -6,8 +6,8 @@
 #include <numbers>
 #include <vector>
 
-#include "inputs/numerical_integration.h"
-#include "numerics/piston_apodization.h"
+#include "kestrel/quadrature.h"
+#include "kestrel/special_functions.h"
 
 namespace kestrel::reference {
 

@@ -13,8 +13,8 @@
 
 #include <complex>
 
-#include "geometry/cartesian_coordinate.h"
-#include "inputs/medium.h"
+#include "kestrel/geometry.h"
+#include "kestrel/medium.h"
 
 namespace kestrel::reference {
 

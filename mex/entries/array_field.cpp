@@ -8,19 +8,18 @@
 /// With a field `wanted`, the numbers of harmonics, the result is theirs by the method 'kzk_cw',
 /// along one more dimension at the end.
 
-#include "fields/array_field.h"
-
 #include <climits>
 #include <cmath>
 #include <vector>
 
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
+#include "kestrel/error.h"
+#include "kestrel/field.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
 #include "mex/entries/entry_support.h"
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
 
 namespace kestrel::gateway {
 

@@ -1,6 +1,6 @@
 #include "mex/entries/compute_element.h"
 
-#include "services/error.h"
+#include "kestrel/error.h"
 
 namespace kestrel::gateway {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "elements/transducer.h"
+#include "kestrel/transducer.h"
 
 namespace kestrel::gateway {
 

@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <new>
 
+#include "kestrel/error.h"
+#include "kestrel/services.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel::gateway {
 
@@ -125,7 +125,7 @@ std::string ProgressLines::next(double now, double fraction) {
   constexpr double kPeriod = 4, kLong = 6, kSoon = 1;
   char line[80] = "";
   if (!(fraction > 0)) _begin = now;
-  if (!(fraction > fields::TileRunner::kBegun)) {
+  if (!(fraction > fields::kBegun)) {
     if (now < _next) return line;
     std::snprintf(line, sizeof line, "  0 %%, %.0f s so far", now);
   } else {

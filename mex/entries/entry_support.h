@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "fields/element.h"
-#include "fields/method.h"
-#include "fields/tile_runner.h"
-#include "inputs/coordinate_grid.h"
-#include "methods/kzk/parameters.h"
+#include "kestrel/elements.h"
+#include "kestrel/field.h"
+#include "kestrel/grid.h"
+#include "kestrel/method.h"
+#include "kestrel/nonlinear.h"
 #include "mex/host/mex_api.h"
 
 /// What the compiled halves of the whole-array functions share.

@@ -9,9 +9,11 @@
 #include <memory>
 #include <vector>
 
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
+#include "kestrel/error.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/quadrature.h"
+#include "kestrel/services.h"
 #include "mex/entries/compute_element.h"
 #include "mex/entries/host_interruption.h"
 #include "mex/host/complex_array.h"
@@ -19,9 +21,6 @@
 #include "mex/readers/element_reader.h"
 #include "mex/readers/structure_reader.h"
 #include "numerics/interruption.h"
-#include "services/array.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel::gateway {
 

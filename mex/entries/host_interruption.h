@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "services/services.h"
+#include "kestrel/services.h"
 
 namespace kestrel::gateway {
 

@@ -5,21 +5,20 @@
 /// `options` is a structure with the fields method (text), threads (0: all), progress, kzk
 /// (structure, or empty).
 
-#include "fields/transient_field.h"
-
 #include <cmath>
 #include <iterator>
 #include <limits>
 #include <memory>
 #include <vector>
 
-#include "excitation/excitation_function.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/time_samples.h"
+#include "kestrel/error.h"
+#include "kestrel/excitation.h"
+#include "kestrel/field.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/time_axis.h"
 #include "mex/entries/entry_support.h"
 #include "mex/host/entry.h"
-#include "services/error.h"
 #include "services/off_host_thread.h"
 
 namespace kestrel::gateway {

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <span>
 
+#include "kestrel/error.h"
 #include "mex/host/mex_api.h"
-#include "services/error.h"
 
 namespace kestrel::host {
 

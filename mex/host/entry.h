@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include "kestrel/error.h"
 #include "mex/host/host_services.h"
 #include "mex/host/mex_api.h"
-#include "services/error.h"
 
 namespace kestrel::host {
 

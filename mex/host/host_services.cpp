@@ -1,7 +1,7 @@
 #include "mex/host/host_services.h"
 
+#include "kestrel/services.h"
 #include "mex/host/mex_api.h"
-#include "services/services.h"
 
 namespace kestrel::host {
 

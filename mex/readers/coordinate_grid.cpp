@@ -1,11 +1,10 @@
-#include "inputs/coordinate_grid.h"
-
 #include <limits>
 
+#include "kestrel/error.h"
+#include "kestrel/grid.h"
+#include "kestrel/services.h"
 #include "mex/readers/input_readers.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel {
 

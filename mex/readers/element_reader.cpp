@@ -3,9 +3,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "kestrel/error.h"
+#include "kestrel/services.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel::gateway {
 

@@ -3,8 +3,8 @@
 #include <memory>
 #include <optional>
 
-#include "elements/transducer.h"
-#include "fields/element.h"
+#include "kestrel/elements.h"
+#include "kestrel/transducer.h"
 #include "mex/host/mex_api.h"
 
 namespace kestrel::gateway {

@@ -1,14 +1,12 @@
+#include "kestrel/excitation.h"
+
 #include <algorithm>
 #include <memory>
 #include <span>
 
-#include "excitation/excitation_function.h"
-#include "excitation/hanning_pulse.h"
-#include "excitation/t_cubed_pulse.h"
-#include "excitation/tone_burst.h"
+#include "kestrel/error.h"
 #include "mex/readers/input_readers.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
 
 namespace kestrel {
 

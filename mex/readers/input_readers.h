@@ -5,10 +5,10 @@
 
 #include <vector>
 
-#include "excitation/excitation_function.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/time_samples.h"
+#include "kestrel/excitation.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/time_axis.h"
 #include "mex/host/mex_api.h"
 
 namespace kestrel {

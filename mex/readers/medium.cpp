@@ -1,8 +1,8 @@
-#include "inputs/medium.h"
+#include "kestrel/medium.h"
 
+#include "kestrel/error.h"
 #include "mex/readers/input_readers.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
 
 namespace kestrel {
 

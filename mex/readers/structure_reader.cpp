@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "services/error.h"
+#include "kestrel/error.h"
 
 namespace kestrel {
 

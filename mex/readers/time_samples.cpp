@@ -1,11 +1,10 @@
-#include "inputs/time_samples.h"
-
 #include <limits>
 
+#include "kestrel/error.h"
+#include "kestrel/services.h"
+#include "kestrel/time_axis.h"
 #include "mex/readers/input_readers.h"
 #include "mex/readers/structure_reader.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel {
 

@@ -1,11 +1,10 @@
-#include "arrays/builders.h"
-
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <numeric>
 
-#include "services/error.h"
+#include "kestrel/arrays.h"
+#include "kestrel/error.h"
 
 namespace kestrel {
 

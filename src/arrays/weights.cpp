@@ -1,5 +1,3 @@
-#include "arrays/weights.h"
-
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -7,7 +5,8 @@
 #include <numbers>
 
 #include "arrays/pseudo_inverse.h"
-#include "services/error.h"
+#include "kestrel/arrays.h"
+#include "kestrel/error.h"
 
 namespace kestrel {
 

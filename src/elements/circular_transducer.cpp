@@ -1,9 +1,8 @@
-#include "elements/circular_transducer.h"
-
 #include <iostream>
 
+#include "kestrel/elements.h"
+#include "kestrel/services.h"
 #include "methods/kzk/compat.h"
-#include "services/services.h"
 
 namespace kestrel {
 

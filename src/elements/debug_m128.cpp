@@ -1,6 +1,5 @@
-#include "elements/debug_m128.h"
-
-#include "services/services.h"
+#include "kestrel/four_wide.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

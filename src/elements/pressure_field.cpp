@@ -1,10 +1,10 @@
-#include "elements/pressure_field.h"
+#include "kestrel/pressure_field.h"
 
 #include <cstdint>
 #include <new>
 #include <stdexcept>
 
-#include "services/services.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

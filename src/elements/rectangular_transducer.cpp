@@ -1,13 +1,12 @@
-#include "elements/rectangular_transducer.h"
-
 #include <iostream>
 #include <optional>
 #include <utility>
 
+#include "kestrel/elements.h"
+#include "kestrel/services.h"
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
 #include "methods/transient/transient_methods.h"
-#include "services/services.h"
 
 namespace kestrel {
 

@@ -1,8 +1,7 @@
-#include "elements/ring_transducer.h"
-
 #include <iostream>
 
-#include "services/services.h"
+#include "kestrel/elements.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

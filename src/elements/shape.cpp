@@ -1,7 +1,6 @@
-#include "elements/shape.h"
-
+#include "kestrel/elements.h"
+#include "kestrel/error.h"
 #include "methods/element_methods.h"
-#include "services/error.h"
 
 namespace kestrel {
 

@@ -1,11 +1,11 @@
-#include "elements/transducer.h"
+#include "kestrel/transducer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iostream>
 
+#include "kestrel/services.h"
 #include "methods/common/element_inputs.h"
-#include "services/services.h"
 
 namespace kestrel {
 

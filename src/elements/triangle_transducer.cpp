@@ -1,5 +1,4 @@
-#include "elements/triangle_transducer.h"
-
+#include "kestrel/elements.h"
 #include "methods/common/wave_constants.h"
 
 namespace kestrel {

@@ -1,13 +1,13 @@
-#include "excitation/excitation_function.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 
+#include "kestrel/compiler.h"
+#include "kestrel/error.h"
+#include "kestrel/excitation.h"
+#include "kestrel/services.h"
 #include "numerics/fft.h"
 #include "numerics/run_kernel.h"
-#include "services/array.h"
-#include "services/error.h"
 
 namespace kestrel {
 

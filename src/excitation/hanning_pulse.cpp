@@ -1,13 +1,13 @@
-#include "excitation/hanning_pulse.h"
-
 #include <cmath>
+
+#include "excitation/pulse_terms.h"
+#include "kestrel/excitation.h"
 
 namespace kestrel {
 
 HanningPulse::HanningPulse(double A0, double f0, double pulse_width, double B, int type)
     : AnalyticPulse(A0, f0, pulse_width, B, type) {
-  _tsd = {_a0, _omega0, _omegaw, _a0};
-  _exact = {_a0, _omega0, _omegaw, 1.0};
+  set_terms({_a0, _omega0, _omegaw, _a0}, {_a0, _omega0, _omegaw, 1.0});
 }
 
 double HanningPulse::at(const double& t) const {

@@ -12,6 +12,7 @@
 #include <array>
 #include <cmath>
 
+#include "kestrel/compiler.h"
 #include "numerics/four_wide_kernels.h"
 #include "numerics/wide_math.h"
 

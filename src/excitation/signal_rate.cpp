@@ -1,7 +1,7 @@
-#include "excitation/signal_rate.h"
-
 #include <cmath>
 #include <memory>
+
+#include "kestrel/excitation.h"
 
 namespace kestrel {
 

@@ -1,12 +1,13 @@
-#include "excitation/t_cubed_pulse.h"
-
 #include <cmath>
+
+#include "excitation/pulse_terms.h"
+#include "kestrel/excitation.h"
 
 namespace kestrel {
 
 TCubedPulse::TCubedPulse(double A0, double f0, double pulse_width, double B, int type)
     : AnalyticPulse(A0, f0, pulse_width, B, type) {
-  _tsd = _exact = {_a0, _omega0, _b};
+  set_terms({_a0, _omega0, _b}, {_a0, _omega0, _b});
 }
 
 double TCubedPulse::at(const double& t) const {

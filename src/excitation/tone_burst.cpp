@@ -1,16 +1,16 @@
-#include "excitation/tone_burst.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 
+#include "excitation/pulse_terms.h"
+#include "kestrel/excitation.h"
 #include "numerics/four_wide_kernels.h"
 
 namespace kestrel {
 
 ToneBurst::ToneBurst(double A0, double f0, double pulse_width, double B, int type)
     : AnalyticPulse(A0, f0, pulse_width, B, type) {
-  _tsd = _exact = {_a0, _omega0};
+  set_terms({_a0, _omega0}, {_a0, _omega0});
 }
 
 double ToneBurst::at(const double& t) const {

@@ -1,5 +1,3 @@
-#include "fields/array_field.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -17,8 +15,9 @@
 #include "fields/node_rule.h"
 #include "fields/points.h"
 #include "fields/reused_field.h"
+#include "kestrel/error.h"
+#include "kestrel/field.h"
 #include "numerics/interruption.h"
-#include "services/error.h"
 
 namespace kestrel::fields {
 

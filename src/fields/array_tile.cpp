@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "services/error.h"
+#include "kestrel/error.h"
 #include "services/off_host_thread.h"
 
 namespace kestrel::fields {

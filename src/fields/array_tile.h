@@ -6,14 +6,15 @@
 #include <span>
 #include <vector>
 
-#include "fields/element.h"
-#include "fields/method.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
 #include "fields/tile_runner.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
+#include "kestrel/elements.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/method.h"
+#include "kestrel/quadrature.h"
+#include "methods/common/element_inputs.h"
 
 namespace kestrel::fields {
 

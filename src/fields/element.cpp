@@ -1,10 +1,4 @@
-#include "fields/element.h"
-
-#include "elements/circular_transducer.h"
-#include "elements/rectangular_transducer.h"
-#include "elements/ring_transducer.h"
-#include "elements/spherical_ring_transducer.h"
-#include "elements/spherical_transducer.h"
+#include "kestrel/elements.h"
 
 namespace kestrel::fields {
 

@@ -12,11 +12,11 @@
 #include <variant>
 
 #include "fields/array_tile.h"
+#include "kestrel/error.h"
+#include "kestrel/services.h"
 #include "methods/common/wave_constants.h"
 #include "methods/kzk/element_methods.h"
 #include "methods/kzk/plan.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel::fields {
 

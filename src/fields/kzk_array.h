@@ -4,14 +4,14 @@
 #include <span>
 #include <vector>
 
-#include "excitation/excitation_function.h"
-#include "fields/element.h"
-#include "fields/kzk_announcement.h"
 #include "fields/tile_runner.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/time_samples.h"
-#include "methods/kzk/cost.h"
+#include "kestrel/elements.h"
+#include "kestrel/excitation.h"
+#include "kestrel/field.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/nonlinear.h"
+#include "kestrel/time_axis.h"
 
 /// Nonlinear beams of whole arrays. Each element is marched alone, several side by side when there
 /// are threads for them, and the fields are added in the order of the elements: how the beams of

@@ -1,9 +1,9 @@
-#include "fields/method.h"
+#include "kestrel/method.h"
 
 #include <type_traits>
 
+#include "kestrel/error.h"
 #include "methods/element_methods.h"
-#include "services/error.h"
 
 namespace kestrel::fields {
 

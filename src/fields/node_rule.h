@@ -1,9 +1,9 @@
 #pragma once
 
 #include "fields/edge_convergence.h"
-#include "fields/element.h"
 #include "fields/points.h"
-#include "inputs/medium.h"
+#include "kestrel/elements.h"
+#include "kestrel/medium.h"
 
 namespace kestrel::fields {
 

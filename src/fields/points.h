@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "geometry/cartesian_coordinate.h"
-#include "inputs/coordinate_grid.h"
+#include "kestrel/geometry.h"
+#include "kestrel/grid.h"
 
 namespace kestrel::fields {
 

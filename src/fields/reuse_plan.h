@@ -7,10 +7,10 @@
 #include <span>
 #include <vector>
 
-#include "fields/element.h"
-#include "fields/method.h"
 #include "fields/points.h"
-#include "inputs/coordinate_grid.h"
+#include "kestrel/elements.h"
+#include "kestrel/grid.h"
+#include "kestrel/method.h"
 
 namespace kestrel::fields {
 

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "kestrel/compiler.h"
 #include "methods/common/wave_constants.h"
 #include "numerics/run_kernel.h"
 #include "numerics/wide_math.h"

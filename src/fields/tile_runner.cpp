@@ -9,7 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "numerics/instruction_set.h"
+#include "kestrel/field.h"
+#include "kestrel/instruction_set.h"
 #include "numerics/interruption.h"
 #include "services/off_host_thread.h"
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "services/error.h"
+#include "kestrel/error.h"
 #include "services/off_host_thread.h"
 
 namespace kestrel::fields {
@@ -32,11 +32,7 @@ class TileWorker {
   double _reported = 0;
 };
 
-/// The progress callback asked to stop.
-class Cancelled : public Error {
- public:
-  Cancelled() : Error("The calculation was cancelled.") {}
-};
+using kestrel::Cancelled;
 
 /// Throws Cancelled when an interruption is asked for (numerics/interruption.h).
 void end_if_cancelled();
@@ -49,11 +45,9 @@ int thread_count(int ordered);
 class TileRunner {
  public:
   /// Asked some ten times a second, on the calling thread, with the fraction of the work that is
-  /// done: 0 while it is being planned, at least kBegun from then on. False stops it. May throw.
+  /// done: 0 while it is being planned, at least kBegun (kestrel/field.h) from then
+  /// on. False stops it. May throw.
   using Progress = std::function<bool(double fraction)>;
-
-  /// The least fraction of work that has begun.
-  static constexpr double kBegun = 1e-9;
 
   /// See thread_count.
   TileRunner(int threads, Progress progress);

@@ -1,5 +1,3 @@
-#include "fields/transient_field.h"
-
 #include <algorithm>
 #include <chrono>
 
@@ -7,7 +5,8 @@
 #include "fields/kzk_array.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
-#include "services/error.h"
+#include "kestrel/error.h"
+#include "kestrel/field.h"
 
 namespace kestrel::fields {
 

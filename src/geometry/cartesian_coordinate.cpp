@@ -1,6 +1,6 @@
-#include "geometry/cartesian_coordinate.h"
-
 #include <cmath>
+
+#include "kestrel/geometry.h"
 
 namespace kestrel {
 

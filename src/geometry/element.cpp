@@ -1,6 +1,5 @@
-#include "geometry/element.h"
-
-#include "services/error.h"
+#include "kestrel/error.h"
+#include "kestrel/geometry.h"
 
 namespace kestrel {
 

@@ -1,8 +1,7 @@
-#include "geometry/rotation.h"
-
 #include <cmath>
 
-#include "services/error.h"
+#include "kestrel/error.h"
+#include "kestrel/geometry.h"
 
 namespace kestrel {
 

@@ -1,10 +1,9 @@
-#include "geometry/shapes.h"
-
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "services/error.h"
+#include "kestrel/error.h"
+#include "kestrel/geometry.h"
 
 namespace kestrel {
 

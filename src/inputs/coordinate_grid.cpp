@@ -1,5 +1,3 @@
-#include "inputs/coordinate_grid.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <limits>
@@ -7,9 +5,9 @@
 #include <utility>
 
 #include "inputs/sample_count.h"
-#include "services/array.h"
-#include "services/error.h"
-#include "services/services.h"
+#include "kestrel/error.h"
+#include "kestrel/grid.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

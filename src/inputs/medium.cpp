@@ -1,6 +1,6 @@
-#include "inputs/medium.h"
+#include "kestrel/medium.h"
 
-#include "services/services.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

@@ -1,13 +1,11 @@
-#include "inputs/numerical_integration.h"
-
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
+#include "kestrel/error.h"
+#include "kestrel/quadrature.h"
+#include "kestrel/services.h"
 #include "numerics/interruption.h"
-#include "services/array.h"
-#include "services/error.h"
-#include "services/services.h"
 
 namespace kestrel {
 

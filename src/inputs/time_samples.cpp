@@ -1,13 +1,11 @@
-#include "inputs/time_samples.h"
-
 #include <algorithm>
 #include <limits>
 #include <utility>
 
 #include "inputs/sample_count.h"
-#include "services/array.h"
-#include "services/error.h"
-#include "services/services.h"
+#include "kestrel/error.h"
+#include "kestrel/services.h"
+#include "kestrel/time_axis.h"
 
 namespace kestrel {
 

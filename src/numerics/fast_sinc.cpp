@@ -1,6 +1,6 @@
-#include "numerics/fast_sinc.h"
-
 #include <cmath>
+
+#include "kestrel/special_functions.h"
 
 namespace kestrel {
 

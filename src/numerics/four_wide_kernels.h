@@ -8,7 +8,8 @@
 /// They are compiled with the flags of their caller, so programs call the plain functions instead,
 /// where what each one computes is told.
 
-#include "numerics/float4.h"
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
 
 namespace kestrel::four_wide {
 

@@ -1,5 +1,4 @@
-#include "numerics/four_wide_math.h"
-
+#include "kestrel/four_wide.h"
 #include "numerics/four_wide_kernels.h"
 
 namespace kestrel {

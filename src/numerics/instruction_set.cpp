@@ -1,4 +1,4 @@
-#include "numerics/instruction_set.h"
+#include "kestrel/instruction_set.h"
 
 #include <atomic>
 

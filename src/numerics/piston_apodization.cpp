@@ -1,6 +1,6 @@
-#include "numerics/piston_apodization.h"
-
 #include <cmath>
+
+#include "kestrel/special_functions.h"
 
 namespace kestrel {
 

@@ -8,7 +8,8 @@
 /// attribute. No source file is compiled with instruction-set flags, so no shared inline function
 /// can leak wide instructions into the baseline path.
 
-#include "numerics/instruction_set.h"
+#include "kestrel/compiler.h"
+#include "kestrel/instruction_set.h"
 #include "numerics/wide_math.h"
 
 #if defined(__x86_64__) && defined(__GNUC__)

@@ -12,8 +12,9 @@
 #include <cmath>
 #include <cstdint>
 
-#include "numerics/compiler.h"
-#include "numerics/smart_exp.h"
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
+#include "kestrel/special_functions.h"
 
 namespace kestrel {
 

@@ -1,4 +1,4 @@
-#include "services/services.h"
+#include "kestrel/services.h"
 
 #include <algorithm>
 #include <cstdarg>

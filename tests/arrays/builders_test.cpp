@@ -1,14 +1,12 @@
 // Layouts, focusing, steering and apodization of arrays.
 
-#include "arrays/builders.h"
-
 #include <cmath>
 #include <gtest/gtest.h>
 #include <numbers>
 
 #include "arrays/pseudo_inverse.h"
-#include "arrays/weights.h"
-#include "services/error.h"
+#include "kestrel/arrays.h"
+#include "kestrel/error.h"
 
 namespace kestrel {
 namespace {

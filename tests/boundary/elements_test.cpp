@@ -1,6 +1,8 @@
 // Elements as objects: the method table, setters, printers, warnings, what stubs and refused calls
 // leave alone.
 
+#include "kestrel/elements.h"
+
 #include <cstring>
 #include <gtest/gtest.h>
 #include <iostream>
@@ -8,7 +10,6 @@
 #include <sstream>
 #include <string>
 
-#include "elements/triangle_transducer.h"
 #include "tests/boundary/outcome.h"
 #include "tests/support/reference_fields.h"
 

@@ -1,10 +1,11 @@
+#include "kestrel/excitation.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "excitation/excitation_function.h"
 #include "tests/boundary/outcome.h"
 
 namespace kestrel {

@@ -1,3 +1,5 @@
+#include "kestrel/grid.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 #include <iterator>
@@ -5,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "inputs/coordinate_grid.h"
 #include "tests/boundary/outcome.h"
 
 namespace kestrel {

@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "kestrel/error.h"
+#include "kestrel/services.h"
 #include "mex/host/complex_array.h"
 #include "mex/host/entry.h"
 #include "mex/standalone/standalone_host.h"
-#include "services/array.h"
-#include "services/error.h"
 #include "services/off_host_thread.h"
 
 namespace kestrel::host {

@@ -6,8 +6,8 @@
 #include <limits>
 #include <string>
 
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
+#include "kestrel/medium.h"
+#include "kestrel/quadrature.h"
 #include "mex/readers/structure_reader.h"
 #include "tests/boundary/outcome.h"
 

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "kestrel/error.h"
 #include "mex/standalone/standalone_host.h"
-#include "services/error.h"
 
 namespace kestrel {
 

@@ -1,9 +1,8 @@
 #include <complex>
 #include <gtest/gtest.h>
 
-#include "elements/debug_m128.h"
-#include "elements/pressure_field.h"
-#include "elements/scatterer.h"
+#include "kestrel/four_wide.h"
+#include "kestrel/pressure_field.h"
 #include "mex/standalone/standalone_host.h"
 
 namespace kestrel {

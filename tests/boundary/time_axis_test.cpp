@@ -1,3 +1,5 @@
+#include "kestrel/time_axis.h"
+
 #include <gtest/gtest.h>
 #include <iterator>
 #include <limits>
@@ -5,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "inputs/time_samples.h"
 #include "tests/boundary/outcome.h"
 
 namespace kestrel {

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+#include "kestrel/instruction_set.h"
 #include "mex/standalone/standalone_host.h"
-#include "numerics/instruction_set.h"
 #include "tests/support/reference_fields.h"
 #include "tests/support/transient_situation.h"
 

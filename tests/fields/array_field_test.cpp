@@ -1,5 +1,3 @@
-#include "fields/array_field.h"
-
 #include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -8,6 +6,7 @@
 #include "arrays.h"
 #include "boundary/outcome.h"
 #include "fields/direct_field.h"
+#include "kestrel/field.h"
 #include "services/off_host_thread.h"
 #include "support/method_slots.h"
 

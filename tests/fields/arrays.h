@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "fields/array_field.h"
+#include "kestrel/field.h"
 #include "tests/support/situation.h"
 
 namespace kestrel::fields {

@@ -8,7 +8,7 @@
 #include "arrays.h"
 #include "boundary/outcome.h"
 #include "fields/kzk_array.h"
-#include "fields/transient_field.h"
+#include "kestrel/field.h"
 #include "support/transient_situation.h"
 
 namespace kestrel::fields {

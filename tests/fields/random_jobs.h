@@ -37,9 +37,9 @@ class RandomJobs {
     job.grid = draw_points(reach, depth_of(geometry), job.name);
     focus(job.elements, reach);
     static const char* const layouts[] = {"alone", "line", "lattice", "bowl", "scattered"};
-    job.name = std::string(shape_facts(geometry).name) + " of " + std::to_string(size / kWavelength) +
-               " wavelengths, " + layouts[layout] + " " + std::to_string(job.elements.size()) +
-               ", " + job.name;
+    job.name = std::string(shape_facts(geometry).name) + " of " +
+               std::to_string(size / kWavelength) + " wavelengths, " + layouts[layout] + " " +
+               std::to_string(job.elements.size()) + ", " + job.name;
     return job;
   }
 

@@ -1,7 +1,5 @@
 // The transient field of a whole array: what each element's own call gives, whatever the threads.
 
-#include "fields/transient_field.h"
-
 #include <cmath>
 #include <gtest/gtest.h>
 #include <vector>
@@ -9,6 +7,7 @@
 #include "arrays.h"
 #include "boundary/outcome.h"
 #include "fields/array_tile.h"
+#include "kestrel/field.h"
 #include "support/method_slots.h"
 #include "support/transient_situation.h"
 

@@ -1,6 +1,6 @@
 // Right arguments of the compiled entry behind kestrel.cw_field and kestrel.harmonics.
 
-#include "fields/method.h"
+#include "kestrel/method.h"
 #include "tests/fuzz/made_up_call.h"
 #include "tests/support/entry_arguments.h"
 

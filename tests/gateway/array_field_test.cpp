@@ -223,7 +223,7 @@ TEST(Progress, TellsTheShareAndTheTotal) {
   EXPECT_EQ(lines.next(7.9, 0), "");
   EXPECT_EQ(lines.next(8, 0), "  0 %, 8 s so far");
   EXPECT_EQ(lines.next(8.5, 0.005), "");
-  EXPECT_EQ(lines.next(9, fields::TileRunner::kBegun), "");
+  EXPECT_EQ(lines.next(9, fields::kBegun), "");
   EXPECT_EQ(lines.next(10, 0.02), "  2 %, 98 s left of about 100 s");
   EXPECT_EQ(lines.next(13, 0.05), "");
   EXPECT_EQ(lines.next(33, 0.25), " 25 %, 75 s left of about 100 s");

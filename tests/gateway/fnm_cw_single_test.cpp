@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "elements/rectangular_transducer.h"
+#include "kestrel/elements.h"
+#include "kestrel/error.h"
 #include "mex/entries/compute_element.h"
 #include "mex/standalone/standalone_host.h"
-#include "services/error.h"
 #include "tests/support/allocation_sweep.h"
 #include "tests/support/situation.h"
 

@@ -9,9 +9,8 @@
 #include <numbers>
 #include <vector>
 
-#include "elements/circular_transducer.h"
-#include "elements/spherical_transducer.h"
-#include "excitation/hanning_pulse.h"
+#include "kestrel/elements.h"
+#include "kestrel/excitation.h"
 #include "mex/standalone/standalone_host.h"
 
 namespace kestrel {

@@ -9,10 +9,10 @@
 #include <variant>
 #include <vector>
 
+#include "kestrel/instruction_set.h"
 #include "methods/kzk/compat.h"
 #include "methods/kzk/nonlinear_step.h"
 #include "methods/kzk/wave_diffraction.h"
-#include "numerics/instruction_set.h"
 #include "numerics/interruption.h"
 #include "tests/nonlinear/kzk_checks.h"
 

@@ -1,3 +1,5 @@
+#include "kestrel/excitation.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,13 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "excitation/hanning_pulse.h"
-#include "excitation/signal_rate.h"
-#include "excitation/t_cubed_pulse.h"
-#include "excitation/tone_burst.h"
-#include "inputs/time_samples.h"
+#include "kestrel/four_wide.h"
+#include "kestrel/time_axis.h"
 #include "mex/standalone/standalone_host.h"
-#include "numerics/four_wide_math.h"
 
 namespace kestrel {
 namespace {

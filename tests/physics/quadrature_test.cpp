@@ -1,9 +1,9 @@
+#include "kestrel/quadrature.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
-
-#include "inputs/numerical_integration.h"
 
 namespace kestrel {
 namespace {

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
+#include "kestrel/instruction_set.h"
 #include "mex/standalone/standalone_host.h"
-#include "numerics/instruction_set.h"
 #include "tests/support/reference_fields.h"
 
 namespace kestrel::test {

@@ -16,8 +16,8 @@
 #include <map>
 #include <string>
 
-#include "numerics/four_wide_math.h"
-#include "numerics/instruction_set.h"
+#include "kestrel/four_wide.h"
+#include "kestrel/instruction_set.h"
 #include "tests/support/situation.h"
 #include "tests/support/transient_situation.h"
 

@@ -1,5 +1,3 @@
-#include "numerics/four_wide_math.h"
-
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -10,9 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "elements/debug_m128.h"
+#include "kestrel/four_wide.h"
 #include "mex/standalone/standalone_host.h"
-#include "numerics/float4.h"
 #include "numerics/four_wide_kernels.h"
 
 namespace kestrel {

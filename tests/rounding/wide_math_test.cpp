@@ -11,8 +11,7 @@
 #include <limits>
 #include <random>
 
-#include "numerics/fast_sinc.h"
-#include "numerics/piston_apodization.h"
+#include "kestrel/special_functions.h"
 
 namespace kestrel {
 namespace {

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "elements/transducer.h"
+#include "kestrel/transducer.h"
 
 namespace kestrel {
 

@@ -8,8 +8,8 @@
 #include <array>
 #include <cmath>
 
+#include "kestrel/special_functions.h"
 #include "numerics/four_wide_kernels.h"
-#include "numerics/smart_exp.h"
 #include "tests/support/situation.h"
 
 namespace kestrel::test {

@@ -9,14 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "elements/circular_transducer.h"
-#include "elements/rectangular_transducer.h"
-#include "elements/ring_transducer.h"
-#include "elements/spherical_ring_transducer.h"
-#include "elements/spherical_transducer.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
+#include "kestrel/elements.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/quadrature.h"
 
 namespace kestrel::test {
 

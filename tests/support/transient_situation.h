@@ -7,11 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "excitation/hanning_pulse.h"
-#include "excitation/signal_rate.h"
-#include "excitation/t_cubed_pulse.h"
-#include "excitation/tone_burst.h"
-#include "inputs/time_samples.h"
+#include "kestrel/excitation.h"
+#include "kestrel/time_axis.h"
 #include "methods/transient/impulse_response.h"
 #include "mex/standalone/standalone_host.h"
 #include "tests/support/situation.h"

@@ -3,12 +3,12 @@
 #include <complex>
 #include <cstddef>
 
-#include "geometry/element.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
-#include "inputs/time_samples.h"
-#include "methods/common/element_result.h"
+#include "kestrel/geometry.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/quadrature.h"
+#include "kestrel/time_axis.h"
+#include "kestrel/transducer.h"
 
 namespace kestrel {
 

@@ -5,7 +5,7 @@
 #include <complex>
 #include <vector>
 
-#include "numerics/instruction_set.h"
+#include "kestrel/instruction_set.h"
 #include "numerics/run_kernel.h"
 
 namespace kestrel {

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <vector>
 
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
-#include "services/services.h"
+#include "kestrel/medium.h"
+#include "kestrel/quadrature.h"
+#include "kestrel/services.h"
 
 namespace kestrel::detail {
 

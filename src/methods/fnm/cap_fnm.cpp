@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "kestrel/compiler.h"
+
 namespace kestrel {
 
 namespace {

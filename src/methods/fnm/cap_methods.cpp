@@ -1,11 +1,34 @@
-#include "methods/common/cap_tables.h"
 #include "methods/common/superpose_caps.h"
+#include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
+#include "methods/fnm/cap_fnm.h"
 #include "methods/fnm/four_wide_fields.h"
 
 namespace kestrel::detail {
 
 namespace {
+
+/// cos psi_j and weights over (0, pi), mapped from a rule on (-1, 1) that stays as it is.
+std::vector<double> cap_cosines(const NumericalIntegration& rule) {
+  return from_abscissas(rule, [](double x) { return std::cos(x * kHalfPi + kHalfPi); });
+}
+std::vector<double> cap_weights(const NumericalIntegration& rule) {
+  return from_weights(rule, [](double w) { return w * kHalfPi; });
+}
+
+/// Fast nearfield expression of one cap. `prefactor` is rho c R_c a / pi in its shape's order of
+/// operations; the weight is negated for a hole.
+CapFnm cap_fnm(const CapGeometry& cap, const Medium& medium, const NumericalIntegration& rule,
+               double prefactor, std::complex<double> weight, Propagation propagation) {
+  return {cap,
+          prefactor,
+          weight,
+          medium._rho_density,
+          medium._f0,
+          cap_cosines(rule),
+          cap_weights(rule),
+          propagation};
+}
 
 CapFnm shell_fnm(const Shell& face, const ElementInputs& in, double frequency) {
   const double impedance = in.medium->_rho_density * in.medium->_soundspeed;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kestrel/compiler.h"
 #include "numerics/interruption.h"
 
 namespace kestrel {

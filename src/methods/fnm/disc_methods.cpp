@@ -1,12 +1,20 @@
-#include "methods/common/disc_tables.h"
+#include "kestrel/special_functions.h"
 #include "methods/common/superpose_field.h"
+#include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
+#include "methods/fnm/disc_fnm.h"
 #include "methods/fnm/four_wide_fields.h"
-#include "numerics/piston_apodization.h"
 
 namespace kestrel::detail {
 
 namespace {
+
+/// One edge with its table over the nodes of a rule on (0, pi).
+DiscEdge disc_edge(const NumericalIntegration& rule, double radius, double sign,
+                   std::complex<double> prefactor) {
+  return {radius, sign, prefactor,
+          from_abscissas(rule, [&](double psi) { return (radius + radius) * std::cos(psi); })};
+}
 
 /// rho (c ((a/pi) w)).
 std::complex<double> disc_prefactor(const Medium& medium, double radius, std::complex<double> w) {

@@ -2,8 +2,9 @@
 
 #include <cmath>
 
+#include "kestrel/compiler.h"
+#include "kestrel/special_functions.h"
 #include "methods/fnm/rectangle_edges.h"
-#include "numerics/smart_exp.h"
 
 namespace kestrel {
 

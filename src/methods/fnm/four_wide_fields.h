@@ -8,6 +8,7 @@
 #include <complex>
 #include <vector>
 
+#include "kestrel/compiler.h"
 #include "methods/common/field_tile.h"
 #include "methods/fnm/cap_fnm.h"
 #include "methods/rayleigh/surface_sum.h"

@@ -1,5 +1,7 @@
 #include "methods/fnm/rectangle_fnm.h"
 
+#include "kestrel/compiler.h"
+
 namespace kestrel {
 
 namespace {

@@ -3,6 +3,7 @@
 #include <complex>
 #include <vector>
 
+#include "kestrel/compiler.h"
 #include "methods/common/field_tile.h"
 #include "methods/fnm/rectangle_edges.h"
 

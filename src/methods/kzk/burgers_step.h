@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
 #include "methods/kzk/buffer.h"
-#include "numerics/compiler.h"
 
 /// The nonlinear step in the time domain: dp/dsigma = (N/2) d(p^2)/dtheta, that is Burgers'
 /// equation v_sigma + (N v^2 / 2)_theta = 0 for v = -p. Conservative and second order away from

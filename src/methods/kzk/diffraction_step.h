@@ -1,7 +1,8 @@
 #pragma once
 
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
 #include "methods/kzk/radial_operator.h"
-#include "numerics/compiler.h"
 
 /// The implicit diffraction step of harmonics: (A - theta g B) u_new = (A + (1 - theta) g B) u_old
 /// with g = -j ds diffraction / (n step^2). The elimination is written once, for `lanes` harmonics

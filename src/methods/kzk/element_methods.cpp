@@ -3,10 +3,10 @@
 #include <cmath>
 #include <new>
 
-#include "excitation/excitation_function.h"
+#include "kestrel/excitation.h"
+#include "kestrel/services.h"
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
-#include "services/services.h"
 
 namespace kestrel::detail {
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cmath>
 
+#include "kestrel/compiler.h"
 #include "methods/kzk/diffraction_step.h"
 #include "methods/kzk/nonlinear_step.h"
 #include "numerics/run_kernel.h"

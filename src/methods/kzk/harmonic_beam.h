@@ -2,10 +2,10 @@
 
 #include <vector>
 
+#include "kestrel/instruction_set.h"
 #include "methods/kzk/buffer.h"
 #include "methods/kzk/plan.h"
 #include "methods/kzk/workers.h"
-#include "numerics/instruction_set.h"
 
 namespace kestrel::kzk {
 

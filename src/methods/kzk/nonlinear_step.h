@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "kestrel/compiler.h"
 #include "methods/kzk/buffer.h"
 #include "numerics/wide_math.h"
 

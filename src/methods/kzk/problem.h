@@ -6,10 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "kestrel/error.h"
+#include "kestrel/nonlinear.h"
 #include "methods/kzk/beam.h"
-#include "methods/kzk/cost.h"
-#include "methods/kzk/parameters.h"
-#include "services/error.h"
 
 /// What the continuous-wave march (cw_march.h) and the pulse march (transient_march.h) have in
 /// common for who calls them: the problem as a user states it, and the report.

@@ -4,8 +4,9 @@
 #include <cmath>
 #include <numbers>
 
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
 #include "methods/kzk/buffer.h"
-#include "numerics/compiler.h"
 
 namespace kestrel::kzk {
 

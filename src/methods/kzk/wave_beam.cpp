@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "kestrel/compiler.h"
 #include "methods/kzk/burgers_step.h"
 #include "methods/kzk/flush_denormals.h"
 #include "numerics/run_kernel.h"

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
 #include "methods/kzk/radial_operator.h"
-#include "numerics/compiler.h"
 
 /// The implicit diffraction step of waveforms, in single precision.
 ///

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "numerics/instruction_set.h"
+#include "kestrel/instruction_set.h"
 #include "numerics/interruption.h"
 
 namespace kestrel::kzk {

@@ -1,10 +1,10 @@
+#include "kestrel/services.h"
 #include "methods/common/superpose_field.h"
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
 #include "methods/fnm/four_wide_fields.h"
 #include "methods/rayleigh/rectangle_farfield.h"
 #include "methods/rayleigh/surface_sum.h"
-#include "services/services.h"
 
 namespace kestrel::detail {
 

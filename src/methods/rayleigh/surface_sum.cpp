@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kestrel/compiler.h"
 #include "numerics/interruption.h"
 
 namespace kestrel {

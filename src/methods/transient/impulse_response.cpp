@@ -1,6 +1,6 @@
 #include "methods/transient/impulse_response.h"
 
-#include "geometry/cartesian_coordinate.h"
+#include "kestrel/geometry.h"
 
 namespace kestrel {
 

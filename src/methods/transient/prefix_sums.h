@@ -6,8 +6,9 @@
 
 #include <cstddef>
 
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
 #include "methods/transient/active_window.h"
-#include "numerics/float4.h"
 #include "numerics/four_wide_kernels.h"
 #include "numerics/run_kernel.h"
 

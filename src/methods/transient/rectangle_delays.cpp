@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numeric>
 
+#include "kestrel/compiler.h"
 #include "numerics/run_kernel.h"
 
 namespace kestrel {

@@ -5,7 +5,8 @@
 #include <numeric>
 #include <utility>
 
-#include "numerics/float4.h"
+#include "kestrel/compiler.h"
+#include "kestrel/four_wide.h"
 #include "numerics/run_kernel.h"
 
 namespace kestrel {

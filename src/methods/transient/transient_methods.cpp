@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "excitation/signal_rate.h"
+#include "kestrel/excitation.h"
 #include "methods/transient/transient_sums.h"
 #include "numerics/interruption.h"
 

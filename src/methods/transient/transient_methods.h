@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "excitation/excitation_function.h"
+#include "kestrel/excitation.h"
 #include "methods/common/element_inputs.h"
 #include "methods/common/wave_constants.h"
 #include "methods/transient/delay_list.h"

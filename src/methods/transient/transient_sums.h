@@ -17,7 +17,7 @@
 #include <limits>
 #include <vector>
 
-#include "excitation/excitation_function.h"
+#include "kestrel/excitation.h"
 #include "methods/common/element_inputs.h"
 #include "methods/transient/active_window.h"
 #include "methods/transient/delay_list.h"

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "services/array.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

@@ -1,19 +1,83 @@
 #pragma once
 
-/// The shapes of elements, and all that the library must know about a shape besides its methods.
-///
-/// Planar faces lie in the local plane z = 0, spherical ones have their apex at the local origin;
-/// all radiate towards local +z. Lengths are metres.
-
 #include <array>
+#include <cmath>
+#include <complex>
 #include <concepts>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
 
-#include "geometry/cartesian_coordinate.h"
+namespace kestrel {
+
+/// A point in metres, or three angles in radians.
+struct CartesianCoordinate {
+  double x = 0.0;
+  double y = 0.0;
+  double z = 0.0;
+
+  CartesianCoordinate() = default;
+  CartesianCoordinate(double x_value, double y_value, double z_value)
+      : x(x_value), y(y_value), z(z_value) {}
+
+  /// Euclidean distance to `other`.
+  double calculate_distance(CartesianCoordinate other) const;
+
+  /// Euclidean distance to the point (x2, y2, z2).
+  double calculate_distance(double x2, double y2, double z2) const;
+};
+
+/// Sign of `v`: -1, 0 or +1, where everything within 1e-10 of zero (that bound included) has none.
+/// Coordinates are in metres, so this is far below any length that sound can tell apart.
+inline double sign(double v) {
+  const double magnitude = std::fabs(v);
+  return magnitude <= 1e-10 ? 0.0 : v / magnitude;
+}
+
+/// The rotation from global axes to those of an element with the Euler angles e (radians):
+/// R = Rz(e.z) Rx(e.y) Ry(e.x), rotations of the frame, first about y, then about x, then about z.
+class Rotation {
+ public:
+  /// No rotation.
+  Rotation() = default;
+  explicit Rotation(CartesianCoordinate euler);
+
+  /// A global direction in the element's frame.
+  CartesianCoordinate to_local(CartesianCoordinate direction) const;
+  /// A direction of the element's frame in global axes.
+  CartesianCoordinate to_global(CartesianCoordinate direction) const;
+  /// What the element's local z axis, the direction in which it radiates, is in global axes.
+  CartesianCoordinate normal() const { return {_m[2][0], _m[2][1], _m[2][2]}; }
+  double entry(int row, int column) const { return _m[row][column]; }
+
+  /// First `inner`, seen from a frame that `outer` has turned already: the product of the matrices.
+  friend Rotation operator*(const Rotation& inner, const Rotation& outer);
+  /// Angles of this rotation. Where the face looks along -y or +y, turns about y and about z are
+  /// the same, and all of it goes to z.
+  CartesianCoordinate euler() const;
+
+ private:
+  double _m[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+};
+
+/// Angles of an element with the angles `inner` in a frame with the angles `outer`. Where one of
+/// the two is not turned, the angles of the other come back as they are: elements that look the
+/// same way keep equal angles, to the last bit.
+CartesianCoordinate compose_euler(CartesianCoordinate inner, CartesianCoordinate outer);
+
+/// Angles {e1, e2, 0} of an element that radiates along `direction`. Fails for a direction without
+/// length.
+CartesianCoordinate euler_towards(CartesianCoordinate direction);
+
+}  // namespace kestrel
+
+/// The shapes of elements, and all that the library must know about a shape besides its methods.
+///
+/// Planar faces lie in the local plane z = 0, spherical ones have their apex at the local origin;
+/// all radiate towards local +z. Lengths are metres.
 
 namespace kestrel {
 
@@ -218,5 +282,28 @@ void for_each_shape(const Visit& visit) {
 
 /// "'rect', 'circ', ...".
 std::string list_shapes();
+
+/// One element of an array: its shape, its place and its drive. A plain value.
+struct Element {
+  Geometry geometry;
+  CartesianCoordinate center = {};  ///< metres
+  CartesianCoordinate euler = {};   ///< radians, see Rotation
+  double amplitude = 1;             ///< of the normal velocity of the face, m/s
+  double phase = 0;                 ///< of that velocity, radians; time runs as e^{+jwt}
+  double time_delay = 0;            ///< of pulses, seconds
+  int apodization_index = 0;        ///< radial velocity profile of a circle, 0 (uniform) to 4
+
+  /// amplitude e^{j phase}, as every calculation method takes it.
+  std::complex<double> weight() const {
+    return {amplitude * std::cos(phase), amplitude * std::sin(phase)};
+  }
+};
+
+/// Fails when a number of the element is not finite or its sizes cannot be. The text names the
+/// element by `number`, counted from 1.
+void check_element(const Element& element, std::size_t number);
+
+/// Radius about the local origin of a sphere that holds the whole element.
+double extent(const Geometry& geometry);
 
 }  // namespace kestrel

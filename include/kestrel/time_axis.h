@@ -2,9 +2,8 @@
 
 #include <cstddef>
 
-#include "inputs/host_array.h"
-#include "services/array.h"
-#include "services/error.h"
+#include "kestrel/error.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

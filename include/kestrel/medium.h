@@ -1,6 +1,6 @@
 #pragma once
 
-#include "inputs/host_array.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

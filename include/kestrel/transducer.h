@@ -2,16 +2,22 @@
 
 #include <complex>
 
-#include "geometry/cartesian_coordinate.h"
-#include "geometry/rotation.h"
-#include "inputs/coordinate_grid.h"
-#include "inputs/medium.h"
-#include "inputs/numerical_integration.h"
-#include "inputs/time_samples.h"
-#include "methods/common/element_result.h"
-#include "numerics/piston_apodization.h"
+#include "kestrel/geometry.h"
+#include "kestrel/grid.h"
+#include "kestrel/medium.h"
+#include "kestrel/quadrature.h"
+#include "kestrel/special_functions.h"
+#include "kestrel/time_axis.h"
 
 namespace kestrel {
+
+/// What every calculation method returns.
+enum ElementResult : int {
+  kSuccess = 0,
+  kNotImplemented = 1,  ///< this shape has no such method
+  kOutOfMemory = 2,     ///< nothing was added to the planes
+  kMisuse = 3,          ///< an input is missing or out of range; nothing was added
+};
 
 class ExcitationFunction;
 

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <complex>
+#include <memory>
 #include <span>
 #include <vector>
 
-#include "inputs/host_array.h"
-#include "inputs/time_samples.h"
-#include "services/array.h"
+#include "kestrel/four_wide.h"
+#include "kestrel/services.h"
+#include "kestrel/time_axis.h"
 
 namespace kestrel {
 
@@ -179,5 +180,121 @@ class ExcitationFunction {
 
 /// True for 1, 2, 4, 8 and so on.
 bool isPowerOfTwo(int n);
+
+/// What the three analytic pulses share: how the terms of a decomposition are written out. All
+/// terms are evaluated in double; the single-precision forms round each term when it is stored.
+template <class PulseTerms>
+class AnalyticPulse : public ExcitationFunction {
+ public:
+  ~AnalyticPulse() override;
+
+  void spatial_tsd(double* out, const double& tau) const override;
+  void spatial_tsd(float* out, const float& tau) const override;
+  /// Computes nothing and leaves `out` alone; the four-wide field methods form their own terms.
+  void spatial_tsd(float4* /*out*/, const float4& /*tau*/) const {}
+
+  void temporal_tsd(double* out, const TimeSamples* axis, const int& nt,
+                    const double& t0) const override;
+  void temporal_tsd(float* out, const TimeSamples* axis, const int& nt,
+                    const float& t0) const override;
+  int number_of_tsd_terms() const override;
+
+  /// Terms of four delays in single precision, tau[i] - reference rounded first; n is a multiple of
+  /// four and `out` is term-major.
+  void four_wide_spatial_terms(float* out, const double* tau, int n,
+                               double reference) const override;
+
+  int number_of_exact_terms() const override;
+  void exact_spatial_terms(double* out, const double* tau, int n, double reference) const override;
+  void exact_temporal_terms(double* out, const double* t, int n, double reference) const override;
+
+ protected:
+  AnalyticPulse(double a0, double f0, double pulse_width, double b, int type);
+  /// `interface`: the decomposition that the functions of the interface give; `exact`: the one
+  /// whose sum is the signal itself. For most pulses they are the same.
+  void set_terms(const PulseTerms& interface, const PulseTerms& exact);
+
+  /// Open at both ends.
+  bool inside(double t) const { return t > 0 && t < _pulse_width; }
+
+ private:
+  struct Terms;
+  std::unique_ptr<const Terms> _terms;
+};
+
+struct ToneTerms;
+struct HanningTerms;
+struct TCubedTerms;
+extern template class AnalyticPulse<ToneTerms>;
+extern template class AnalyticPulse<HanningTerms>;
+extern template class AnalyticPulse<TCubedTerms>;
+
+/// A0 sin(2 pi f0 t), cut to a pulse.
+class ToneBurst final : public AnalyticPulse<ToneTerms> {
+ public:
+  /// Amplitude, frequency in Hz, width in seconds; B has no effect.
+  ToneBurst(double A0, double f0, double pulse_width, double B, int type);
+
+  /// The signal for 0 < t < pulse_width.
+  double at(const double& t) const override;
+  /// The rate for 0 <= t <= pulse_width: unlike `at`, both ends included.
+  double derivative(const double& t) const override;
+
+  using AnalyticPulse::temporal_tsd;
+  /// Four samples at a time by the shortened sine and cosine of `sincos_ps`, errors up to 2.5e-3
+  /// included. t_i - t0 is formed in double and then rounded, and so is omega0.
+  void temporal_tsd(float* out, const TimeSamples* axis, const int& nt,
+                    const float& t0) const override;
+};
+
+/// A0 (1 - cos(2 pi t / pulse_width)) sin(2 pi f0 t) for 0 < t < pulse_width.
+///
+/// Both the spatial and the temporal terms carry A0: the sum of their products is A0 times the
+/// signal. Divide by A0 once after summing.
+class HanningPulse final : public AnalyticPulse<HanningTerms> {
+ public:
+  /// Amplitude, frequency in Hz, width in seconds; B has no effect.
+  HanningPulse(double A0, double f0, double pulse_width, double B, int type);
+
+  double at(const double& t) const override;
+  double derivative(const double& t) const override;
+};
+
+/// A0 t^3 e^(-B t) sin(2 pi f0 t) for 0 < t < pulse_width; the gentle start and the long tail of a
+/// damped transducer.
+///
+/// `derivative` carries A0 on its first term only, so it is the true rate only for A0 = 1.
+/// `signal_rate` has the true one for every A0.
+class TCubedPulse final : public AnalyticPulse<TCubedTerms> {
+ public:
+  /// Amplitude in 1/s^3, frequency in Hz, width in seconds, decay rate B in 1/s.
+  TCubedPulse(double A0, double f0, double pulse_width, double B, int type);
+
+  double at(const double& t) const override;
+  double derivative(const double& t) const override;
+};
+
+/// The true rate dv/dt of an excitation, where `derivative` is not: it restores the amplitude on
+/// all terms of the t-cubed pulse and the factor omega on the lines of a sampled signal. What an
+/// excitation says of itself is read once, at construction; it must outlive this object.
+///
+/// For a sampled signal the Nyquist line counts once, so the rate is that of the samples'
+/// trigonometric interpolation. A jump of the signal at an end of its support is not part of it.
+class SignalRate {
+ public:
+  explicit SignalRate(const ExcitationFunction& excitation);
+
+  double operator()(double t) const;
+
+ private:
+  struct Line {
+    double omega;
+    double sine;    ///< coefficient of sin(omega t) in the rate
+    double cosine;  ///< coefficient of cos(omega t)
+  };
+
+  const ExcitationFunction& _excitation;
+  std::vector<Line> _lines;
+};
 
 }  // namespace kestrel

@@ -4,9 +4,12 @@
 #include <string>
 #include <string_view>
 
-#include "geometry/shapes.h"
-#include "methods/common/element_inputs.h"
-#include "methods/kzk/parameters.h"
+#include "kestrel/geometry.h"
+#include "kestrel/nonlinear.h"
+
+namespace kestrel::detail {
+struct ElementInputs;
+}
 
 namespace kestrel::fields {
 

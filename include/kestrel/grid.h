@@ -1,9 +1,8 @@
 #pragma once
 
-#include "geometry/cartesian_coordinate.h"
-#include "inputs/host_array.h"
-#include "services/array.h"
-#include "services/error.h"
+#include "kestrel/error.h"
+#include "kestrel/geometry.h"
+#include "kestrel/services.h"
 
 namespace kestrel {
 

@@ -33,6 +33,12 @@ class Error : public std::runtime_error {
   ErrorKind _kind;
 };
 
+/// The progress callback, or Ctrl-C, asked to stop.
+class Cancelled : public Error {
+ public:
+  Cancelled() : Error("The calculation was cancelled.", ErrorKind::cancelled) {}
+};
+
 /// Throws Error with the formatted text: an invalid argument unless a kind is given.
 [[noreturn]] void fail(const char* format, ...) KESTREL_PRINTF_LIKE(1, 2);
 [[noreturn]] void fail(ErrorKind kind, const char* format, ...) KESTREL_PRINTF_LIKE(2, 3);
