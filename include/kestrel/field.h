@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "kestrel/elements.h"
@@ -33,9 +34,13 @@ inline constexpr double kBegun = 1e-9;
 /// How a whole array's field is to be computed.
 struct Settings {
   const Method* method = find_continuous_wave_method("fnm_cw");
-  /// Quadrature nodes per integral; ignored when a tolerance is given, and by 'kzk_cw'.
+  /// Hz; 0: the medium's.
+  double frequency = 0;
+  /// Quadrature nodes per integral; ignored when a tolerance is given, and by 'kzk_cw'. 0: as many
+  /// as a tolerance wants.
   int nodes = 0;
-  /// Largest error wanted, relative to the field's peak; the number of nodes follows.
+  /// Largest error wanted, relative to the field's peak; the number of nodes follows. Without it
+  /// and without nodes it is 1e-4 for methods that take a tolerance.
   std::optional<double> tolerance = {};
   int threads = 0;    ///< 0: one per processor core
   bool reuse = true;  ///< let equal elements share what they have in common
@@ -65,6 +70,8 @@ struct Report {
   double error_estimate = 0;
   /// The largest march of 'kzk_cw'.
   kzk::Cost march = {};
+  /// What the user should know of the result, each text once.
+  std::vector<std::string> warnings;
 };
 
 /// Pressure of an array on a grid: result[i] for grid point i is the sum over all elements, each in
@@ -77,9 +84,17 @@ struct Report {
 ///
 /// Fails for elements or settings that cannot be (naming the element, counted from 1), for a method
 /// that a shape lacks, and with Cancelled when progress says so; then `result` is unspecified.
-/// Texts of the methods come once each, on the calling thread, which must be the host's.
+/// What the methods print comes once, on the calling thread; their warnings are in the report.
 Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
                      const Medium& medium, const Settings& settings, std::complex<double>* result);
+
+/// A field, in the order of the grid's points, and what was done.
+struct ContinuousField {
+  std::vector<std::complex<double>> pressure;
+  Report report;
+};
+ContinuousField continuous_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                                 const Medium& medium, const Settings& settings = {});
 
 /// Harmonics of a nonlinear beam by 'kzk_cw', all from one march of each element: harmonic
 /// harmonics[h] at point i is result[h * points + i]; without harmonics, the one that settings.kzk
@@ -113,6 +128,8 @@ struct TransientReport {
   double memory = 0;  ///< bytes of working memory, besides the result and the methods' own tables
   /// The largest march of 'kzk_transient'.
   kzk::Cost march = {};
+  /// What the user should know of the result, each text once.
+  std::vector<std::string> warnings;
 };
 
 /// Transient pressure of an array: result[i + k * grid.npoints()] for grid point i and sample k of

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <span>
+#include <utility>
+
 #include "kestrel/error.h"
 #include "kestrel/geometry.h"
 #include "kestrel/services.h"
@@ -18,6 +21,12 @@ class CoordinateGrid {
   CoordinateGrid() = default;
   CoordinateGrid(const CoordinateGrid&) = delete;
   CoordinateGrid& operator=(const CoordinateGrid&) = delete;
+  /// What is moved from is as made by the default constructor.
+  CoordinateGrid(CoordinateGrid&& other) noexcept { swap(other); }
+  CoordinateGrid& operator=(CoordinateGrid&& other) noexcept {
+    CoordinateGrid(std::move(other)).swap(*this);
+    return *this;
+  }
 
   /// Reads the structure made by `set_coordinate_grid`: the field `coordinates` (m-by-3, a point
   /// list; an empty one has no points), or else `xmin`, `xmax`, `ymin`, `ymax`, `zmin`, `zmax` and
@@ -89,6 +98,26 @@ class CoordinateGrid {
   const double* z_values() const { return _z_values.data(); }
 
  private:
+  void swap(CoordinateGrid& other) noexcept {
+    std::swap(_xmin, other._xmin);
+    std::swap(_xmax, other._xmax);
+    std::swap(_ymin, other._ymin);
+    std::swap(_ymax, other._ymax);
+    std::swap(_zmin, other._zmin);
+    std::swap(_zmax, other._zmax);
+    std::swap(_deltax, other._deltax);
+    std::swap(_deltay, other._deltay);
+    std::swap(_deltaz, other._deltaz);
+    std::swap(_npoints, other._npoints);
+    std::swap(_nx, other._nx);
+    std::swap(_ny, other._ny);
+    std::swap(_nz, other._nz);
+    std::swap(_regular, other._regular);
+    std::swap(_x_values, other._x_values);
+    std::swap(_y_values, other._y_values);
+    std::swap(_z_values, other._z_values);
+  }
+
   double _xmin = 0.0, _xmax = 0.0;
   double _ymin = 0.0, _ymax = 0.0;
   double _zmin = 0.0, _zmax = 0.0;
@@ -100,5 +129,19 @@ class CoordinateGrid {
   services::Array<double> _y_values;
   services::Array<double> _z_values;
 };
+
+/// Values along an axis: from, from + step and so on, up to `to`, metres. A step of 0, or equal
+/// bounds, give the single value `from`.
+struct AxisRange {
+  double from = 0, to = 0, step = 0;
+};
+struct GridRanges {
+  AxisRange x, y, z;
+};
+
+/// A regular grid. Fails as CoordinateGrid::RegularCoordinateGrid does.
+CoordinateGrid regular_grid(const GridRanges& ranges);
+/// A list of points.
+CoordinateGrid point_list(std::span<const CartesianCoordinate> points);
 
 }  // namespace kestrel

@@ -4,11 +4,26 @@
 
 namespace kestrel {
 
+/// The properties of a medium by name, those of water without loss unless said otherwise.
+struct MediumProperties {
+  double density = 1000;                 ///< kg/m^3
+  double sound_speed = 1500;             ///< m/s
+  double attenuation_dB_per_cm_MHz = 0;  ///< grows in proportion to the frequency
+  double nonlinearity = 0;               ///< the parameter beta = 1 + B/(2A)
+};
+
 /// The homogeneous propagation medium and the frequency of the excitation. A plain value: copy it.
 class Medium {
  public:
   /// All properties zero.
   Medium() = default;
+
+  /// With the frequency not set; whole arrays take it from their settings.
+  explicit Medium(const MediumProperties& properties)
+      : _soundspeed(properties.sound_speed),
+        _dBcmMHz(properties.attenuation_dB_per_cm_MHz),
+        _rho_density(properties.density),
+        _beta(properties.nonlinearity) {}
 
   /// Reads the nine properties of the first entry of the medium structure; `_f0`, `_fs` and
   /// `_powerlawcoeff` are not in it and stay zero. The numbers are taken as they are. Fails when a

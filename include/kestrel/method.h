@@ -52,7 +52,7 @@ struct Method {
 /// The continuous-wave methods, by their names in the method table.
 std::span<const Method> continuous_wave_methods();
 
-/// The continuous-wave method of that name; null when there is none.
+/// The continuous-wave method of that name. Fails with a list of them when there is none.
 const Method* find_continuous_wave_method(std::string_view name);
 
 /// The transient methods, likewise.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 #include "kestrel/services.h"
 
@@ -15,6 +16,12 @@ class NumericalIntegration {
   NumericalIntegration() = default;
   NumericalIntegration(const NumericalIntegration&) = delete;
   NumericalIntegration& operator=(const NumericalIntegration&) = delete;
+  /// What is moved from is as made by the default constructor.
+  NumericalIntegration(NumericalIntegration&& other) noexcept { swap(other); }
+  NumericalIntegration& operator=(NumericalIntegration&& other) noexcept {
+    NumericalIntegration(std::move(other)).swap(*this);
+    return *this;
+  }
 
   /// Makes room for n nodes, all zero. Fails when n < 1. False when memory runs out; then the rule
   /// is as it was.
@@ -69,6 +76,18 @@ class NumericalIntegration {
   int kzk_count(int i) const { return i < 0 || i > 1 ? 0 : _kzk_counts[i]; }
 
  private:
+  void swap(NumericalIntegration& other) noexcept {
+    std::swap(_kzk_parameters, other._kzk_parameters);
+    std::swap(_kzk_counts, other._kzk_counts);
+    std::swap(_npoints, other._npoints);
+    std::swap(_abscissas, other._abscissas);
+    std::swap(_weights, other._weights);
+    std::swap(_cosines, other._cosines);
+    std::swap(_gauss_known, other._gauss_known);
+    std::swap(_gauss_abscissas, other._gauss_abscissas);
+    std::swap(_gauss_weights, other._gauss_weights);
+  }
+
   double value(const services::Array<double>& values, int i) const {
     return i < 0 || i >= _npoints ? 0.0 : values[static_cast<std::size_t>(i)];
   }

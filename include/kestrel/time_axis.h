@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 #include "kestrel/error.h"
 #include "kestrel/services.h"
@@ -22,6 +23,12 @@ class TimeSamples {
   TimeSamples(double deltat, double tmin, double tmax);
   TimeSamples(const TimeSamples&) = delete;
   TimeSamples& operator=(const TimeSamples&) = delete;
+  /// What is moved from is as made by the default constructor.
+  TimeSamples(TimeSamples&& other) noexcept { swap(other); }
+  TimeSamples& operator=(TimeSamples&& other) noexcept {
+    TimeSamples(std::move(other)).swap(*this);
+    return *this;
+  }
 
   /// Reads the structure made by `set_time_samples`: the field `time_samples` (an explicit list),
   /// or else `tmin`, `tmax` and `deltat`. Only the first entry of a structure array counts. Returns
@@ -67,6 +74,20 @@ class TimeSamples {
   double tau_index_value(int j) const { return value(_tau_values, _ntau, j); }
 
  private:
+  void swap(TimeSamples& other) noexcept {
+    std::swap(_nt, other._nt);
+    std::swap(_nt_local, other._nt_local);
+    std::swap(_ntau, other._ntau);
+    std::swap(_time_values, other._time_values);
+    std::swap(_tau_values, other._tau_values);
+    std::swap(_tmin, other._tmin);
+    std::swap(_tmax, other._tmax);
+    std::swap(_deltat, other._deltat);
+    std::swap(_taumin, other._taumin);
+    std::swap(_taumax, other._taumax);
+    std::swap(_deltatau, other._deltatau);
+  }
+
   /// The count itself passes as an index: every filled axis has a zero behind its last sample. An
   /// axis that was never filled has no entries at all.
   static double value(const services::Array<double>& values, int count, int i) {

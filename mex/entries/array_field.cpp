@@ -29,7 +29,7 @@ enum Argument { kArray, kGrid, kMedium, kNdiv, kFrequency, kOptions, kArguments 
 
 fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
   fields::Settings settings;
-  settings.method = read_method(options, fields::continuous_wave_methods());
+  settings.method = fields::find_continuous_wave_method(text_option(options, "method"));
   const std::string set = text_option(options, "instruction_set");
   if (set != "auto") {
     for (const InstructionSet known : kInstructionSets) {
@@ -126,6 +126,7 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
       wanted.empty()
           ? fields::compute_field(elements, grid, medium, settings, pressure)
           : fields::compute_harmonics(elements, grid, medium, wanted, settings, pressure);
+  for (const std::string& warning : report.warnings) services::warn(warning.c_str());
   warn_of_values_that_are_not_finite(
       entry, mxGetNumberOfElements(result), grid, [&](std::size_t i) {
         return std::isfinite(pressure[i].real()) && std::isfinite(pressure[i].imag());

@@ -45,15 +45,6 @@ double number_option(const mxArray* options, const char* field) {
   return read_number(options, field, "options");
 }
 
-const fields::Method* read_method(const mxArray* options, std::span<const fields::Method> methods) {
-  const std::string name = text_option(options, "method");
-  for (const fields::Method& method : methods) {
-    if (name == method.name) return &method;
-  }
-  fail("unknown method '%s'; the methods are %s.", name.c_str(),
-       fields::list_names(methods).c_str());
-}
-
 kzk::Parameters read_march(const mxArray* options, bool pulse) {
   struct Field {
     const char* name;

@@ -25,9 +25,6 @@ std::vector<fields::Element> read_elements(const mxArray* array);
 std::string text_option(const mxArray* options, const char* field);
 double number_option(const mxArray* options, const char* field);
 
-/// The method of that name among `methods`; fails with a list of them.
-const fields::Method* read_method(const mxArray* options, std::span<const fields::Method> methods);
-
 /// The march's parameters, in the field `kzk` of the options: a structure in which every number may
 /// be missing. Of a pulse (`pulse`) they are step, radial_step, radius, samples and guard, of a
 /// continuous wave step, radial_step, radius, harmonics and harmonic. Fails for other fields.

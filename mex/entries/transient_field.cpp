@@ -131,7 +131,7 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   warn_of_dropped_lines(excitations);
 
   fields::TransientSettings settings;
-  settings.method = read_method(prhs[kOptions], fields::transient_methods());
+  settings.method = fields::find_transient_method(text_option(prhs[kOptions], "method"));
   if (!settings.method->marched) settings.nodes = read_nodes(prhs[kNdiv]);
   Console console(kEntry, number_option(prhs[kOptions], "progress") != 0);
   read_run(settings, prhs[kOptions], true, console);
@@ -140,6 +140,7 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   double* pressure = mxGetDoubles(result);
   const fields::TransientReport report = fields::compute_transient_field(
       elements, grid, medium, time, excitations.view(), settings, pressure);
+  for (const std::string& warning : report.warnings) services::warn(warning.c_str());
   warn_of_values_that_are_not_finite(
       kEntry, static_cast<std::size_t>(grid.npoints()) * static_cast<std::size_t>(time.nt()), grid,
       [&](std::size_t i) { return std::isfinite(pressure[i]); });

@@ -233,11 +233,17 @@ void check_harmonics(const kzk::Parameters& march, std::span<const int> wanted) 
   if (wanted.empty() && march.harmonic > 0) check(march.harmonic);
 }
 
-void check_settings(const Settings& settings) {
+/// The settings with what they leave open, or refused.
+Settings completed(Settings settings) {
+  constexpr double kDefaultTolerance = 1e-4;
+  check_method(settings.method);
   check_march_parameters(*settings.method, settings.kzk);
+  if (!settings.tolerance && settings.nodes == 0 && settings.method->takes_tolerance) {
+    settings.tolerance = kDefaultTolerance;
+  }
   if (!settings.tolerance) {
     if (settings.nodes < 1) fail("the number of nodes must be at least 1.");
-    return;
+    return settings;
   }
   if (!settings.method->takes_tolerance) {
     fail("a tolerance chooses the nodes of the method 'fnm_cw'; for '%s' give their number.",
@@ -246,6 +252,17 @@ void check_settings(const Settings& settings) {
   if (!(*settings.tolerance >= 1e-10 && *settings.tolerance < 1)) {
     fail("the tolerance must be at least 1e-10 and below 1, but it is %g.", *settings.tolerance);
   }
+  return settings;
+}
+
+/// The medium at the frequency of the settings.
+Medium tuned(Medium medium, double frequency) {
+  if (!(frequency >= 0) || !std::isfinite(frequency)) {
+    fail("the frequency must be greater than 0 and finite, but it is %g.", frequency);
+  }
+  if (frequency > 0) medium._f0 = frequency;
+  check_medium(medium);
+  return medium;
 }
 
 /// Adds the job's pressures; returns the bytes of working memory.
@@ -379,9 +396,10 @@ void compute_to_tolerance(TileRunner& runner, const std::vector<Element>& elemen
 }  // namespace
 
 Report compute_harmonics(const std::vector<Element>& elements, const CoordinateGrid& grid,
-                         const Medium& medium, std::span<const int> harmonics,
+                         const Medium& given, std::span<const int> harmonics,
                          const Settings& settings, std::complex<double>* result) {
   const Clock clock;
+  const Medium medium = tuned(given, settings.frequency);
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
   if (settings.tolerance) {
     fail("'kzk_cw' takes no tolerance: its steps decide how accurate it is.");
@@ -395,7 +413,8 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
   const ChosenInstructionSet chosen_set(settings);
   Report report = begin_report(thread_count(settings.threads));
   const MarchJob job{
-      elements, grid, medium, settings.kzk, settings.announce, settings.progress, settings.threads};
+      elements,         grid,           medium, settings.kzk, settings.announce, settings.progress,
+      settings.threads, report.warnings};
   report.march = add_harmonics(job, harmonics, result);
   report.memory = report.march.bytes;
   report.direct_elements = elements.size();
@@ -404,12 +423,14 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
 }
 
 Report compute_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
-                     const Medium& medium, const Settings& settings, std::complex<double>* result) {
+                     const Medium& given, const Settings& asked, std::complex<double>* result) {
   const Clock clock;
-  const Method& method = *settings.method;
-  if (method.marched) return compute_harmonics(elements, grid, medium, {}, settings, result);
+  check_method(asked.method);
+  const Method& method = *asked.method;
+  if (method.marched) return compute_harmonics(elements, grid, given, {}, asked, result);
   for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
-  check_settings(settings);
+  const Settings settings = completed(asked);
+  const Medium medium = tuned(given, settings.frequency);
   check_methods(elements, method, continuous_wave_methods());
 
   const GridPoints points(grid);
@@ -432,9 +453,18 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
     }
   }
 
+  report.warnings = runner.messages().take_warnings();
   runner.messages().replay();
   report.seconds = clock.seconds();
   return report;
+}
+
+ContinuousField continuous_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                                 const Medium& medium, const Settings& settings) {
+  ContinuousField field{std::vector<std::complex<double>>(static_cast<std::size_t>(grid.npoints())),
+                        {}};
+  field.report = compute_field(elements, grid, medium, settings, field.pressure.data());
+  return field;
 }
 
 }  // namespace kestrel::fields

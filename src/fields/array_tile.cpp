@@ -1,6 +1,7 @@
 #include "fields/array_tile.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 
 #include "kestrel/error.h"
@@ -127,6 +128,20 @@ detail::ElementInputs place_inputs(const Element& element) {
           .weight = element.weight(),
           .time_delay = element.time_delay,
           .apodization_index = element.apodization_index};
+}
+
+void check_method(const Method* method) {
+  if (method == nullptr) fail("a method is missing.");
+}
+
+void check_medium(const Medium& medium) {
+  const auto check = [](const char* property, double value) {
+    if (!(value > 0) || !std::isfinite(value)) {
+      fail("the medium's %s must be greater than 0 and finite, but it is %g.", property, value);
+    }
+  };
+  check("sound speed", medium._soundspeed);
+  check("density", medium._rho_density);
 }
 
 void check_methods(std::span<const Element> elements, const Method& method,

@@ -299,6 +299,7 @@ kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
   runner.run(job.elements.size(), [&] {
     return std::make_unique<MarchWorker>(job, array, state, at_once, threads / at_once);
   });
+  job.warnings = runner.messages().take_warnings();
   runner.messages().replay();
   state.largest.bytes *= at_once;
   return state.largest;

@@ -28,6 +28,7 @@ struct MarchJob {
   const Announcement& announce;
   const TileRunner::Progress& progress;
   int threads;
+  std::vector<std::string>& warnings;  ///< each once, naming the first element that it is about
 };
 
 /// Fails, naming the first element that sounds, when the list of points alone takes more storage

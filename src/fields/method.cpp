@@ -72,7 +72,8 @@ const Method* find(std::span<const Method> methods, std::string_view name) {
   for (const Method& method : methods) {
     if (name == method.name) return &method;
   }
-  return nullptr;
+  fail(ErrorKind::unsupported, "unknown method '%s'; the methods are %s.",
+       std::string(name).c_str(), list_names(methods).c_str());
 }
 
 }  // namespace

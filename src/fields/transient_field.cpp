@@ -61,6 +61,8 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
                                         std::span<const ExcitationFunction* const> excitations,
                                         const TransientSettings& settings, double* result) {
   const auto start = std::chrono::steady_clock::now();
+  check_method(settings.method);
+  check_medium(medium);
   const Method& method = *settings.method;
   if (settings.nodes < 1 && !method.marched) fail("the number of nodes must be at least 1.");
   check_march_parameters(method, settings.kzk);
@@ -78,9 +80,14 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
   TransientReport report;
   if (elements.empty() || method.marched) std::fill_n(result, npoints * samples, 0.0);
   if (method.marched) {
-    const MarchJob job{
-        elements,        grid, medium, settings.kzk, settings.announce, settings.progress,
-        settings.threads};
+    const MarchJob job{elements,
+                       grid,
+                       medium,
+                       settings.kzk,
+                       settings.announce,
+                       settings.progress,
+                       settings.threads,
+                       report.warnings};
     report.march = add_pulses(job, time, excitations, result);
     report.memory = report.march.bytes;
   } else if (!elements.empty() && npoints > 0 && samples > 0) {
@@ -96,6 +103,7 @@ TransientReport compute_transient_field(const std::vector<Element>& elements,
                     (sizeof(double) * static_cast<double>(size) * static_cast<double>(samples + 6) +
                      400.0 * static_cast<double>(elements.size()));
   }
+  if (!method.marched) report.warnings = runner.messages().take_warnings();
   runner.messages().replay();
 
   report.threads = runner.threads();

@@ -3,6 +3,7 @@
 #include <limits>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 #include "inputs/sample_count.h"
 #include "kestrel/error.h"
@@ -139,6 +140,28 @@ CartesianCoordinate CoordinateGrid::spatial_index_value(int const& k) const {
   if (iz >= _nz) return {};
   return {_x_values[static_cast<std::size_t>(ix)], _y_values[static_cast<std::size_t>(iy)],
           _z_values[static_cast<std::size_t>(iz)]};
+}
+
+CoordinateGrid regular_grid(const GridRanges& ranges) {
+  const auto& [x, y, z] = ranges;
+  CoordinateGrid grid;
+  grid.RegularCoordinateGrid(x.from, x.to, y.from, y.to, z.from, z.to, x.step, y.step, z.step);
+  return grid;
+}
+
+CoordinateGrid point_list(std::span<const CartesianCoordinate> points) {
+  if (points.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    fail("The list has %zu points, more than 2147483647.", points.size());
+  }
+  std::vector<double> columns(3 * points.size());
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    columns[i] = points[i].x;
+    columns[points.size() + i] = points[i].y;
+    columns[2 * points.size() + i] = points[i].z;
+  }
+  CoordinateGrid grid;
+  grid.CoordinateGridVector(columns.data(), static_cast<int>(points.size()));
+  return grid;
 }
 
 }  // namespace kestrel

@@ -16,6 +16,9 @@ class Messages {
   /// Takes those of another's texts that are not here yet, and leaves it empty.
   void absorb(Messages& other);
 
+  /// The warnings, which are then forgotten.
+  std::vector<std::string> take_warnings();
+
   /// Prints and warns on the calling thread, and forgets. A text is forgotten before it is shown,
   /// because a host that treats warnings as errors does not come back.
   void replay();

@@ -114,6 +114,20 @@ void Messages::absorb(Messages& other) {
   other._messages.clear();
 }
 
+std::vector<std::string> Messages::take_warnings() {
+  std::vector<std::string> warnings;
+  std::vector<Message> rest;
+  for (Message& message : _messages) {
+    if (message.is_warning) {
+      warnings.push_back(std::move(message.text));
+    } else {
+      rest.push_back(std::move(message));
+    }
+  }
+  _messages = std::move(rest);
+  return warnings;
+}
+
 void Messages::replay() {
   const std::vector<Message> messages = std::exchange(_messages, {});
   for (const Message& message : messages) {

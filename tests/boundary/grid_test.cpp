@@ -1,4 +1,5 @@
 #include "kestrel/grid.h"
+#include "kestrel/time_axis.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -310,6 +311,23 @@ TEST(Coordinates, DistanceAndSign) {
   EXPECT_EQ(sign(-1e-10), 0.0);
   EXPECT_EQ(sign(above), 1.0);
   EXPECT_EQ(sign(-above), -1.0);
+}
+
+TEST(Grid, MovesAndLeavesNothingBehind) {
+  CoordinateGrid grid = regular_grid({.x = {0, 2, 1}, .z = {3, 5, 2}});
+  const CoordinateGrid moved = std::move(grid);
+  EXPECT_EQ(moved.npoints(), 6);
+  EXPECT_EQ(moved.spatial_index_value(5).z, 5);
+  EXPECT_EQ(grid.npoints(), 0);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(grid.spatial_index_value(0).x, 0);
+  grid = point_list(std::vector<CartesianCoordinate>{{1, 2, 3}, {4, 5, 6}});
+  EXPECT_EQ(grid.npoints(), 2);
+  EXPECT_EQ(grid.spatial_index_value(1).y, 5);
+  TimeSamples times(1, 0, 3);
+  const TimeSamples later = std::move(times);
+  EXPECT_EQ(later.nt(), 4);
+  EXPECT_EQ(times.nt(), 0);  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(times.time_index_value(0), 0);
 }
 
 }  // namespace

@@ -137,7 +137,7 @@ TEST(ArrayField, RefusesWhatCannotBeAndNamesIt) {
                                             "'farfield_cw'; it has 'fnm_cw'"),
             std::string::npos)
       << lacking.error.value_or("no error");
-  EXPECT_TRUE(outcome_of([&] { compute({good}, *grid, water(), with_nodes(0)); }).error);
+  EXPECT_TRUE(outcome_of([&] { compute({good}, *grid, water(), with_nodes(-1)); }).error);
 }
 
 TEST(ArrayField, TextsOfTheMethodsComeOnce) {
@@ -148,9 +148,10 @@ TEST(ArrayField, TextsOfTheMethodsComeOnce) {
   Settings settings = with_nodes(2);
   settings.method = find_continuous_wave_method("rayleigh_cw_sse");
   const standalone::Capture capture;
-  compute(array, *grid, unset, settings);
-  ASSERT_EQ(capture.warnings().size(), 1U);
-  EXPECT_NE(capture.warnings()[0].find("f0 not set"), std::string::npos);
+  const Report report = compute(array, *grid, unset, settings).report;
+  ASSERT_EQ(report.warnings.size(), 1U);
+  EXPECT_NE(report.warnings[0].find("f0 not set"), std::string::npos);
+  EXPECT_TRUE(capture.warnings().empty());
   EXPECT_EQ(capture.printed(), "rayleigh_cw_sse: 2 abscissas\n");
 }
 
@@ -173,6 +174,36 @@ TEST(ArrayField, FailureOnAThreadEndsTheJob) {
       add_direct_field(runner, {elements, points, medium, failing, rule}, field.data(), used);
     });
     EXPECT_EQ(outcome.error, "the method failed.");
+  }
+}
+
+TEST(ArrayField, SlipsOfAProgramAreRefused) {
+  const CoordinateGrid grid = kestrel::regular_grid({.z = {1e-3, 9e-3, 4e-3}});
+  const std::vector<Element> one = {{.geometry = Circle{3e-3}}};
+  const Medium water_by_name({.sound_speed = 1500});
+  const auto refusal = [&](const Medium& medium, const Settings& settings) {
+    return outcome_of([&] { continuous_field(one, grid, medium, settings); }).error;
+  };
+  EXPECT_EQ(refusal(Medium(), {.frequency = 1e6}),
+            "the medium's sound speed must be greater than 0 and finite, but it is 0.");
+  EXPECT_EQ(refusal(Medium({.density = -1}), {.frequency = 1e6}),
+            "the medium's density must be greater than 0 and finite, but it is -1.");
+  EXPECT_EQ(refusal(water_by_name, {.method = nullptr}), "a method is missing.");
+  EXPECT_EQ(refusal(water_by_name, {.frequency = -1}),
+            "the frequency must be greater than 0 and finite, but it is -1.");
+  const std::string unknown =
+      outcome_of([] { find_continuous_wave_method("fmn_cw"); }).error.value_or("");
+  EXPECT_EQ(unknown.rfind("unknown method 'fmn_cw'; the methods are 'farfield_cw', 'fnm_cw'", 0),
+            0U)
+      << unknown;
+
+  // What the settings leave open has a default that works.
+  const ContinuousField field = continuous_field(one, grid, water_by_name, {.frequency = 1e6});
+  ASSERT_EQ(field.pressure.size(), 3U);
+  for (int i = 0; i < 3; ++i) {
+    const double z = grid.z_values()[i], k = 2 * M_PI * 1e6 / 1500;
+    const double closed = 2 * 1000 * 1500 * std::abs(std::sin(k / 2 * (std::hypot(z, 3e-3) - z)));
+    EXPECT_NEAR(std::abs(field.pressure[static_cast<std::size_t>(i)]), closed, 1e-4 * 3e6);
   }
 }
 

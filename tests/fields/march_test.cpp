@@ -180,11 +180,9 @@ TEST(March, WarnsOnceOfWhatSeveralElementsWarn) {
   medium._beta = std::nan("");
   medium._dBcmMHz = -1;
   Field field(static_cast<std::size_t>(grid->npoints()));
-  const standalone::Capture capture;
-  compute_field(pair(), *grid, medium, marched(), field.data());
-  ASSERT_EQ(capture.warnings().size(), 2U);
-  for (const std::string& warning : capture.warnings())
-    EXPECT_EQ(warning.rfind("element 1: ", 0), 0);
+  const Report report = compute_field(pair(), *grid, medium, marched(), field.data());
+  ASSERT_EQ(report.warnings.size(), 2U);
+  for (const std::string& warning : report.warnings) EXPECT_EQ(warning.rfind("element 1: ", 0), 0);
   EXPECT_GT(peak(field), 0);
 }
 

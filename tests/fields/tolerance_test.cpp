@@ -191,11 +191,9 @@ TEST(Tolerance, SaysSoWhenItIsNotKept) {
   grid.SinglePoint(3e-3, 0, 5.04e-3 + 2e-9);
   Settings settings = with_nodes(0);
   settings.tolerance = 1e-8;
-  const standalone::Capture capture;
-  compute({element(Shell{5.04e-3, 5.04e-3})}, grid, water(), settings);
-  ASSERT_EQ(capture.warnings().size(), 1U);
-  EXPECT_NE(capture.warnings().front().find("more than the tolerance of 1.0e-08"),
-            std::string::npos);
+  const Report report = compute({element(Shell{5.04e-3, 5.04e-3})}, grid, water(), settings).report;
+  ASSERT_EQ(report.warnings.size(), 1U);
+  EXPECT_NE(report.warnings.front().find("more than the tolerance of 1.0e-08"), std::string::npos);
 }
 
 /// `make validate` does the same for many more.

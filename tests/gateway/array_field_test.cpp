@@ -204,7 +204,7 @@ TEST(ArrayFieldEntry, NamesWhatIsWrong) {
 
 TEST(ArrayFieldEntry, WarnsOfValuesThatAreNotFinite) {
   StructArray medium = water();
-  medium.set("density", std::nan(""));
+  medium.set("attenuationdBcmMHz", std::nan(""));
   const Value nodes = Value::scalar(4), frequency = Value::scalar(1e6);
   const CallResult result =
       call(mexFunction, 1, {rectangles(1, 1), grid(), medium, nodes, frequency, options()});
