@@ -32,6 +32,7 @@ help:
 	@echo "make validate measure the tables of docs/nonlinear.md and docs/pulses.md again, and tolerances (minutes)"
 	@echo "make asan     the C++ tests under the address and undefined-behaviour sanitizers"
 	@echo "make tsan     the C++ tests under the thread sanitizer"
+	@echo "make fuzz     made-up calls of each plug-in for FUZZ_SECONDS, guided; make fuzz-random: at random"
 	@echo "make clang    the C++ tests built with clang, warnings as errors"
 	@echo "make cross    the C++ tests for 64-bit ARM under qemu, and for Windows under wine"
 	@echo "make dev      the C++ tests for daily work: Debug, sanitizers, warnings as errors"
@@ -89,6 +90,30 @@ asan tsan dev clang:
 	@$(call configure,$@)
 	@$(call compile,$@)
 	@ctest --preset $@ --parallel $(JOBS)
+
+# Made-up calls of each plug-in: by libFuzzer, which keeps what reaches new code in build/fuzz/corpus
+# (`make fuzz FUZZ_SECONDS=3600` for as long as one likes), or at random under the sanitizers.
+FUZZ_SECONDS ?= 60
+FUZZ_SEED ?= 1
+FUZZ_PLUGINS := $(patsubst tests/fuzz/%_fuzz.cpp,%,$(wildcard tests/fuzz/*_fuzz.cpp))
+.PHONY: fuzz
+fuzz:
+	@$(install) build test clang
+	@$(call configure,fuzz)
+	@$(call compile,fuzz) --target $(addprefix fuzz_,$(FUZZ_PLUGINS))
+	@for plugin in $(FUZZ_PLUGINS); do \
+	  mkdir -p build/fuzz/corpus/$$plugin && \
+	  build/fuzz/tests/fuzz_$$plugin -max_total_time=$(FUZZ_SECONDS) -max_len=512 -rss_limit_mb=4096 \
+	    -artifact_prefix=build/fuzz/ build/fuzz/corpus/$$plugin || exit 1; \
+	done
+
+.PHONY: fuzz-random
+fuzz-random:
+	@$(install) build test
+	@$(call configure,asan)
+	@$(call compile,asan) --target $(addprefix fuzz_,$(FUZZ_PLUGINS))
+	@printf '%s\n' $(FUZZ_PLUGINS) | xargs -P $(JOBS) -I {} \
+	  build/asan/tests/fuzz_{} --seconds $(FUZZ_SECONDS) --seed $(FUZZ_SEED)
 
 # What cannot run is said, not failed: wine does not start everywhere (in some containers, say).
 .PHONY: cross

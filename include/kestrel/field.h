@@ -24,8 +24,12 @@ namespace kestrel::fields {
 using Announcement = std::function<void(double seconds)>;
 
 /// Asked some ten times a second, on the calling thread, with the fraction of the work that is
-/// done; false ends the calculation with Cancelled. May throw.
+/// done: 0 while it is being planned, at least kBegun from then on. False ends the calculation with
+/// Cancelled. May throw.
 using Progress = std::function<bool(double fraction)>;
+
+/// The least fraction of work that has begun.
+inline constexpr double kBegun = 1e-9;
 
 /// How a whole array's field is to be computed.
 struct Settings {

@@ -112,18 +112,30 @@ int read_nodes(const mxArray* ndiv) {
   return static_cast<int>(nodes);
 }
 
+std::string ProgressLines::next(double now, double fraction) {
+  constexpr double kPeriod = 4, kLong = 6, kSoon = 1;
+  char line[80] = "";
+  if (!(fraction > 0)) _begin = now;
+  if (!(fraction > fields::kBegun)) {
+    if (now < _next) return line;
+    std::snprintf(line, sizeof line, "  0 %%, %.0f s so far", now);
+  } else {
+    const double total = (now - _begin) / fraction;
+    const bool early = _estimated ? now < _next : now - _begin < kSoon || total < kLong;
+    if (early) return line;
+    _estimated = true;
+    std::snprintf(line, sizeof line, "%3.0f %%, %.0f s left of about %.0f s", 100 * fraction,
+                  std::ceil(total * (1 - fraction)), std::ceil(total));
+  }
+  _next = now + kPeriod;
+  return line;
+}
+
 bool Console::operator()(double fraction) {
   if (services::interrupted()) return false;
-  const double now = seconds();
-  if (_prints && now >= _next) {
-    if (fraction > 0) {
-      services::print("%s: %3.0f %%, %.0f s left\n", _entry, 100 * fraction,
-                      std::ceil(now * (1 - fraction) / fraction));
-    } else {
-      services::print("%s:   0 %%, %.0f s so far\n", _entry, now);
-    }
-    _next = now + kPeriod;
-  }
+  if (!_prints) return true;
+  const std::string line = _lines.next(seconds(), fraction);
+  if (!line.empty()) services::print("%s: %s\n", _entry, line.c_str());
   return true;
 }
 

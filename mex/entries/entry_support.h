@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kestrel/elements.h"
+#include "kestrel/field.h"
 #include "kestrel/grid.h"
 #include "kestrel/method.h"
 #include "kestrel/nonlinear.h"
@@ -35,6 +36,20 @@ int read_threads(const mxArray* options);
 /// A number of quadrature nodes, at least 1.
 int read_nodes(const mxArray* ndiv);
 
+/// What is to be said of the progress, and when. The fraction is 0 while the work is being planned;
+/// what is left of it is judged by the time since then.
+class ProgressLines {
+ public:
+  /// To be asked some ten times a second, with the seconds since the call. A line, without its end;
+  /// mostly none.
+  std::string next(double now, double fraction);
+
+ private:
+  double _begin = 0;  // of the work, after the planning
+  double _next = 4;
+  bool _estimated = false;
+};
+
 /// Says now and then how far long work is, and asks whether the user wants it to end.
 class Console {
  public:
@@ -47,15 +62,13 @@ class Console {
   void announce(double seconds) const;
 
  private:
-  static constexpr double kPeriod = 4;
-
   double seconds() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
   }
 
   const char* _entry;
   std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
-  double _next = kPeriod;
+  ProgressLines _lines;
   bool _prints;
 };
 

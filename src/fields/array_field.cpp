@@ -52,19 +52,12 @@ double cost_per_point(const Method& method, const Geometry& geometry, int nodes)
   return point + term * terms;
 }
 
-double reuse_cost(const ReusePlan& plan, std::size_t elements, double per_point) {
-  constexpr double unfold = 4, copy = 0.4, row = 12;
-  const double rows = static_cast<double>(plan.rows()) * static_cast<double>(elements);
-  return static_cast<double>(plan.distinct_points()) * per_point +
-         static_cast<double>(plan.table_size()) * unfold +
-         rows * (row + copy * static_cast<double>(plan.row_length()));
-}
-
 /// A group of like elements whose field is computed by reuse, part by part of the grid.
 struct ReusedGroup {
   std::vector<Element> elements;
   std::vector<ReusePlan> plans;
-  double cost = 0;
+  std::vector<ReuseCosts> costs;  ///< of each plan
+  double cost = 0;                ///< of all
   double memory = 0;
 };
 
@@ -104,11 +97,12 @@ std::optional<ReusedGroup> plan_reuse(const std::vector<Element>& elements, cons
       std::optional<ReusePlan> plan = ReusePlan::make(elements, method, part, limits, too_large);
       fits = !too_large;
       if (!fits) break;
-      if (!plan || interruption_asked()) return std::nullopt;
+      if (!plan) return std::nullopt;
       group.memory = std::max(group.memory, plan->memory());
       fits = group.memory <= memory;
       if (!fits) break;
-      group.cost += reuse_cost(*plan, elements.size(), per_point);
+      group.costs.push_back(plan->costs(elements.size(), per_point));
+      group.cost += group.costs.back().total();
       group.plans.push_back(std::move(*plan));
       if (group.cost > 0.8 * direct) return std::nullopt;
     }
@@ -146,6 +140,7 @@ Work plan_work(const std::vector<Element>& elements, const CoordinateGrid& grid,
     std::map<Likeness, std::vector<Element>> groups;
     for (const Element& element : elements) groups[likeness(element)].push_back(element);
     for (const auto& [key, group] : groups) {
+      end_if_cancelled();
       auto plan = plan_reuse(group, method, grid, per_point(group.front()), settings.memory);
       if (!plan) continue;
       shared.insert(key);
@@ -153,7 +148,10 @@ Work plan_work(const std::vector<Element>& elements, const CoordinateGrid& grid,
       work.reused.push_back(std::move(*plan));
     }
   }
-  for (const Element& element : elements) {
+  constexpr std::size_t kBetweenQuestions = 256;
+  for (std::size_t i = 0; i < elements.size(); ++i) {
+    if (i % kBetweenQuestions == 0) end_if_cancelled();
+    const Element& element = elements[i];
     if (shared.contains(likeness(element))) continue;
     work.direct.push_back(element);
     work.direct_cost += per_point(element) * grid.npoints();
@@ -165,14 +163,8 @@ Work plan_work(const std::vector<Element>& elements, const CoordinateGrid& grid,
 /// The same, while the user may end the run.
 Work plan_listening(const std::vector<Element>& elements, const CoordinateGrid& grid,
                     const Settings& settings, const NodeRule& rule) {
-  bool cancelled = false;
-  const InterruptionScope listening([&] {
-    cancelled = cancelled || (settings.progress && !settings.progress(0));
-    return cancelled;
-  });
-  Work work = plan_work(elements, grid, settings, rule);
-  if (cancelled) throw Cancelled();
-  return work;
+  const InterruptionScope listening([&] { return settings.progress && !settings.progress(0); });
+  return plan_work(elements, grid, settings, rule);
 }
 
 double together(const std::vector<Element>& elements, const Medium& medium) {
@@ -334,10 +326,12 @@ void compute_work(TileRunner& runner, const Work& work, const DirectJob& all,
   NodeRange used;
   report.reused_elements = report.direct_elements = 0;
   for (const ReusedGroup& group : work.reused) {
-    for (const ReusePlan& plan : group.plans) {
-      const double part = share * group.cost / work.cost / static_cast<double>(group.plans.size());
-      add_reused_field(runner, part, plan, group.elements, all.medium, all.method, all.rule, result,
-                       used);
+    for (std::size_t i = 0; i < group.plans.size(); ++i) {
+      const ReuseCosts& cost = group.costs[i];
+      const double each = share / work.cost;
+      const ReuseCosts shares{each * cost.compute, each * cost.unfold, each * cost.copy};
+      add_reused_field(runner, shares, group.plans[i], group.elements, all.medium, all.method,
+                       all.rule, result, used);
     }
     report.reused_elements += group.elements.size();
     report.memory = std::max(report.memory, group.memory);

@@ -43,7 +43,9 @@ ElementWorker::ElementWorker(const DirectJob& job, std::size_t tile_size, NodeRa
 
 void ElementWorker::run(std::size_t tile) {
   const std::size_t first = tile * _tile_size;
-  run_part(first, std::min(_tile_size, _job.points.size() - first));
+  _of_tile = std::min(_tile_size, _job.points.size() - first);
+  _added = 0;
+  run_part(first, _of_tile);
 }
 
 void ElementWorker::run_part(std::size_t first, std::size_t count) {
@@ -63,6 +65,8 @@ void ElementWorker::run_part(std::size_t first, std::size_t count) {
     if (!rule.gauss_quadrature()) return;
     _inputs[e].rule = &rule;
     check_result(_job.method.compute(element.geometry, _inputs[e]), _job.method, element.geometry);
+    _added += static_cast<double>(count);
+    report(_added / (static_cast<double>(_of_tile) * static_cast<double>(_inputs.size())));
   }
   collect(first, count);
 }

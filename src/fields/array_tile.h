@@ -63,6 +63,8 @@ class ElementWorker : public TileWorker {
   const DirectJob& _job;
   NodeRange& _used;
   std::size_t _tile_size;
+  std::size_t _of_tile = 0;  // points of the tile at hand
+  double _added = 0;         // of it, points times elements
   CoordinateGrid _grid;
   std::map<int, NumericalIntegration> _rules;
   std::vector<double> _columns;

@@ -5,7 +5,7 @@
 #include <limits>
 #include <numeric>
 
-#include "numerics/interruption.h"
+#include "fields/tile_runner.h"
 
 namespace kestrel::fields {
 
@@ -45,6 +45,28 @@ std::optional<SignedPermutation> signed_permutation(const CartesianCoordinate& e
   return result;
 }
 
+/// Ends the planning, of up to billions of numbers, when it is no longer wanted. To be called for
+/// each number or pair of them: it asks once in some milliseconds of such work.
+class Patience {
+ public:
+  void spend() {
+    constexpr std::uint32_t kSpan = 1U << 20;
+    if (++_spent % kSpan == 0) end_if_cancelled();
+  }
+
+ private:
+  std::uint32_t _spent = 0;
+};
+
+/// Sorts by `before`, which tells any two apart.
+template <class T, class Before>
+void sort_patiently(std::vector<T>& things, Patience& patience, const Before& before) {
+  std::sort(things.begin(), things.end(), [&](const T& a, const T& b) {
+    patience.spend();
+    return before(a, b);
+  });
+}
+
 double largest_magnitude(std::span<const double> numbers) {
   double largest = 0;
   for (const double x : numbers) largest = std::max(largest, std::abs(x));
@@ -56,6 +78,7 @@ double largest_magnitude(std::span<const double> numbers) {
 std::optional<AxisLattice> find_lattice(const double* values, int count, double step,
                                         std::span<const double> centers, double most) {
   const auto n = static_cast<std::size_t>(count);
+  Patience patience;
   AxisLattice lattice;
   lattice.start.resize(centers.size());
   // A few roundings of the largest number that enters a difference.
@@ -79,7 +102,7 @@ std::optional<AxisLattice> find_lattice(const double* values, int count, double 
     if (count == 1) phase = steps;
     places[e] = {phase, steps, static_cast<std::uint32_t>(e)};
   }
-  std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
+  sort_patiently(places, patience, [](const Place& a, const Place& b) {
     return a.phase != b.phase ? a.phase < b.phase : a.element < b.element;
   });
   const double phase_tolerance = lattice.tolerance / step;
@@ -96,7 +119,7 @@ std::optional<AxisLattice> find_lattice(const double* values, int count, double 
       if (std::abs(steps) > 1e15) return std::nullopt;
       windows.push_back({std::llround(steps), places[i].element});
     }
-    std::sort(windows.begin(), windows.end(), [](const Window& a, const Window& b) {
+    sort_patiently(windows, patience, [](const Window& a, const Window& b) {
       return a.first != b.first ? a.first < b.first : a.element < b.element;
     });
     std::int64_t covered = windows.front().first;  // positions before this one exist
@@ -109,6 +132,7 @@ std::optional<AxisLattice> find_lattice(const double* values, int count, double 
       }
       lattice.start[window.element] = static_cast<std::uint32_t>(lattice.position.size() - known);
       for (std::size_t i = known; i < n; ++i) {
+        patience.spend();
         lattice.position.push_back(values[i] - centers[window.element]);
       }
       covered = window.first + static_cast<std::int64_t>(n);
@@ -122,7 +146,8 @@ std::optional<AxisLattice> find_lattice(const double* values, int count, double 
 Distinct merge_equal(std::span<const double> numbers, double tolerance) {
   std::vector<std::uint32_t> order(numbers.size());
   std::iota(order.begin(), order.end(), 0U);
-  std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+  Patience patience;
+  sort_patiently(order, patience, [&](std::uint32_t a, std::uint32_t b) {
     return numbers[a] != numbers[b] ? numbers[a] < numbers[b] : a < b;
   });
   Distinct distinct;
@@ -166,7 +191,7 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
     const double allowed = most(role == 0 ? run_bytes : other_bytes);
     auto lattice =
         find_lattice(part.values(axis), part.count[a], part.step(axis), centers, allowed);
-    if (!lattice || interruption_asked()) return std::nullopt;
+    if (!lattice) return std::nullopt;
     if (lattice->cut_off) {
       too_large = allowed < limits.numbers;
       return std::nullopt;
@@ -184,7 +209,6 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
 
   // Fold: |x| and |y| in the frame, but z with its sign.
   for (std::size_t local = 0; local < 3; ++local) {
-    if (interruption_asked()) return std::nullopt;
     const auto role = static_cast<std::size_t>(plan._role[local]);
     std::vector<double> folded = plan._lattice[role].position;
     for (double& x : folded) x = local < 2 ? std::abs(x) : plan._sign[local] * x;
@@ -207,15 +231,18 @@ std::optional<ReusePlan> ReusePlan::make(std::span<const Element> group, const M
     }
     std::vector<double> radii;
     radii.reserve(x.size() * y.size());
+    Patience patience;
     for (const double b : y) {
-      for (const double a : x) radii.push_back(std::sqrt(a * a + b * b));
+      for (const double a : x) {
+        patience.spend();
+        radii.push_back(std::sqrt(a * a + b * b));
+      }
     }
     const double tolerance =
         std::max(plan._lattice[0].tolerance,
                  std::max(plan._lattice[1].tolerance, plan._lattice[2].tolerance));
     plan._radius = merge_equal(radii, tolerance);
   }
-  if (interruption_asked()) return std::nullopt;
   if (plan.is_fragile(group, method, part, turn->exact)) return std::nullopt;
   return plan;
 }
@@ -228,6 +255,7 @@ bool ReusePlan::is_fragile(std::span<const Element> group, const Method& method,
   const int axis = _axis[role];
   const AxisLattice& lattice = _lattice[role];
   const double margin = 16 * lattice.tolerance;
+  Patience patience;
   for (std::size_t p = 0; p < lattice.position.size(); ++p) {
     const double z = _sign[2] * lattice.position[p];
     const bool close = std::any_of(jumps.planes.begin(), jumps.planes.end(),
@@ -236,6 +264,7 @@ bool ReusePlan::is_fragile(std::span<const Element> group, const Method& method,
     if (!exact_rotation) return true;
     // Harmless when every element sees the very same number there.
     for (std::size_t e = 0; e < group.size(); ++e) {
+      patience.spend();
       const std::size_t i = p - lattice.start[e];
       if (p < lattice.start[e] || i >= _count[role]) continue;
       if (part.values(axis)[i] - coordinate(group[e].center, axis) != lattice.position[p]) {
@@ -250,6 +279,7 @@ bool ReusePlan::is_fragile(std::span<const Element> group, const Method& method,
       if (z > behind + margin) continue;
       const double zeta = z - curvature;
       for (const double r : _radius.value) {
+        patience.spend();
         const double excess = std::hypot(r, zeta) - curvature;
         if (r > margin && std::abs(excess) <= 64 * kEpsilon * curvature + margin) return true;
       }
@@ -297,6 +327,14 @@ std::size_t ReusePlan::distinct_of(std::size_t run, std::size_t b, std::size_t c
 
 std::size_t ReusePlan::result_index(std::size_t row) const {
   return _offset + row % _count[1] * _stride[1] + row / _count[1] * _stride[2];
+}
+
+ReuseCosts ReusePlan::costs(std::size_t elements, double per_point) const {
+  constexpr double unfold = 4, copy = 0.4, row = 12;
+  const double copied_rows = static_cast<double>(rows()) * static_cast<double>(elements);
+  return {static_cast<double>(distinct_points()) * per_point,
+          static_cast<double>(table_size()) * unfold,
+          copied_rows * (row + copy * static_cast<double>(row_length()))};
 }
 
 double ReusePlan::memory() const {

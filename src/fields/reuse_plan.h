@@ -54,6 +54,14 @@ struct PlanLimits {
   double numbers = std::numeric_limits<double>::infinity();  ///< positions and radii to be sorted
 };
 
+/// Rough times of the stages of reuse, in nanoseconds on one core with AVX2.
+struct ReuseCosts {
+  double compute = 0;  ///< the distinct points
+  double unfold = 0;   ///< their field into the table
+  double copy = 0;     ///< weighted rows of the table into the result
+  double total() const { return compute + unfold + copy; }
+};
+
 /// Distinct numbers among many, equal ones merged.
 struct Distinct {
   std::vector<double> value;
@@ -77,7 +85,8 @@ class ReusePlan {
   /// None when the elements cannot share: the rotation is no signed permutation, or a point lies so
   /// close to a surface on which the field jumps (the face plane, a shell's rim plane and sphere)
   /// that rounding decides on which side it is. None as well, with `too_large` set, when the plan
-  /// would take more bytes than the limits allow; a part of the grid may do with less.
+  /// would take more bytes than the limits allow; a part of the grid may do with less. Ends by
+  /// Cancelled when an interruption is asked for (numerics/interruption.h).
   static std::optional<ReusePlan> make(std::span<const Element> group, const Method& method,
                                        const GridPart& part, const PlanLimits& limits,
                                        bool& too_large);
@@ -107,6 +116,9 @@ class ReusePlan {
   std::size_t folded(int other) const {
     return _folded[static_cast<std::size_t>(other)].value.size();
   }
+
+  /// For so many elements, when the method takes so long for a point.
+  ReuseCosts costs(std::size_t elements, double per_point) const;
 
   /// Bytes of the table, of the distinct values and of the plan itself.
   double memory() const;

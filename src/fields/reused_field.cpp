@@ -91,7 +91,7 @@ Table unfold(TileRunner& runner, const ReusePlan& plan,
 
 }  // namespace
 
-void add_reused_field(TileRunner& runner, double share, const ReusePlan& plan,
+void add_reused_field(TileRunner& runner, const ReuseCosts& shares, const ReusePlan& plan,
                       std::span<const Element> group, const Medium& medium, const Method& method,
                       const NodeRule& rule, std::complex<double>* result, NodeRange& used) {
   Element unit;
@@ -101,9 +101,9 @@ void add_reused_field(TileRunner& runner, double share, const ReusePlan& plan,
   {
     std::vector<std::complex<double>> distinct(plan.distinct_points());
     const DistinctPoints points(plan);
-    runner.begin_stage(share / 2);
+    runner.begin_stage(shares.compute);
     add_direct_field(runner, {{&unit, 1}, points, medium, method, rule}, distinct.data(), used);
-    runner.begin_stage(0);
+    runner.begin_stage(shares.unfold);
     table = unfold(runner, plan, distinct);
   }
 
@@ -117,7 +117,7 @@ void add_reused_field(TileRunner& runner, double share, const ReusePlan& plan,
     if (!detail::is_negligible(group[e].amplitude)) sounding.push_back({e, group[e].weight()});
   }
 
-  runner.begin_stage(share / 2);
+  runner.begin_stage(shares.copy);
   const std::size_t length = plan.row_length();
   const std::size_t rows_per_tile = std::max<std::size_t>(1, 2048 / length);
   // An absent fourth row is one of zero weight.

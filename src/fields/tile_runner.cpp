@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "kestrel/field.h"
 #include "kestrel/instruction_set.h"
 #include "numerics/interruption.h"
 #include "services/off_host_thread.h"
@@ -112,6 +113,10 @@ class Job {
   std::vector<std::thread> _threads;
 };
 
+void end_if_cancelled() {
+  if (interruption_asked()) throw Cancelled();
+}
+
 int thread_count(int ordered) {
   return ordered > 0 ? ordered : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
@@ -124,12 +129,17 @@ void TileRunner::begin_stage(double share) {
   _share = share;
 }
 
+double TileRunner::fraction(double of_stage) const {
+  const double done = _finished_share + _share * of_stage;
+  return _share > 0 ? std::max(done, kBegun) : done;
+}
+
 void TileRunner::run(std::size_t count,
                      const std::function<std::unique_ptr<TileWorker>()>& make_worker) {
   Job job(count, make_worker);
   job.start(_threads);
   while (!job.wait()) {
-    if (_progress && !_progress(_finished_share + _share * job.fraction())) throw Cancelled();
+    if (_progress && !_progress(fraction(job.fraction()))) throw Cancelled();
   }
   job.finish(_messages);
 }

@@ -34,6 +34,9 @@ class TileWorker {
 
 using kestrel::Cancelled;
 
+/// Throws Cancelled when an interruption is asked for (numerics/interruption.h).
+void end_if_cancelled();
+
 /// Threads for an order of so many; 0 orders one per processor core.
 int thread_count(int ordered);
 
@@ -42,7 +45,8 @@ int thread_count(int ordered);
 class TileRunner {
  public:
   /// Asked some ten times a second, on the calling thread, with the fraction of the work that is
-  /// done; false stops it. May throw.
+  /// done: 0 while it is being planned, at least kBegun (kestrel/field.h) from then
+  /// on. False stops it. May throw.
   using Progress = std::function<bool(double fraction)>;
 
   /// See thread_count.
@@ -56,7 +60,8 @@ class TileRunner {
   /// The same for work that needs nothing of its own on a thread.
   void run(std::size_t count, const std::function<void(std::size_t tile)>& work);
 
-  /// The following jobs together are this fraction of the whole work, as progress reports it.
+  /// The following jobs together are this fraction of the whole work, as progress reports it; 0 for
+  /// what prepares or checks it.
   void begin_stage(double share);
 
   int threads() const { return _threads; }
@@ -65,6 +70,8 @@ class TileRunner {
   services::Messages& messages() { return _messages; }
 
  private:
+  double fraction(double of_stage) const;
+
   int _threads;
   Progress _progress;
   double _finished_share = 0;

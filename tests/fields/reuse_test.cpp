@@ -1,9 +1,12 @@
+#include <cmath>
 #include <gtest/gtest.h>
 #include <numbers>
 
 #include "arrays.h"
 #include "fields/direct_field.h"
 #include "fields/reuse_plan.h"
+#include "fields/tile_runner.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::fields {
 namespace {
@@ -190,6 +193,31 @@ TEST(Lattice, EveryElementFindsItsDifferences) {
                     2 * found->tolerance);
       }
     }
+  }
+}
+
+// The numbers of elements without a common lattice are sorted, which takes seconds.
+TEST(Reuse, PlanningEndsAtTheFirstYes) {
+  const auto grid = regular_grid({100001, 1, 1}, {0, 0, 1e-3}, {1e-6, 0, 0});
+  std::vector<Element> array = lattice(kBar, 16, 1, 1e-3, 0);
+  for (std::size_t e = 0; e < array.size(); ++e) {
+    array[e].center.x += 1e-6 * std::fmod(0.618033988749895 * static_cast<double>(e), 1.0);
+  }
+  const Method& method = *find_continuous_wave_method("fnm_cw");
+  int questions = 0, patience = 1 << 30;
+  const InterruptionScope listening([&] { return ++questions > patience; });
+  const auto plan = [&] {
+    bool too_large = false;
+    return ReusePlan::make(array, method, GridPart(*grid), {}, too_large).has_value();
+  };
+  EXPECT_TRUE(plan());
+  // 1.6 million numbers take some 30 million comparisons.
+  const int all = questions;
+  EXPECT_GE(all, 16);
+  for (patience = 0; patience < all; patience += 5) {
+    questions = 0;
+    EXPECT_THROW(plan(), Cancelled);
+    EXPECT_EQ(questions, patience + 1);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <complex>
 #include <gtest/gtest.h>
 
+#include "mex/entries/entry_support.h"
 #include "mex/standalone/standalone_host.h"
 #include "tests/support/allocation_sweep.h"
 #include "tests/support/entry_arguments.h"
@@ -75,6 +76,7 @@ TEST(ArrayFieldEntry, AnswersInTheShapeOfTheGridAndTellsWhatItDid) {
     EXPECT_EQ(text(info, "way"), "direct");
     EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "nodes")), 8.0);
     EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "threads")), 2.0);
+    EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "result_memory")), 3 * 2 * 16);
   }
   const CallResult empty = compute(StructArray(0, 0), grid(), options());
   ASSERT_EQ(empty.error, std::nullopt);
@@ -211,6 +213,23 @@ TEST(ArrayFieldEntry, WarnsOfValuesThatAreNotFinite) {
                                     "0.001) m"),
             std::string::npos)
       << result.warnings[0];
+}
+
+TEST(Progress, TellsTheShareAndTheTotal) {
+  gateway::ProgressLines lines;
+  // Planning takes eight seconds, the work a hundred; what begins is not judged at once.
+  EXPECT_EQ(lines.next(1, 0), "");
+  EXPECT_EQ(lines.next(4, 0), "  0 %, 4 s so far");
+  EXPECT_EQ(lines.next(7.9, 0), "");
+  EXPECT_EQ(lines.next(8, 0), "  0 %, 8 s so far");
+  EXPECT_EQ(lines.next(8.5, 0.005), "");
+  EXPECT_EQ(lines.next(9, fields::kBegun), "");
+  EXPECT_EQ(lines.next(10, 0.02), "  2 %, 98 s left of about 100 s");
+  EXPECT_EQ(lines.next(13, 0.05), "");
+  EXPECT_EQ(lines.next(33, 0.25), " 25 %, 75 s left of about 100 s");
+  // Work of a few seconds passes without a word.
+  gateway::ProgressLines few;
+  for (double t = 0; t < 5; t += 0.1) EXPECT_EQ(few.next(t, t / 5), "");
 }
 
 TEST(ArrayFieldEntry, AnInterruptEndsIt) {

@@ -24,6 +24,7 @@ TEST(TransientFieldEntry, AnswersWithTimeAsTheLastDimension) {
   ASSERT_EQ(result.error, std::nullopt);
   const mwSize* size = mxGetDimensions(result.output());
   EXPECT_EQ((std::vector<mwSize>{size, size + 4}), (std::vector<mwSize>{3, 1, 2, 9}));
+  EXPECT_EQ(mxGetScalar(mxGetField(result.output(1), 0, "result_memory")), 3 * 2 * 9 * 8);
   const CallResult list =
       compute(elements("rect", 2), listed_points(), listed_times(), samples(), options("fnm_tsd"));
   ASSERT_EQ(list.error, std::nullopt);

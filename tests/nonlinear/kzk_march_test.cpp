@@ -13,6 +13,7 @@
 #include "methods/kzk/compat.h"
 #include "methods/kzk/nonlinear_step.h"
 #include "methods/kzk/wave_diffraction.h"
+#include "numerics/interruption.h"
 #include "tests/nonlinear/kzk_checks.h"
 
 /// What a march does with its input: every kind of bad input, and what must not change a result.
@@ -224,6 +225,28 @@ void expect_answers(const P& problem) {
 TEST(KzkBadInput, ContinuousWave) { expect_answers(small_shell()); }
 
 TEST(KzkBadInput, Transient) { expect_answers(small_pulse()); }
+
+// A plane of a wide march takes seconds: it asks for each few harmonics, and for each few nodes.
+TEST(KzkMarch, EndsWithinAStepWhenInterrupted) {
+  for (const int threads : {1, 2}) {
+    CwProblem wave = small_shell();
+    wave.threads = threads;
+    long questions = 0, patience = 1L << 60;
+    const InterruptionScope listening([&] { return ++questions > patience; });
+    const auto whole = march(wave);
+    EXPECT_EQ(kind_of(whole), std::nullopt);
+    const long all = questions;
+    if (threads == 1) {
+      EXPECT_GT(all, 8 * whole.cost.planes);
+    }
+    for (const long share : {3, 5, 7}) {
+      questions = 0;
+      patience = all / share;
+      EXPECT_EQ(kind_of(march(wave)), ErrorKind::cancelled);
+      EXPECT_LE(questions, patience + 8);
+    }
+  }
+}
 
 TEST(KzkMarch, RefusesMoreStorageThanAllowedAndSaysWhatNeedsLess) {
   CwProblem wave = small_shell();

@@ -92,7 +92,7 @@ end
 warned = {
   @() field(piston, setfield(medium, 'nonlinearityparameter', -1)), 'Nonlinearity parameter is negative'
   @() field(kestrel.circle(1e-3), medium), 'ka below 10'
-  @() field(kestrel.shell(30e-3, 50e-3, 'amplitude', 1e-3), medium), 'exceeds 25 degrees'
+  @() field(kestrel.shell(30e-3, 50e-3, 'amplitude', 1e-3), medium), 'half angle is 36.9 degrees'
   @() field(piston, medium, 'kzk', struct('step', 5)), 'the axial step factor must lie between 0.05 and 4'
   @() field(piston, medium, 'kzk', struct('radial_step', 0.2)), 'the radial step, in source radii, must lie between 0.0005 and 0.1'
   @() field(piston, medium, 'kzk', struct('radius', 101)), 'the domain radius, in source radii, must lie between 1.5 and 100'

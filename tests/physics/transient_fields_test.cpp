@@ -49,6 +49,22 @@ TEST(TimeSpaceDecomposition, IsTheDirectSum) {
   }
 }
 
+// Signals of one to ten spectral lines: a row of the tables has two terms for each.
+TEST(TimeSpaceDecomposition, TakesAnyNumberOfLines) {
+  TimeSamples axis(47e-9, 0, 60e-6);
+  const Situation s = typical(ShapeKind::ring);
+  for (int n = 3; n <= 21; n += 2) {  // odd, so that no line is counted once
+    std::vector<double> samples(n);
+    double mean = 0;
+    for (int i = 0; i < n; ++i) mean += (samples[i] = std::cos(i * i + 0.3 * n)) / n;
+    for (double& x : samples) x -= mean;
+    const ExcitationFunction signal(samples, 0.3e-6, n * 0.3e-6, 1e-9);
+    const Traces direct = transient(s, &Transducer::fnm_transient, kPoints, axis, signal);
+    const Traces decomposed = transient(s, &Transducer::fnm_tsd, kPoints, axis, signal);
+    EXPECT_LE(difference(decomposed, direct), 1e-12) << n << " samples";
+  }
+}
+
 // A t-cubed pulse that decays by so much over its width that floats would not hold its terms.
 TEST(TimeSpaceDecomposition, GoesBackToDoublesWhereFloatsWouldOverflow) {
   const TCubedPulse steep(2.5e18, 1e6, 7e-6, 2e7, 3);

@@ -29,7 +29,7 @@ function [p, info] = transient_field(array, grid, medium, time, ndiv, excitation
 %
 %   [P, INFO] = kestrel.transient_field(...) also returns what was done: the method, the
 %   time in seconds, the nodes, the threads, the instruction set, and the working memory
-%   in bytes. A march ('kzk_transient') has no quadrature: its nodes are 0; instead it has
+%   and result_memory, that of P, in bytes (the call holds both at once). A march ('kzk_transient') has no quadrature: its nodes are 0; instead it has
 %   planes, radial_nodes and samples, the time samples, of the largest march.
 %
 %   ... = kestrel.transient_field(..., NAME, VALUE, ...) with the options

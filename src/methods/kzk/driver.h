@@ -18,7 +18,8 @@
 ///   values(problem)             of the result
 ///   March(problem, result)      plans: fills the result's cost and warnings
 ///   start()                     makes the source plane; false when it is silent
-///   advance(ds)                 one axial step; false when the field has blown up
+///   advance(ds)                 one axial step; false when the field has blown up. May end early,
+///                               with true, when an interruption is asked for
 ///   keep(plane)                 stores the present plane in place of the one four planes back
 ///   read(receiver, result)      from the four planes kept
 ///   finish(result)              warns of what was seen under way
@@ -69,6 +70,7 @@ void step_through(const Problem& problem, March& march, typename March::Result& 
     if (plane > 0 && !march.advance(planes[plane] - planes[plane - 1])) {
       fail(ErrorKind::numerical, "The nonlinear march blew up; the drive is too strong.");
     }
+    end_if_interrupted();  // the step may have been left early
     if (receiver != end && receiver->base <= plane) march.keep(plane);
     for (; receiver != end && receiver->base + 3 == plane; ++receiver) {
       end_if_interrupted();

@@ -37,9 +37,15 @@ void warn_of_limits(const Plan& plan, std::vector<std::string>& warnings) {
         "The source is small against the wavelength (ka below 10); the parabolic equation is "
         "inaccurate there.");
   }
-  if (plan.beam.half_angle() > 25.5 * kTwoPi / 360.0) {
-    warnings.emplace_back(
-        "The shell's half angle exceeds 25 degrees; the parabolic equation is inaccurate there.");
+  const double degrees = plan.beam.half_angle() * 360.0 / kTwoPi;
+  if (degrees > 25.5) {
+    char text[200];
+    std::snprintf(
+        text, sizeof text,
+        "The shell's half angle is %.1f degrees; above 25 the parabolic equation errs off "
+        "the axis, before the focus by 7 to 12 %% of the axial peak and more.",
+        degrees);
+    warnings.emplace_back(text);
   }
 }
 

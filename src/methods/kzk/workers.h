@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kestrel/instruction_set.h"
+#include "numerics/interruption.h"
 
 namespace kestrel::kzk {
 
@@ -158,5 +159,12 @@ class Workers {
   unsigned _calls = 0;
   int _unhelped = 0;
 };
+
+/// Whether what is left of a round of tasks need not be done, because an interruption is asked for:
+/// only the caller's thread, worker 0, hears that. `ended` is the round's own.
+inline bool unwanted(int worker, std::atomic<bool>& ended) {
+  if (worker == 0 && !ended && interruption_asked()) ended = true;
+  return ended;
+}
 
 }  // namespace kestrel::kzk

@@ -97,6 +97,8 @@ struct WindowSum {
       switch (terms) {
         case 2:
           return sweep<2>();
+        case 4:
+          return sweep<4>();
         case 6:
           return sweep<6>();
         case 8:
