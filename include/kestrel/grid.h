@@ -137,7 +137,7 @@ struct AxisRange {
   double from = 0, to = 0, step = 0;
 };
 struct GridRanges {
-  AxisRange x, y, z;
+  AxisRange x = {}, y = {}, z = {};
 };
 
 /// A regular grid. Fails as CoordinateGrid::RegularCoordinateGrid does.

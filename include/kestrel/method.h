@@ -30,11 +30,11 @@ enum class Effort {
 
 /// A method and what whole-array calculations must know about it.
 struct Method {
-  const char* name;
+  const char* name = nullptr;
   /// Adds the field of an element; an ElementResult.
-  int (*compute)(const Geometry& geometry, detail::ElementInputs& in);
+  int (*compute)(const Geometry& geometry, detail::ElementInputs& in) = nullptr;
   /// Whether a shape has the method.
-  bool (*is_of)(const Geometry& geometry);
+  bool (*is_of)(const Geometry& geometry) = nullptr;
   Yardstick yardstick = Yardstick::more_nodes;
   Effort effort = Effort::nodes;
   /// The result is proportional to the complex weight and has the mirror planes of the element to

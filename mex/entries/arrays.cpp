@@ -8,20 +8,21 @@
 /// array of elements, the second returns the drive of the elements of `array`, rows of one number
 /// each.
 
+#include "kestrel/arrays.h"
+
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <string>
 #include <vector>
 
-#include "kestrel/arrays.h"
+#include "kestrel/error.h"
 #include "mex/entries/entry_support.h"
 #include "mex/host/entry.h"
 #include "mex/readers/element_reader.h"
 #include "mex/readers/element_writer.h"
 #include "mex/readers/input_readers.h"
 #include "mex/readers/structure_reader.h"
-#include "kestrel/error.h"
 
 namespace kestrel::gateway {
 

@@ -1,5 +1,4 @@
 #include "kestrel/grid.h"
-#include "kestrel/time_axis.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -8,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "kestrel/time_axis.h"
 #include "tests/boundary/outcome.h"
 
 namespace kestrel {
