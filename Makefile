@@ -112,7 +112,7 @@ fuzz-random:
 	@$(install) build test
 	@$(call configure,asan)
 	@$(call compile,asan) --target $(addprefix fuzz_,$(FUZZ_PLUGINS))
-	@printf '%s\n' $(FUZZ_PLUGINS) | xargs -P $(JOBS) -I {} \
+	@printf '%s\n' $(FUZZ_PLUGINS) | xargs -P $(JOBS) -I {} env \
 	  build/asan/tests/fuzz_{} --seconds $(FUZZ_SECONDS) --seed $(FUZZ_SEED)
 
 # What cannot run is said, not failed: wine does not start everywhere (in some containers, say).
