@@ -31,6 +31,11 @@ class Medium {
   template <HostArray T>
   explicit Medium(T const** structure);
 
+  /// 2 pi f / c at frequency f (Hz), in rad/m.
+  double wavenumber(double f) const;
+  /// Attenuation at frequency f (Hz), in nepers per metre.
+  double attenuation(double f) const;
+
   /// Prints the properties to the host's console.
   void mexDebug() const;
 

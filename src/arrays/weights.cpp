@@ -231,8 +231,8 @@ void focus(std::span<Element> array, std::span<const CartesianCoordinate> points
   }
   if (array.empty()) return;
 
-  const double k = 2 * kPi * f0 / medium._soundspeed;
-  const double alpha = medium._dBcmMHz * 100 * (f0 / 1e6) * std::numbers::ln10 / 20;
+  const double k = medium.wavenumber(f0);
+  const double alpha = medium.attenuation(f0);
   ComplexMatrix h(points.size(), array.size());
   std::vector<double> earlier(array.size());
   double strongest = 0;
@@ -285,7 +285,7 @@ void steer(std::span<Element> array, double theta, double phi, const Medium& med
               {std::sin(theta) * std::cos(phi), std::sin(theta) * std::sin(phi), std::cos(theta)});
   double farthest = -kInfinity;
   for (const Element& e : array) farthest = std::max(farthest, dot(direction, e.center));
-  const double k = 2 * kPi * f0 / medium._soundspeed;
+  const double k = medium.wavenumber(f0);
   for (Element& e : array) e.phase = wrapped(k * (farthest - dot(direction, e.center)));
 }
 

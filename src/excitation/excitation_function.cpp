@@ -6,6 +6,7 @@
 #include "kestrel/error.h"
 #include "kestrel/excitation.h"
 #include "kestrel/services.h"
+#include "numerics/constants.h"
 #include "numerics/fft.h"
 #include "numerics/run_kernel.h"
 
@@ -13,14 +14,16 @@ namespace kestrel {
 
 namespace {
 
+constexpr double kPi = constants::kShortPi;
+constexpr double kHalfPi = constants::kShortHalfPi;
+
 /// The angle of x, in (-pi, pi].
 double phase_of(std::complex<double> x) {
   const double a = x.real(), b = x.imag();
   if (a > 0) return std::atan(b / a);
-  if (a < 0)
-    return b >= 0 ? std::atan(b / a) + 3.14159265358979 : std::atan(b / a) - 3.14159265358979;
-  if (a == 0 && b > 0) return 1.570796326794895;
-  if (a == 0 && b < 0) return -1.570796326794895;
+  if (a < 0) return std::atan(b / a) + (b >= 0 ? kPi : -kPi);
+  if (a == 0 && b > 0) return kHalfPi;
+  if (a == 0 && b < 0) return -kHalfPi;
   return 0.0;  // a zero line, or NaN
 }
 
@@ -101,7 +104,7 @@ void ExcitationFunction::keep_lines(const services::Array<std::complex<double>>&
   _spectrum = services::Array<std::complex<double>>(_nterms);
   _omega = services::Array<double>(_nterms);
   const double n = _nxtimesamples;
-  const double step = ((1 / n + 1 / n) * 3.14159265358979) / _ts;
+  const double step = ((1 / n + 1 / n) * kPi) / _ts;
   int j = 0;
   for (int k = 0; k < lines_before; ++k) {
     if (!kept(magnitudes[k])) {

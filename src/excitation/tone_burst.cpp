@@ -4,6 +4,7 @@
 
 #include "excitation/pulse_terms.h"
 #include "kestrel/excitation.h"
+#include "numerics/constants.h"
 #include "numerics/four_wide_kernels.h"
 
 namespace kestrel {
@@ -18,7 +19,7 @@ double ToneBurst::at(const double& t) const {
 }
 
 double ToneBurst::derivative(const double& t) const {
-  return t >= 0 && t <= _pulse_width ? 2 * _a0 * 3.14159265358979 * _f0 * std::cos(_omega0 * t)
+  return t >= 0 && t <= _pulse_width ? 2 * _a0 * constants::kShortPi * _f0 * std::cos(_omega0 * t)
                                      : 0.0;
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numbers>
 
 #include "fields/error_sample.h"
 
@@ -21,10 +20,8 @@ constexpr double kUnseen = 1.5;
 
 /// p_fnm = (1 - j alpha/k) p_Rayleigh.
 std::complex<double> loss_factor(const Medium& medium) {
-  const double alpha =
-      medium._dBcmMHz * 100 * (medium._f0 / 1e6) / (20 * std::log10(std::numbers::e));
-  const double k = 2 * std::numbers::pi * medium._f0 / medium._soundspeed;
-  return {1.0, k > 0 ? -alpha / k : 0.0};
+  const double k = medium.wavenumber(medium._f0);
+  return {1.0, k > 0 ? -medium.attenuation(medium._f0) / k : 0.0};
 }
 
 }  // namespace

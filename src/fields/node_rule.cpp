@@ -1,14 +1,13 @@
 #include "fields/node_rule.h"
 
 #include <cmath>
-#include <numbers>
 #include <type_traits>
+
+#include "numerics/constants.h"
 
 namespace kestrel::fields {
 
 namespace {
-
-constexpr double kPi = std::numbers::pi;
 
 constexpr int kLeast = 1, kMost = 4000;
 
@@ -20,9 +19,8 @@ int few(int n) {
 }
 
 Wave wave_of(const Medium& medium) {
-  const double f0 = medium._f0 > 0 ? medium._f0 : 1e6;
-  return {2 * kPi * f0 / medium._soundspeed,
-          medium._dBcmMHz * 100 * (f0 / 1e6) / (20 * std::log10(std::numbers::e))};
+  const double f0 = medium._f0 > 0 ? medium._f0 : constants::kDefaultFrequency;
+  return {medium.wavenumber(f0), medium.attenuation(f0)};
 }
 
 /// A range of values of one coordinate in the element's frame.

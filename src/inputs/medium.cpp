@@ -1,8 +1,17 @@
 #include "kestrel/medium.h"
 
+#include <numbers>
+
 #include "kestrel/services.h"
+#include "numerics/constants.h"
 
 namespace kestrel {
+
+double Medium::wavenumber(double f) const { return 2 * std::numbers::pi * f / _soundspeed; }
+
+double Medium::attenuation(double f) const {
+  return _dBcmMHz * 100 * (f / 1e6) / constants::kDecibelsPerNeper;
+}
 
 void Medium::mexDebug() const {
   services::print("f0 (_f0): %f\n", _f0);

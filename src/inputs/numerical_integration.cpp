@@ -5,6 +5,7 @@
 #include "kestrel/error.h"
 #include "kestrel/quadrature.h"
 #include "kestrel/services.h"
+#include "numerics/constants.h"
 #include "numerics/interruption.h"
 
 namespace kestrel {
@@ -13,11 +14,11 @@ namespace {
 
 // Kept with these fifteen digits: the nodes, and with them published fields, depend on the last
 // bits.
-constexpr double pi = 3.14159265358979;
-constexpr double half_pi = 1.570796326794895;
+constexpr double kPi = constants::kShortPi;
+constexpr double kHalfPi = constants::kShortHalfPi;
 
 /// Steps of the recurrence between two questions whether to go on: some milliseconds.
-constexpr double steps_between_questions = 1e6;
+constexpr double kStepsBetweenQuestions = 1e6;
 
 /// Gauss-Legendre nodes and weights; `refine` allows a second correction of each node. The work
 /// grows as n^2. False when it was interrupted.
@@ -29,12 +30,12 @@ bool legendre_rule(int n, double* nodes, double* weights, bool refine) {
   double steps = 0;
   for (int i = 1; i <= half; ++i) {
     steps += order;
-    if (steps >= steps_between_questions) {
+    if (steps >= kStepsBetweenQuestions) {
       if (interruption_asked()) return false;
       steps = 0;
     }
     // Asymptotic guess for the i-th root from +1.
-    double x = std::cos((4.0 * i - 1.0) * pi / (4.0 * order + 2.0)) *
+    double x = std::cos((4.0 * i - 1.0) * kPi / (4.0 * order + 2.0)) *
                (1.0 - (1.0 - 1.0 / order) / (8.0 * order * order));
     double weight = 0.0;
     for (int pass = 0; pass < 2; ++pass) {
@@ -127,8 +128,8 @@ bool NumericalIntegration::gauss_quadrature(double a, double b) {
 
 bool NumericalIntegration::gauss_quadrature_cylindrical() {
   if (!gauss_quadrature()) return false;
-  for (double& x : _abscissas) x = x * pi * 0.5 + half_pi;
-  for (double& w : _weights) w = w * pi * 0.5;
+  for (double& x : _abscissas) x = x * kPi * 0.5 + kHalfPi;
+  for (double& w : _weights) w = w * kPi * 0.5;
   for (std::size_t j = 0; j < _cosines.size(); ++j) _cosines[j] = std::cos(_abscissas[j]);
   return true;
 }

@@ -1,14 +1,14 @@
 #include <cmath>
 
 #include "kestrel/special_functions.h"
+#include "numerics/constants.h"
 
 namespace kestrel {
 
 namespace {
 
-// Short of full double precision, like every pi of the field methods.
-constexpr double kPi = 3.14159265358979;
-constexpr double kHalfPi = 1.570796326794895;
+constexpr double kPi = constants::kShortPi;
+constexpr double kHalfPi = constants::kShortHalfPi;
 
 bool on_face(double sigma, double a) { return a > std::abs(sigma); }
 

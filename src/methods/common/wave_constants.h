@@ -7,20 +7,20 @@
 #include "kestrel/medium.h"
 #include "kestrel/quadrature.h"
 #include "kestrel/services.h"
+#include "numerics/constants.h"
 
 namespace kestrel::detail {
 
-/// Pi and its multiples as the field methods write them: short of full double precision. Published
-/// results of these methods carry the literals in their last digits, so they stay.
-inline constexpr double kPi = 3.14159265358979;
-inline constexpr double kTwoPi = 6.28318530717958;
-inline constexpr double kHalfPi = 1.570796326794895;
+using constants::kDecibelsPerNeper;
+using constants::kDefaultFrequency;
+/// The field methods' own values of pi.
+inline constexpr double kPi = constants::kShortPi;
+inline constexpr double kTwoPi = constants::kShortTwoPi;
+inline constexpr double kHalfPi = constants::kShortHalfPi;
 
 /// An amplitude up to this radiates nothing.
 inline constexpr double kNegligibleAmplitude = 1e-10;
 inline bool is_negligible(double amplitude) { return std::abs(amplitude) <= kNegligibleAmplitude; }
-
-inline constexpr double kDecibelsPerNeper = 8.685889638065037;
 
 /// -alpha in nepers per metre from the medium's dB/(cm MHz) and its stored frequency. One formula
 /// in the orders of operation of the different methods, which differ in the last bit.
@@ -49,8 +49,6 @@ inline double negated_last(const Medium& m) {
 inline double negative_wavenumber(const Medium& medium, double frequency) {
   return -kTwoPi / (medium._soundspeed / frequency);
 }
-
-inline constexpr double kDefaultFrequency = 1000000.0;
 
 inline double default_frequency() {
   services::warn("f0 not set; using default of 1 MHz to calculate wavelength.");
