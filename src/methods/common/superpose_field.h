@@ -24,7 +24,6 @@ namespace kestrel::detail {
 template <class Methods>
 void superpose_fields(const ElementInputs& in, const Methods& methods) {
   using Method = typename Methods::value_type;
-  const CoordinateGrid& grid = *in.grid;
   // Two tiles per region: points too far away for the wide functions keep to themselves, so that no
   // other point's value depends on them.
   constexpr int tiles = 2 * Method::regions;
@@ -46,8 +45,7 @@ void superpose_fields(const ElementInputs& in, const Methods& methods) {
       tile.count = 0;
     };
     const double limit = method.wide_math_limit();
-    grid.for_each_point([&](int i, const CartesianCoordinate& point) {
-      const CartesianCoordinate p = in.to_local(point);
+    in.for_each_point([&](int i, const CartesianCoordinate& p) {
       const int region = method.region(p.x, p.y, p.z);
       if (region < 0) return;
       // False for NaN on either side: such points take the standard library's path.

@@ -177,30 +177,44 @@ std::complex<double> RectangleFourWide<Precision, nodes_in_lanes>::pressure(doub
   for (const int axis : {0, 1}) {
     const bool split =
         projection(distance[2 * axis], distance[2 * axis + 1]) != Projection::outside;
-    // Of a whole edge s is not used. Lanes 2 and 3 of integrals repeat the two whole edges with a
-    // factor of zero, so that they are singular only where an edge itself is.
     const int edges = split ? 4 : 2;
-    float s[4], l[4], factor[4];
+    // Lanes of integrals repeat two whole edges in lanes 2 and 3 with a factor of zero, so that
+    // they are singular only where an edge itself is. Of a whole edge `along` is not used.
+    float along[4], across[4], factor[4];
     for (int m = 0; m < 4; ++m) {
       const EdgeIntegral& edge = kEdgeIntegrals[axis][m % edges];
-      s[m] = distance[edge.along];
-      l[m] = distance[edge.across];
-      factor[m] = split ? s[m] * l[m] : m < 2 ? l[m] : 0;
+      along[m] = distance[edge.along];
+      across[m] = distance[edge.across];
+      factor[m] = split ? along[m] * across[m] : m < 2 ? across[m] : 0;
     }
-    const auto lanes = [](const float* values, int m) {
-      return nodes_in_lanes ? float4::splat(values[m]) : float4::load(values);
-    };
-    const FourWideTable& weight = split ? rule.unit_weight : rule.weight[axis];
-    for (std::size_t block = 0; block < weight.blocks(); ++block) {
-      for (int m = 0; m < (nodes_in_lanes ? edges : 1); ++m) {
-        const float4 q =
-            split ? split_edge_squared(rule.unit_node_squared[block], lanes(s, m), lanes(l, m))
-                  : whole_edge_squared(rule.node[axis][block], float4::splat(position[axis]),
-                                       lanes(l, m));
-        const float4 path = sqrt(z_squared + q);
-        const auto e = nodes_in_lanes ? this->wave(path) : this->wave.oscillation(path);
-        sum += weight[block] * (lanes(factor, m) * (e - direct)) / q;
+    struct Edge {
+      float4 s, l, factor;
+    } edge[4];
+    const int groups = nodes_in_lanes ? edges : 1;
+    for (int m = 0; m < groups; ++m) {
+      const auto lanes = [m](const float* values) {
+        return nodes_in_lanes ? float4::splat(values[m]) : float4::load(values);
+      };
+      edge[m] = {lanes(along), lanes(across), lanes(factor)};
+    }
+    const auto add_terms = [&](const FourWideTable& weight, const auto& squared) {
+      for (std::size_t block = 0; block < weight.blocks(); ++block) {
+        for (int m = 0; m < groups; ++m) {
+          const float4 q = squared(block, edge[m]), path = sqrt(z_squared + q);
+          const auto e = nodes_in_lanes ? this->wave(path) : this->wave.oscillation(path);
+          sum += weight[block] * (edge[m].factor * (e - direct)) / q;
+        }
       }
+    };
+    if (split) {
+      add_terms(rule.unit_weight, [&](std::size_t block, const Edge& of) {
+        return split_edge_squared(rule.unit_node_squared[block], of.s, of.l);
+      });
+    } else {
+      const float4 offset = float4::splat(position[axis]);
+      add_terms(rule.weight[axis], [&](std::size_t block, const Edge& of) {
+        return whole_edge_squared(rule.node[axis][block], offset, of.l);
+      });
     }
   }
   return sum.total() * this->exact.prefactor;

@@ -11,23 +11,6 @@ namespace kestrel::detail {
 
 namespace {
 
-/// cos((n + 1/2) pi/N), the midpoint azimuths of the Rayleigh sums.
-std::vector<double> midpoint_cosines(int n) {
-  const double step = kPi / n;
-  return table_of(n, [&](int i) { return std::cos((i + 0.5) * step); });
-}
-
-/// Midpoint circles of a disc: rho_m = (m + 1/2) a/N, weighted with their cell's area.
-std::vector<SurfaceCircle> midpoint_circles(double radius, int n) {
-  const double radial = radius / n, angular = kPi / n;
-  std::vector<SurfaceCircle> circles;
-  for (int m = 0; m < n; ++m) {
-    const double rho = (m + 0.5) * radial;
-    circles.push_back({rho, 0, radial * rho * angular});
-  }
-  return circles;
-}
-
 /// 2j f0 rho w: the Rayleigh integral's j f0 rho w, and 2 for the mirror half of the azimuths.
 std::complex<double> half_surface_prefactor(const Medium& medium, std::complex<double> w) {
   return std::complex<double>(0, 2 * medium._f0) * medium._rho_density * w;

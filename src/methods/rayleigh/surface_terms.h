@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cmath>
+#include <vector>
 
 #include "methods/common/wave.h"
+#include "methods/common/wave_constants.h"
 
 namespace kestrel {
 
@@ -12,6 +14,23 @@ struct SurfaceCircle {
   double height = 0;  ///< above the centre of curvature; unused on a plane
   double weight = 0;  ///< area element, times the profile; negative on a hole
 };
+
+/// Midpoint circles of a disc: rho_m = (m + 1/2) a/N, weighted with their cell's area over half a
+/// turn of N azimuths.
+inline std::vector<SurfaceCircle> midpoint_circles(double radius, int n) {
+  const double radial = radius / n, angular = detail::kPi / n;
+  std::vector<SurfaceCircle> circles;
+  for (int m = 0; m < n; ++m) {
+    const double rho = (m + 0.5) * radial;
+    circles.push_back({rho, 0, radial * rho * angular});
+  }
+  return circles;
+}
+/// The cosines of the azimuths: cos((n + 1/2) pi/N).
+inline std::vector<double> midpoint_cosines(int n) {
+  const double step = detail::kPi / n;
+  return detail::table_of(n, [&](int i) { return std::cos((i + 0.5) * step); });
+}
 
 /// R^2 from one point to the nodes of one circle in four lanes: (azimuth * slope + of_circle) +
 /// of_point.
