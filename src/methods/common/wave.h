@@ -60,20 +60,20 @@ template <class Math, bool lossy>
 struct Wave {
   Propagation rates;
 
+  // By way of local variables: written to members, sine and cosine take GCC two calls.
   KESTREL_INLINE LaneComplex<double> operator()(double path) const {
-    LaneComplex<double> e;
-    Math::template attenuated_phase<lossy>(rates.attenuation * path, rates.phase * path, e.re,
-                                           e.im);
-    return e;
+    double re, im;
+    Math::template attenuated_phase<lossy>(rates.attenuation * path, rates.phase * path, re, im);
+    return {re, im};
   }
   /// The two factors of E(R) by themselves.
   KESTREL_INLINE double decay(double path) const {
     return Math::template attenuation<lossy>(rates.attenuation * path);
   }
   KESTREL_INLINE LaneComplex<double> oscillation(double path) const {
-    LaneComplex<double> e;
-    Math::template attenuated_phase<false>(0, rates.phase * path, e.re, e.im);
-    return e;
+    double re, im;
+    Math::template attenuated_phase<false>(0, rates.phase * path, re, im);
+    return {re, im};
   }
 };
 

@@ -193,7 +193,8 @@ std::complex<double> RectangleFourWide<Precision, nodes_in_lanes>::pressure(doub
     const int groups = nodes_in_lanes ? edges : 1;
     for (int m = 0; m < groups; ++m) {
       const auto lanes = [m](const float* values) {
-        return nodes_in_lanes ? float4::splat(values[m]) : float4::load(values);
+        return nodes_in_lanes ? float4::splat(values[m])
+                              : float4::of(values[0], values[1], values[2], values[3]);
       };
       edge[m] = {lanes(along), lanes(across), lanes(factor)};
     }

@@ -91,8 +91,8 @@ KESTREL_INLINE T node_path(T dx, T dy, T z) {
 /// weight in both parts. In doubles each part is divided by R, in four lanes the weight is.
 template <class Wave>
 KESTREL_INLINE LaneComplex<double> node_term(const Wave& wave, double path, double weight) {
-  const LaneComplex<double> term = weight * wave(path) / path;
-  return {path != 0 ? term.re : weight, path != 0 ? term.im : weight};
+  const LaneComplex<double> e = wave(path);
+  return {path != 0 ? weight * e.re / path : weight, path != 0 ? weight * e.im / path : weight};
 }
 KESTREL_INLINE LaneComplex<float4> node_term(const FourWideWave& wave, float4 path, float4 weight) {
   const LaneComplex<float4> term = (weight / path) * wave(path);
