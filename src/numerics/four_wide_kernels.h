@@ -1,6 +1,6 @@
 #pragma once
 
-/// The kernels of "numerics/four_wide_math.h" as templates over the lane type, after the
+/// The kernels of "kestrel/four_wide.h" as templates over the lane type, after the
 /// single-precision functions of the Cephes library (S. L. Moshier): range reduction, then a short
 /// polynomial. No branches and no calls; every lane is computed on its own.
 ///
@@ -13,7 +13,7 @@
 
 namespace kestrel::four_wide {
 
-/// A lane type of "numerics/float4.h".
+/// A lane type of "kestrel/four_wide.h".
 template <class F>
 concept Lanes = requires {
   typename F::Int;

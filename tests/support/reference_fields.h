@@ -1,7 +1,8 @@
 #pragma once
 
 /// Plain evaluations of the continuous-wave methods: one point after the other, std::complex and
-/// library functions, nothing shared with the kernels under test. Every float step is written out,
+/// library functions. Of the kernels under test they share the terms of rectangles' edges and caps'
+/// rims alone, which the comparisons with surface integrals check. Every float step is written out,
 /// so on the scalar path the fields agree to the bit where a method's tolerance is zero.
 
 #include <algorithm>
@@ -9,6 +10,8 @@
 #include <cmath>
 
 #include "kestrel/special_functions.h"
+#include "methods/fnm/rectangle_edges.h"
+#include "methods/fnm/rim_terms.h"
 #include "numerics/four_wide_kernels.h"
 #include "tests/support/situation.h"
 
@@ -95,8 +98,8 @@ struct Edge {
 
   /// q at a squared node of (0, 1) when split, at a node of the whole edge otherwise.
   T squared(T unit_node_squared, T node) const {
-    const T u = node + offset;
-    return split ? unit_node_squared * (along * along) + across * across : across * across + u * u;
+    return split ? split_edge_squared(unit_node_squared, along, across)
+                 : whole_edge_squared(node, offset, across);
   }
   template <class Product>
   Product factor() const {
@@ -427,21 +430,6 @@ inline bool cap_hears(double a, double rc, Point p) {
 inline bool in_focus(double rc, Point p) {
   return std::abs(radius(p)) < 1e-10 && std::abs(p.z - rc) < 1e-10;
 }
-/// +1 beyond the centre of curvature, -1 before it.
-inline int side_of_centre(double zeta) { return (zeta > 1e-10) - (zeta < -1e-10); }
-
-/// A point seen from a node of the rim.
-template <class T>
-struct CapTerm {
-  T factor, path;
-  CapTerm(T a, T rc, T h, T r, T zeta, T cosine) {
-    const T t1 = r * cosine * h, t2 = a * zeta, t3 = r * a * cosine;
-    factor = (t1 + t2) / ((((zeta * (a + a)) * t1 + (r * rc) * (r * rc)) - t3 * t3) + t2 * t2);
-    path =
-        std::sqrt((((rc * rc + r * r) + zeta * zeta) - (a + a) * r * cosine) + (zeta + zeta) * h);
-  }
-};
-
 inline Complex cap_fnm(const Situation& s, Point p, double a, double rc, double alpha,
                        double prefactor, Complex weight) {
   const Medium& m = s.medium;
@@ -458,7 +446,7 @@ inline Complex cap_fnm(const Situation& s, Point p, double a, double rc, double 
   const Rule rule(s);
   Complex sum;
   for (int j = 0; j < s.nodes; ++j) {
-    const CapTerm term(a, rc, h, r, zeta, std::cos(rule.x[j] * kHalfPi + kHalfPi));
+    const CapRimTerm<double> term(a, rc, h, r, zeta, std::cos(rule.x[j] * kHalfPi + kHalfPi));
     sum += rule.w[j] * kHalfPi * (term.factor * (wave(term.path) - e0));
   }
   return (sum * prefactor) * weight;
@@ -487,11 +475,13 @@ inline Complex shell_sse(const Situation& s, Point p) {
   const LaneWave wave(loss_scaled(s.medium), wavenumber(s.medium));
   const float a = narrow(s.a), rc = narrow(s.b), h = narrow(std::sqrt(s.b * s.b - s.a * s.a));
   const float r = narrow(radius(p)), zeta = narrow(p.z - s.b);
-  const LaneComplex e0 = wave(side_of_centre(p.z - s.b) * std::sqrt(r * r + zeta * zeta) + rc);
+  const LaneComplex e0 =
+      wave(narrow(side_of_centre(p.z - s.b)) * std::sqrt(r * r + zeta * zeta) + rc);
   const Rule rule(s);
   LaneSums sums;
   for (int j = 0; j < s.nodes / 4 * 4; ++j) {
-    const CapTerm term(a, rc, h, r, zeta, narrow(std::cos(rule.x[j] * kHalfPi + kHalfPi)));
+    const CapRimTerm<float> term(a, rc, h, r, zeta,
+                                 narrow(std::cos(rule.x[j] * kHalfPi + kHalfPi)));
     const float w = narrow(rule.w[j] * kHalfPi);
     const LaneComplex e = wave(term.path);
     sums.add(3 - j % 4, w * (term.factor * (e.re - e0.re)), w * (term.factor * (e.im - e0.im)));

@@ -57,6 +57,12 @@ struct ElementInputs {
   CartesianCoordinate to_local(CartesianCoordinate point) const {
     return rotation.to_local({point.x - center.x, point.y - center.y, point.z - center.z});
   }
+  /// visit(k, point in the element's frame) for every point of the grid.
+  template <class Visit>
+  void for_each_point(const Visit& visit) const {
+    grid->for_each_point(
+        [&](int k, const CartesianCoordinate& point) { visit(k, to_local(point)); });
+  }
   void add_pressure(int point, std::complex<double> pressure) const {
     real_plane[point] += pressure.real();
     imaginary_plane[point] += pressure.imag();

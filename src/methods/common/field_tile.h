@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "kestrel/instruction_set.h"
+#include "methods/common/wave.h"
 #include "numerics/run_kernel.h"
 
 namespace kestrel {
@@ -18,8 +19,8 @@ struct FieldTile {
   static constexpr int lane_block = 16;
 
   int count = 0;
-  /// All points lie where the wide sine, cosine and exponential hold (see Propagation::reach).
-  bool within_reach = true;
+  /// All points lie where the wide functions hold (see Propagation::wide_math_limit).
+  bool within_limit = true;
   int index[capacity];
   alignas(64) double x[capacity];
   alignas(64) double y[capacity];
@@ -35,6 +36,21 @@ struct FieldTile {
     y[count] = py;
     z[count] = pz;
     ++count;
+  }
+
+  /// The pressures of the first `n` points: to zero, and one of them added to.
+  KESTREL_INLINE void clear_pressures(int n) {
+    std::fill_n(re, n, 0.0);
+    std::fill_n(im, n, 0.0);
+  }
+  KESTREL_INLINE void add_pressure(int i, LaneComplex<double> p) {
+    re[i] += p.re;
+    im[i] += p.im;
+  }
+  /// Gives every point this pressure.
+  void fill(std::complex<double> p) {
+    std::fill_n(re, count, p.real());
+    std::fill_n(im, count, p.imag());
   }
 
   /// Multiplies the pressures by a real, a complex, or the imaginary unit.
@@ -73,38 +89,37 @@ struct FieldTile {
   }
 };
 
-/// Attenuation and phase of a path of length R: e^{attenuation*R + j*phase*R}, both rates negative
-/// for an outgoing, decaying wave.
-struct Propagation {
-  double attenuation = 0;  ///< -alpha, nepers per metre
-  double phase = 0;        ///< -k, radians per metre
-
-  bool lossless() const { return attenuation == 0; }
-
-  /// How far from the element's origin, as |x| + |y| + |z|, a point may lie so that every path from
-  /// an element that stays within `extent` of the origin is short enough for the wide functions.
-  /// NaN when the phase is NaN; then no point counts as within reach. (A loss that is NaN makes
-  /// every pressure NaN on either path.)
-  double reach(double extent) const {
-    const double by_phase = kPhaseLimit / std::abs(phase);
-    const double by_loss = lossless() ? by_phase : kExponentLimit / std::abs(attenuation);
-    return (by_loss < by_phase ? by_loss : by_phase) - std::abs(extent);
-  }
-};
-
 /// The larger of half a side and the farthest node of a rule scaled to it: a rule that is not on
 /// (-1, 1) reaches beyond the face.
-inline double reach_of_nodes(double half_side, const std::vector<double>& nodes) {
+inline double extent_of_nodes(double half_side, const std::vector<double>& nodes) {
   double farthest = std::abs(half_side);
   for (const double node : nodes) farthest = std::max(farthest, std::abs(node));
   return farthest;
 }
 
-/// Runs a tile kernel on the instruction set in use, or on the plain path when the tile holds
+/// A kernel over a tile, `template <class Wave> KESTREL_INLINE void operator()(const Wave&) const`,
+/// with the wave of one instruction set.
+template <class Kernel, bool lossy>
+struct TileKernel {
+  const Kernel& kernel;
+  Propagation propagation;
+
+  template <class Math>
+  KESTREL_INLINE void operator()(Math) const {
+    kernel(Wave<Math, lossy>{propagation});
+  }
+};
+
+/// Runs such a kernel on the instruction set in use, or on the plain path when the tile holds
 /// points that the wide functions cannot take.
 template <class Kernel>
-void run_tile(const FieldTile& tile, const Kernel& kernel) {
-  run_kernel(tile.within_reach ? instruction_set() : InstructionSet::scalar, kernel);
+void run_tile(const FieldTile& tile, const Propagation& propagation, const Kernel& kernel) {
+  const InstructionSet set = tile.within_limit ? instruction_set() : InstructionSet::scalar;
+  if (propagation.lossless()) {
+    run_kernel(set, TileKernel<Kernel, false>{kernel, propagation});
+  } else {
+    run_kernel(set, TileKernel<Kernel, true>{kernel, propagation});
+  }
 }
 
 }  // namespace kestrel

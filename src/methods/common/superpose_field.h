@@ -16,20 +16,19 @@ namespace kestrel::detail {
 /// tiles, add into the planes.
 ///
 /// A method has: `static constexpr int regions`; `int region(x, y, z) const`, -1 for points that
-/// receive nothing; `double reach() const` (see Propagation); `void evaluate(FieldTile&, int
-/// region) const`, which writes the pressures of the tile's points. Several methods follow one
+/// receive nothing; `double wide_math_limit() const` (see Propagation); `void evaluate(FieldTile&,
+/// int region) const`, which writes the pressures of the tile's points. Several methods follow one
 /// another.
 ///
 /// All memory is had before the first point is touched.
 template <class Methods>
 void superpose_fields(const ElementInputs& in, const Methods& methods) {
   using Method = typename Methods::value_type;
-  const CoordinateGrid& grid = *in.grid;
-  // Two tiles per region: points out of reach of the wide functions keep to themselves, so that no
+  // Two tiles per region: points too far away for the wide functions keep to themselves, so that no
   // other point's value depends on them.
   constexpr int tiles = 2 * Method::regions;
   const auto tile_of = std::make_unique_for_overwrite<FieldTile[]>(tiles);
-  for (int t = 1; t < tiles; t += 2) tile_of[t].within_reach = false;
+  for (int t = 1; t < tiles; t += 2) tile_of[t].within_limit = false;
 
   for (const Method& method : methods) {
     bool interrupted = false;
@@ -45,14 +44,13 @@ void superpose_fields(const ElementInputs& in, const Methods& methods) {
       }
       tile.count = 0;
     };
-    const double reach = method.reach();
-    grid.for_each_point([&](int i, const CartesianCoordinate& point) {
-      const CartesianCoordinate p = in.to_local(point);
+    const double limit = method.wide_math_limit();
+    in.for_each_point([&](int i, const CartesianCoordinate& p) {
       const int region = method.region(p.x, p.y, p.z);
       if (region < 0) return;
       // False for NaN on either side: such points take the standard library's path.
-      const bool within_reach = std::abs(p.x) + std::abs(p.y) + std::abs(p.z) <= reach;
-      FieldTile& tile = tile_of[2 * region + (within_reach ? 0 : 1)];
+      const bool within_limit = std::abs(p.x) + std::abs(p.y) + std::abs(p.z) <= limit;
+      FieldTile& tile = tile_of[2 * region + (within_limit ? 0 : 1)];
       tile.add(i, p.x, p.y, p.z);
       if (tile.full()) flush(tile, region);
     });

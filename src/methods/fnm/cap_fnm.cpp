@@ -1,89 +1,63 @@
 #include "methods/fnm/cap_fnm.h"
 
-#include <algorithm>
-
-#include "kestrel/compiler.h"
+#include "methods/common/wave_constants.h"
+#include "methods/fnm/rim_terms.h"
 
 namespace kestrel {
 
-namespace {
-
-// Short of full double precision, like every pi of the field methods.
-constexpr double kTwoPi = 2 * 3.14159265358979;
-
-template <bool lossy>
-struct CapKernel {
-  const CapFnm& source;
-  FieldTile& tile;
-  int count;
-
-  template <class Math>
-  KESTREL_INLINE void operator()(Math) const {
-    const double a = source.cap.radius, rc = source.cap.curvature, h = source.cap.rim_depth;
-    const Propagation propagation = source.propagation;
-    alignas(64) double r[FieldTile::capacity];
-    alignas(64) double zeta[FieldTile::capacity];
-    alignas(64) double direct_re[FieldTile::capacity];
-    alignas(64) double direct_im[FieldTile::capacity];
-    KESTREL_LANES
-    for (int i = 0; i < count; ++i) {
-      r[i] = std::sqrt(tile.x[i] * tile.x[i] + tile.y[i] * tile.y[i]);
-      zeta[i] = tile.z[i] - rc;
-      const double side = std::abs(zeta[i]) > 1e-10 ? zeta[i] / std::abs(zeta[i]) : 0;
-      const double path = side * std::sqrt(r[i] * r[i] + zeta[i] * zeta[i]) + rc;
-      tile.re[i] = 0;
-      tile.im[i] = 0;
-      Math::template attenuated_phase<lossy>(propagation.attenuation * path,
-                                             propagation.phase * path, direct_re[i], direct_im[i]);
-    }
-    for (std::size_t j = 0; j < source.cosine.size(); ++j) {
-      const double c = source.cosine[j], w = source.node_weight[j];
-      KESTREL_LANES
-      for (int i = 0; i < count; ++i) {
-        const double t1 = r[i] * c * h, t2 = a * zeta[i], t3 = r[i] * a * c;
-        const double r_rc = r[i] * rc;
-        const double f =
-            (t1 + t2) / ((((zeta[i] * (a + a)) * t1 + r_rc * r_rc) - t3 * t3) + t2 * t2);
-        const double path =
-            std::sqrt((((rc * rc + r[i] * r[i]) + zeta[i] * zeta[i]) - (a + a) * r[i] * c) +
-                      (zeta[i] + zeta[i]) * h);
-        double re, im;
-        Math::template attenuated_phase<lossy>(propagation.attenuation * path,
-                                               propagation.phase * path, re, im);
-        tile.re[i] += w * (f * (re - direct_re[i]));
-        tile.im[i] += w * (f * (im - direct_im[i]));
-      }
-    }
-  }
-};
-
-}  // namespace
-
-std::complex<double> cap_focus_pressure(const CapGeometry& cap, const Propagation& propagation,
-                                        double density, double f0, std::complex<double> weight) {
+std::complex<double> CapFnm::closed_form() const {
   const std::complex<double> e =
       smart_exp(propagation.attenuation * cap.curvature, propagation.phase * cap.curvature);
   const double gain = cap.curvature - cap.rim_depth;
-  return std::complex<double>(-kTwoPi * density * f0 * gain * e.imag(),
-                              kTwoPi * density * f0 * gain * e.real()) *
+  return std::complex<double>(-detail::kTwoPi * density * f0 * gain * e.imag(),
+                              detail::kTwoPi * density * f0 * gain * e.real()) *
          weight;
 }
 
 void CapFnm::evaluate(FieldTile& tile, int region) const {
-  if (region == CapGeometry::focus) {
-    const auto p = cap_focus_pressure(cap, propagation, density, f0, weight);
-    std::fill_n(tile.re, tile.count, p.real());
-    std::fill_n(tile.im, tile.count, p.imag());
-    return;
-  }
+  if (region == CapGeometry::focus) return tile.fill(closed_form());
   const int count = tile.pad();
-  if (propagation.lossless()) {
-    run_tile(tile, CapKernel<false>{*this, tile, count});
-  } else {
-    run_tile(tile, CapKernel<true>{*this, tile, count});
-  }
+  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+    const double a = cap.radius, rc = cap.curvature, h = cap.rim_depth;
+    alignas(64) double r[FieldTile::capacity];
+    alignas(64) double zeta[FieldTile::capacity];
+    alignas(64) double direct_re[FieldTile::capacity];
+    alignas(64) double direct_im[FieldTile::capacity];
+    tile.clear_pressures(count);
+    KESTREL_LANES
+    for (int i = 0; i < count; ++i) {
+      r[i] = std::sqrt(tile.x[i] * tile.x[i] + tile.y[i] * tile.y[i]);
+      zeta[i] = tile.z[i] - rc;
+      const auto direct = wave(cap_direct_path(side_of_centre(zeta[i]), rc, r[i], zeta[i]));
+      direct_re[i] = direct.re;
+      direct_im[i] = direct.im;
+    }
+    for (std::size_t j = 0; j < cosine.size(); ++j) {
+      const double cos_psi = cosine[j], w = node_weight[j];
+      KESTREL_LANES
+      for (int i = 0; i < count; ++i) {
+        const CapRimTerm<double> rim(a, rc, h, r[i], zeta[i], cos_psi);
+        const LaneComplex<double> direct{direct_re[i], direct_im[i]};
+        tile.add_pressure(i, w * (rim.factor * (wave(rim.path) - direct)));
+      }
+    }
+  });
   tile.multiply(prefactor);
   tile.multiply(weight);
+}
+
+std::complex<double> CapFourWide::pressure(double x, double y, double z) const {
+  const double height = z - exact.cap.curvature;
+  const float4 r = splat(std::sqrt(x * x + y * y)), zeta = splat(height);
+  const float4 a = splat(exact.cap.radius), rc = splat(exact.cap.curvature);
+  const float4 h = splat(exact.cap.rim_depth);
+  const auto direct = wave(cap_direct_path(splat(side_of_centre(height)), rc, r, zeta));
+  FourWideSum sum;
+  for (std::size_t block = 0; block < cosine.blocks(); ++block) {
+    const CapRimTerm<float4> rim(a, rc, h, r, zeta, cosine[block]);
+    sum += weight[block] * (rim.factor * (wave(rim.path) - direct));
+  }
+  return sum.total() * exact.prefactor * exact.weight;
 }
 
 }  // namespace kestrel

@@ -3,7 +3,7 @@
 #include <complex>
 #include <vector>
 
-#include "methods/common/field_tile.h"
+#include "methods/common/four_wide_method.h"
 
 namespace kestrel {
 
@@ -31,11 +31,6 @@ struct CapGeometry {
   double extent() const { return 3 * curvature; }
 };
 
-/// Value at the centre of curvature, where every path has the length R_c:
-/// p = j 2 pi rho f0 (R_c - h) e^{-(alpha + jk)R_c} w.
-std::complex<double> cap_focus_pressure(const CapGeometry& cap, const Propagation& propagation,
-                                        double density, double f0, std::complex<double> weight);
-
 /// Fast nearfield expression of a uniformly vibrating spherical cap:
 ///
 ///     p = (rho c R_c a w / pi) int_0^pi F(psi) (E(R(psi)) - E(L)) d psi
@@ -54,8 +49,23 @@ struct CapFnm {
 
   static constexpr int regions = 2;
   int region(double x, double y, double z) const { return cap.region(x, y, z); }
-  double reach() const { return propagation.reach(cap.extent()); }
+  double wide_math_limit() const { return propagation.wide_math_limit(cap.extent()); }
   void evaluate(FieldTile& tile, int region) const;
+  /// Value at the centre of curvature, where every path has the length R_c:
+  /// p = j 2 pi rho f0 (R_c - h) e^{-(alpha + jk)R_c} w.
+  std::complex<double> closed_form() const;
+};
+
+/// The same in single precision, lanes over four angles. Loses all accuracy near the centre of
+/// curvature, where nearly equal path lengths are subtracted.
+struct CapFourWide : FourWideMethod<CapFourWide, CapFnm> {
+  FourWideTable cosine, weight;
+
+  explicit CapFourWide(const CapFnm& cap)
+      : FourWideMethod(cap),
+        cosine(cap.cosine, FourWideTable::drop),
+        weight(cap.node_weight, FourWideTable::drop) {}
+  std::complex<double> pressure(double x, double y, double z) const;
 };
 
 }  // namespace kestrel

@@ -2,7 +2,6 @@
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
 #include "methods/fnm/cap_fnm.h"
-#include "methods/fnm/four_wide_fields.h"
 
 namespace kestrel::detail {
 
@@ -49,15 +48,7 @@ int fnm_cw(const Shell& face, ElementInputs& in) {
 int fnm_cw_sse(const Shell& face, ElementInputs& in) {
   const double frequency = frequency_or_default(*in.medium);
   if (is_negligible(in.amplitude)) return kSuccess;
-  return run_field_method(in, [&] {
-    const CapFnm cap = shell_fnm(face, in, frequency);
-    return CapFourWide{{},
-                       cap,
-                       {cap.cosine, FourWideTable::drop},
-                       {cap.node_weight, FourWideTable::drop},
-                       {static_cast<float>(cap.propagation.attenuation),
-                        static_cast<float>(cap.propagation.phase)}};
-  });
+  return run_field_method(in, [&] { return CapFourWide(shell_fnm(face, in, frequency)); });
 }
 
 int fnm_cw(const ShellRing& face, ElementInputs& in) {

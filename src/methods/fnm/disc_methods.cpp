@@ -3,7 +3,6 @@
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
 #include "methods/fnm/disc_fnm.h"
-#include "methods/fnm/four_wide_fields.h"
 
 namespace kestrel::detail {
 
@@ -22,7 +21,17 @@ std::complex<double> disc_prefactor(const Medium& medium, double radius, std::co
 }
 
 double cosine(double psi) { return std::cos(psi); }
-double unchanged(double x) { return x; }
+
+DiscFnm<false> disc_fnm(const Circle& face, const ElementInputs& in, Propagation propagation) {
+  in.rule->gauss_quadrature(0, kPi);
+  DiscFnm<false> method;
+  method.edges.push_back(
+      disc_edge(*in.rule, face.radius, 1, disc_prefactor(*in.medium, face.radius, in.weight)));
+  method.cosine = from_abscissas(*in.rule, cosine);
+  method.weight = weights(*in.rule);
+  method.propagation = propagation;
+  return method;
+}
 
 }  // namespace
 
@@ -30,15 +39,9 @@ int fnm_cw(const Circle& face, ElementInputs& in) {
   const double frequency = frequency_or_default(*in.medium);
   if (is_negligible(in.amplitude)) return kSuccess;
   return run_field_method(in, [&] {
-    in.rule->gauss_quadrature(0, kPi);
-    DiscFnm<false> method;
-    method.edges.push_back(
-        disc_edge(*in.rule, face.radius, 1, disc_prefactor(*in.medium, face.radius, in.weight)));
-    method.cosine = from_abscissas(*in.rule, cosine);
-    method.weight = from_weights(*in.rule, unchanged);
-    method.propagation = {negative_attenuation::scaled_first(*in.medium),
-                          negative_wavenumber(*in.medium, frequency)};
-    return method;
+    return disc_fnm(face, in,
+                    {negative_attenuation::scaled_first(*in.medium),
+                     negative_wavenumber(*in.medium, frequency)});
   });
 }
 
@@ -71,18 +74,9 @@ int fnm_cw_apodized(const Circle& face, ElementInputs& in) {
 int fnm_cw_sse(const Circle& face, ElementInputs& in) {
   // No amplitude gate in this variant: a silent piston is computed and adds zeros.
   return run_field_method(in, [&] {
-    in.rule->gauss_quadrature(0, kPi);
-    DiscFourWide method;
-    method.radius = static_cast<float>(face.radius);
-    method.radius_squared = static_cast<float>(face.radius * face.radius);
-    method.cosine = {from_abscissas(*in.rule, cosine), FourWideTable::drop};
-    method.twice_radius_cosine = {disc_edge(*in.rule, face.radius, 1, 0).twice_radius_cosine,
-                                  FourWideTable::drop};
-    method.weight = {from_weights(*in.rule, unchanged), FourWideTable::drop};
-    method.propagation = {static_cast<float>(negative_attenuation::negated_last(*in.medium)),
-                          static_cast<float>(negative_wavenumber(*in.medium, in.medium->_f0))};
-    method.prefactor = disc_prefactor(*in.medium, face.radius, in.weight);
-    return method;
+    return DiscFourWide(disc_fnm(face, in,
+                                 {negative_attenuation::negated_last(*in.medium),
+                                  negative_wavenumber(*in.medium, in.medium->_f0)}));
   });
 }
 
@@ -98,8 +92,8 @@ int fnm_cw(const Ring& face, ElementInputs& in) {
     DiscFnm<true> method;
     method.edges.push_back(edge(face.outer_radius, 1));
     if (face.inner_radius > 0) method.edges.push_back(edge(face.inner_radius, -1));
-    method.cosine = from_abscissas(*in.rule, [](double psi) { return std::cos(psi); });
-    method.weight = from_weights(*in.rule, [](double w) { return w; });
+    method.cosine = from_abscissas(*in.rule, cosine);
+    method.weight = weights(*in.rule);
     method.propagation = {negative_attenuation::nepers_first(*in.medium),
                           negative_wavenumber(*in.medium, in.medium->_f0)};
     return method;

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <array>
+
+#include "kestrel/compiler.h"
+
 namespace kestrel {
 
 /// The edge integrals of a rectangle's fast nearfield expression, in the order in which every
@@ -8,23 +12,32 @@ namespace kestrel {
 /// The projection (x, y) of an observation point divides the face of half sides a, b into four
 /// sub-rectangles with signed sides dxp = a + x, dxm = a - x, dyp = b + y, dym = b - y. A point
 /// that projects inside the extent of a direction has four integrals in it, split at the
-/// projection, where the integrand peaks; a point outside has two, each taken over a whole edge.
+/// projection, where the integrand peaks. A point outside has two, the first two, each taken over
+/// the whole edge.
 enum RectangleDistance { dxp = 0, dxm = 1, dyp = 2, dym = 3 };
 
-struct SplitIntegral {
-  RectangleDistance along;   ///< side that the integration runs along
+struct EdgeIntegral {
+  RectangleDistance along;   ///< side that the integration runs along, when split
   RectangleDistance across;  ///< perpendicular distance from the projection to that side
 };
 
-struct RectangleDirection {
-  SplitIntegral split[4];
-  RectangleDistance whole[2];  ///< perpendicular distances of the two whole edges
-};
+/// Along x, and along y.
+inline constexpr std::array<EdgeIntegral, 4> kEdgeIntegrals[2] = {
+    {{{dxp, dyp}, {dxp, dym}, {dxm, dyp}, {dxm, dym}}},
+    {{{dym, dxp}, {dym, dxm}, {dyp, dxp}, {dyp, dxm}}}};
 
-inline constexpr RectangleDirection kAlongX{{{dxp, dyp}, {dxp, dym}, {dxm, dyp}, {dxm, dym}},
-                                            {dyp, dym}};
-inline constexpr RectangleDirection kAlongY{{{dym, dxp}, {dym, dxm}, {dyp, dxp}, {dyp, dxm}},
-                                            {dxp, dxm}};
+/// Squared distance from the projection to a node of an edge at distance l: of one split at the
+/// projection, which runs along a side of length s with nodes t on (0, 1), and of a whole one,
+/// whose nodes count from its middle, `offset` away from the projection.
+template <class T>
+KESTREL_INLINE T split_edge_squared(T t_squared, T s, T l) {
+  return t_squared * (s * s) + l * l;
+}
+template <class T>
+KESTREL_INLINE T whole_edge_squared(T node, T offset, T l) {
+  const T along = node + offset;
+  return l * l + along * along;
+}
 
 /// Where a point projects, in one direction.
 enum class Projection {

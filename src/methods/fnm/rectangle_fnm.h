@@ -3,11 +3,18 @@
 #include <complex>
 #include <vector>
 
-#include "kestrel/compiler.h"
-#include "methods/common/field_tile.h"
+#include "methods/common/four_wide_method.h"
 #include "methods/fnm/rectangle_edges.h"
 
 namespace kestrel {
+
+/// A quadrature rule along the edges: squared nodes on (0, 1) with their weights, and nodes with
+/// weights on (-a, a) [0] and (-b, b) [1].
+template <class Table>
+struct EdgeTables {
+  Table unit_node_squared, unit_weight;
+  Table node[2], weight[2];
+};
 
 /// Fast nearfield expression of a rectangular piston, many observation points at a time.
 ///
@@ -18,8 +25,8 @@ namespace kestrel {
 /// The Rayleigh integral over each sub-rectangle in polar coordinates about the projection: its
 /// radial part integrates in closed form and leaves the boundary, and taking E(z) off the integrand
 /// removes the singularity there (A. D. Pierce, "Acoustics", chapter 5, for the Rayleigh integral).
-/// `Precision` says in which type the
-/// geometry is carried and in which order a term is multiplied out.
+/// `Precision` says in which type the geometry is carried and in which order a term is multiplied
+/// out.
 ///
 /// Built once per call, then evaluated for any number of tiles, from any thread.
 template <class Precision>
@@ -28,14 +35,9 @@ struct RectangleFnm {
 
   double half_width = 0;   ///< a, metres
   double half_height = 0;  ///< b, metres
+  EdgeTables<std::vector<double>> rule;
   Propagation propagation;
   std::complex<double> prefactor;
-
-  /// Tables of the rule, one entry per node: squared node on (0, 1) and its weight; node and
-  /// weight on (-a, a); node and weight on (-b, b).
-  std::vector<double> unit_node_squared, unit_weight;
-  std::vector<double> x_node, x_weight;
-  std::vector<double> y_node, y_weight;
 
   /// Three projections in x times three in y.
   static constexpr int regions = 9;
@@ -50,35 +52,53 @@ struct RectangleFnm {
            static_cast<int>(projection<Real>(b + yr, b - yr));
   }
 
-  double reach() const {
-    return propagation.reach(reach_of_nodes(half_width, x_node) +
-                             reach_of_nodes(half_height, y_node));
+  double wide_math_limit() const {
+    return propagation.wide_math_limit(extent_of_nodes(half_width, rule.node[0]) +
+                                       extent_of_nodes(half_height, rule.node[1]));
   }
 
   /// Writes the pressures of the tile's points, all of `region`, into its re and im.
   void evaluate(FieldTile& tile, int region) const;
 };
 
-/// Geometry carried in floats; quotient, weight and sum in doubles: ((E - E0)*(s*l)/q), then the
-/// weight.
+/// Geometry carried in floats; factor, quotient, weight and sum in doubles.
 struct SinglePrecision {
   using Real = float;
-  static KESTREL_INLINE double contribution(double difference, double factor, double q,
-                                            double weight) {
-    return weight * (difference * factor / q);
+  static KESTREL_INLINE LaneComplex<double> contribution(LaneComplex<double> difference,
+                                                         double factor, double q, double weight) {
+    return weight * (factor * difference / q);
   }
 };
 
 /// Everything in doubles; one reciprocal of q serves both parts.
 struct DoublePrecision {
   using Real = double;
-  static KESTREL_INLINE double contribution(double difference, double factor, double q,
-                                            double weight) {
-    return weight * (1 / q) * difference * factor;
+  static KESTREL_INLINE LaneComplex<double> contribution(LaneComplex<double> difference,
+                                                         double factor, double q, double weight) {
+    return factor * (weight * (1 / q) * difference);
   }
 };
 
 extern template struct RectangleFnm<SinglePrecision>;
 extern template struct RectangleFnm<DoublePrecision>;
+
+/// The same in four lanes of single precision.
+template <class Precision, bool nodes_in_lanes>
+struct RectangleFourWide
+    : FourWideMethod<RectangleFourWide<Precision, nodes_in_lanes>, RectangleFnm<Precision>> {
+  EdgeTables<FourWideTable> rule;
+
+  explicit RectangleFourWide(const RectangleFnm<Precision>& face);
+  std::complex<double> pressure(double x, double y, double z) const;
+};
+
+/// Lanes over four nodes of one integral.
+using RectangleFourNodes = RectangleFourWide<DoublePrecision, true>;
+/// Lanes over the integrals of one node. Only the direct term E(z) is attenuated, so the method is
+/// right in lossless media only.
+using RectangleFourIntegrals = RectangleFourWide<SinglePrecision, false>;
+
+extern template struct RectangleFourWide<DoublePrecision, true>;
+extern template struct RectangleFourWide<SinglePrecision, false>;
 
 }  // namespace kestrel

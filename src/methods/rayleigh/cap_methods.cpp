@@ -1,7 +1,6 @@
 #include "methods/common/superpose_caps.h"
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
-#include "methods/fnm/four_wide_fields.h"
 #include "methods/rayleigh/surface_sum.h"
 
 namespace kestrel::detail {
@@ -46,13 +45,7 @@ int rayleigh_cw_sse(const Shell& face, ElementInputs& in) {
   return run_field_method(in, [&] {
     const CapSurface surface = cap_surface({face.radius, face.rad_curvature}, *in.medium,
                                            in.rule->get_npoints(), in.weight);
-    const std::vector<double> ones(surface.azimuth.size(), 1.0);
-    return CapSurfaceFourWide{{},
-                              surface,
-                              {surface.azimuth, FourWideTable::repeat_last},
-                              {ones, FourWideTable::pad_zero},
-                              {static_cast<float>(surface.propagation.attenuation),
-                               static_cast<float>(surface.propagation.phase)}};
+    return SurfaceFourWide<CapSurface>(surface, FourWideTable::repeat_last);
   });
 }
 

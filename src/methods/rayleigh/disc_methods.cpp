@@ -5,29 +5,11 @@
 #include "methods/common/superpose_field.h"
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
-#include "methods/fnm/four_wide_fields.h"
 #include "methods/rayleigh/surface_sum.h"
 
 namespace kestrel::detail {
 
 namespace {
-
-/// cos((n + 1/2) pi/N), the midpoint azimuths of the Rayleigh sums.
-std::vector<double> midpoint_cosines(int n) {
-  const double step = kPi / n;
-  return table_of(n, [&](int i) { return std::cos((i + 0.5) * step); });
-}
-
-/// Midpoint circles of a disc: rho_m = (m + 1/2) a/N, weighted with their cell's area.
-std::vector<SurfaceCircle> midpoint_circles(double radius, int n) {
-  const double radial = radius / n, angular = kPi / n;
-  std::vector<SurfaceCircle> circles;
-  for (int m = 0; m < n; ++m) {
-    const double rho = (m + 0.5) * radial;
-    circles.push_back({rho, 0, radial * rho * angular});
-  }
-  return circles;
-}
 
 /// 2j f0 rho w: the Rayleigh integral's j f0 rho w, and 2 for the mirror half of the azimuths.
 std::complex<double> half_surface_prefactor(const Medium& medium, std::complex<double> w) {
@@ -85,18 +67,15 @@ int rayleigh_cw_sse(const Circle& face, ElementInputs& in) {
   if (is_negligible(in.amplitude)) return kSuccess;
   return run_field_method(in, [&] {
     const int n = in.rule->get_npoints();
-    DiscSurfaceFourWide method;
+    PlanarSurface surface = planar_surface(*in.medium, face.radius, n, in.weight);
+    // Areas are products of floats.
     const auto radial = static_cast<float>(face.radius / n), angular = static_cast<float>(kPi / n);
-    for (const SurfaceCircle& circle : midpoint_circles(face.radius, n)) {
-      const auto rho = static_cast<float>(circle.radius);
-      method.circles.push_back(
-          {rho, static_cast<float>(circle.radius * circle.radius), rho * radial * angular});
+    for (SurfaceCircle& circle : surface.circles) {
+      circle.weight = static_cast<double>(static_cast<float>(circle.radius) * radial * angular);
     }
-    method.cosine = {midpoint_cosines(n), FourWideTable::drop};
-    method.propagation = {static_cast<float>(negative_attenuation::nepers_first(*in.medium)),
-                          static_cast<float>(negative_wavenumber(*in.medium, in.medium->_f0))};
-    method.prefactor = half_surface_prefactor(*in.medium, in.weight);
-    return method;
+    surface.propagation = {negative_attenuation::nepers_first(*in.medium),
+                           negative_wavenumber(*in.medium, in.medium->_f0)};
+    return SurfaceFourWide<PlanarSurface>(surface, FourWideTable::drop);
   });
 }
 

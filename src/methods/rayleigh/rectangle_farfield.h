@@ -19,7 +19,7 @@ struct RectangleFarfield {
   int region(double x, double y, double z) const {
     return z < 0 || !(distance(x, y, z) > 0) ? -1 : 0;
   }
-  double reach() const { return propagation.reach(0); }
+  double wide_math_limit() const { return propagation.wide_math_limit(0); }
   void evaluate(FieldTile& tile, int region) const;
 
   static double distance(double x, double y, double z) { return std::sqrt(z * z + x * x + y * y); }
@@ -36,7 +36,7 @@ struct RectangleRadiators {
 
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z < 0 ? -1 : 0; }
-  double reach() const { return propagation.reach(half_width + half_height); }
+  double wide_math_limit() const { return propagation.wide_math_limit(half_width + half_height); }
   void evaluate(FieldTile& tile, int region) const;
 };
 

@@ -2,17 +2,12 @@
 #include "methods/common/superpose_field.h"
 #include "methods/common/wave_constants.h"
 #include "methods/element_methods.h"
-#include "methods/fnm/four_wide_fields.h"
 #include "methods/rayleigh/rectangle_farfield.h"
 #include "methods/rayleigh/surface_sum.h"
 
 namespace kestrel::detail {
 
 namespace {
-
-std::vector<float> to_float(const std::vector<double>& values) {
-  return {values.begin(), values.end()};
-}
 
 /// The product rule over the face, phases at `frequency`.
 RectangleSurface surface_of(const Rectangle& face, const ElementInputs& in, double frequency) {
@@ -26,7 +21,7 @@ RectangleSurface surface_of(const Rectangle& face, const ElementInputs& in, doub
   surface.weight = in.weight;
   surface.density = in.medium->_rho_density;
   surface.f0 = in.medium->_f0;  // the stored one: an unset frequency gives no field
-  surface.extent = reach_of_nodes(a, surface.x_node) + reach_of_nodes(b, surface.y_node);
+  surface.extent = extent_of_nodes(a, surface.x_node) + extent_of_nodes(b, surface.y_node);
   surface.propagation = {negative_attenuation::frequency_first(*in.medium),
                          negative_wavenumber(*in.medium, frequency)};
   return surface;
@@ -61,17 +56,8 @@ int rayleigh_cw_sse(const Rectangle& face, ElementInputs& in) {
   const double frequency = frequency_or_default_keeping_nan(*in.medium);
   if (is_negligible(in.amplitude)) return kSuccess;
   services::print("rayleigh_cw_sse: %d abscissas\n", in.rule->get_npoints());
-  return run_field_method(in, [&] {
-    RectangleSurfaceFourWide method;
-    method.scaling = surface_of(face, in, frequency);
-    method.x_node = to_float(method.scaling.x_node);
-    method.x_weight = to_float(method.scaling.x_weight);
-    method.y_node = {method.scaling.y_node, FourWideTable::repeat_last};
-    method.y_weight = {method.scaling.y_weight, FourWideTable::pad_zero};
-    method.propagation = {static_cast<float>(method.scaling.propagation.attenuation),
-                          static_cast<float>(method.scaling.propagation.phase)};
-    return method;
-  });
+  return run_field_method(
+      in, [&] { return RectangleSurfaceFourWide(surface_of(face, in, frequency)); });
 }
 
 int farfield_cw(const Rectangle& face, ElementInputs& in) { return farfield(face, in, false); }

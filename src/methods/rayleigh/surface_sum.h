@@ -3,45 +3,14 @@
 #include <complex>
 #include <vector>
 
-#include "kestrel/compiler.h"
-#include "methods/common/field_tile.h"
+#include "methods/common/four_wide_method.h"
 #include "methods/fnm/cap_fnm.h"
+#include "methods/rayleigh/surface_terms.h"
 
 namespace kestrel {
 
 /// Direct sums of the Rayleigh-Sommerfeld integral p = j rho f0 w * surface integral of
 /// e^{-(alpha + jk)R}/R. Slow and independent of the fast nearfield method: its yardstick.
-
-/// One circle of nodes on an axisymmetric surface.
-struct SurfaceCircle {
-  double radius = 0;  ///< rho_m, metres
-  double height = 0;  ///< above the centre of curvature; unused on a plane
-  double weight = 0;  ///< area element, times the profile; negative on a hole
-};
-
-/// On a plane: R^2 = (rho^2 + z^2 + r^2) - 2 rho r cos psi, table of cos psi.
-struct PlanarDistance {
-  static KESTREL_INLINE double base(const SurfaceCircle& circle, double /*r*/, double r_squared,
-                                    double z) {
-    return circle.radius * circle.radius + (z * z + r_squared);
-  }
-  static KESTREL_INLINE double squared(double base, double twice_rho_r, double cosine) {
-    return base - twice_rho_r * cosine;
-  }
-};
-
-/// On a sphere: a sum of squares, R^2 = (r - rho)^2 + (zeta + height)^2 + 2 rho r (1 - cos psi),
-/// which does not cancel next to the surface; table of 1 - cos psi.
-struct SphericalDistance {
-  static KESTREL_INLINE double base(const SurfaceCircle& circle, double r, double /*r_squared*/,
-                                    double zeta) {
-    const double radial = r - circle.radius, axial = zeta + circle.height;
-    return radial * radial + axial * axial;
-  }
-  static KESTREL_INLINE double squared(double base, double twice_rho_r, double one_minus_cosine) {
-    return base + twice_rho_r * one_minus_cosine;
-  }
-};
 
 /// Midpoint sum over circles m and half-turn azimuths n (the prefactor counts the mirror half).
 /// With a hole, its circles follow those of the outer disc one by one, as the terms are added.
@@ -53,9 +22,10 @@ struct AxisymmetricSurface {
   double axial_origin = 0;      ///< local z of the plane, or of the centre of curvature
   double extent = 0;            ///< metres
   std::complex<double> prefactor;
-  Propagation propagation;  ///< attenuation and phase are applied separately
+  Propagation propagation;
 
-  double reach() const { return propagation.reach(extent); }
+  using NodeDistance = Distance;
+  double wide_math_limit() const { return propagation.wide_math_limit(extent); }
   void sum(FieldTile& tile) const;
 };
 
@@ -81,8 +51,25 @@ struct CapSurface : AxisymmetricSurface<SphericalDistance> {
     return std::sqrt(x * x + y * y) < 1e-10 && std::abs(z) < 1e-10 ? 1 : 0;
   }
   void evaluate(FieldTile& tile, int region) const;
-  std::complex<double> apex_pressure() const;
+  std::complex<double> closed_form() const;
 };
+
+/// One of these surfaces in single precision, lanes over four azimuths.
+template <class Surface>
+struct SurfaceFourWide : FourWideMethod<SurfaceFourWide<Surface>, Surface> {
+  FourWideTable azimuth;
+  FourWideTable lane_weight;  ///< 1, and 0 in lanes beyond the last azimuth
+
+  /// `packing`: what becomes of the azimuths beyond a multiple of four.
+  SurfaceFourWide(const Surface& surface, FourWideTable::Packing packing)
+      : FourWideMethod<SurfaceFourWide, Surface>(surface),
+        azimuth(surface.azimuth, packing),
+        lane_weight(std::vector(surface.azimuth.size(), 1.0), FourWideTable::pad_zero) {}
+  std::complex<double> pressure(double x, double y, double z) const;
+};
+
+extern template struct SurfaceFourWide<PlanarSurface>;
+extern template struct SurfaceFourWide<CapSurface>;
 
 /// Product Gauss rule over a rectangular face.
 struct RectangleSurface {
@@ -94,10 +81,22 @@ struct RectangleSurface {
 
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z < 0 ? -1 : 0; }
-  double reach() const { return propagation.reach(extent); }
+  double wide_math_limit() const { return propagation.wide_math_limit(extent); }
   void evaluate(FieldTile& tile, int region) const;
   /// Turns sums over the face into pressures.
   void scale(FieldTile& tile) const;
+};
+
+/// The same in single precision, lanes over four y nodes.
+struct RectangleSurfaceFourWide : FourWideMethod<RectangleSurfaceFourWide, RectangleSurface> {
+  FourWideTable x_node, x_weight, y_node, y_weight;
+
+  explicit RectangleSurfaceFourWide(const RectangleSurface& surface);
+  std::complex<double> pressure(double x, double y, double z) const;
+  void evaluate(FieldTile& tile, int region) const {
+    FourWideMethod::evaluate(tile, region);
+    exact.scale(tile);
+  }
 };
 
 }  // namespace kestrel

@@ -36,14 +36,13 @@ int transient_behind(const Shell& face, const ElementInputs& in, TransientSum su
   return superpose_transient(in, sum, [&] { return delays_of(face, in, RimDelays::Side::behind); });
 }
 
-/// `paths` gives a local point's PathRange. The values found widen `span` when it has begun
-/// already.
+/// Sets `span` to the times between the first and the last arrival at any point; `paths` gives a
+/// local point's PathRange. With `begun`, `span` already holds times, and is widened to these.
 template <class Paths>
 int find_span(const ElementInputs& in, const Paths& paths, ImpulseSpan& span, bool begun = false) {
   if (!in.grid || !in.medium) return kMisuse;
   const double c = in.medium->_soundspeed;
-  in.grid->for_each_point([&](int, const CartesianCoordinate& point) {
-    const CartesianCoordinate p = in.to_local(point);
+  in.for_each_point([&](int, const CartesianCoordinate& p) {
     const PathRange range = paths(p.x, p.y, p.z);
     const double begin = range.nearest / c + in.time_delay;
     const double end = range.farthest / c + in.time_delay;

@@ -1,12 +1,13 @@
 #include "methods/transient/impulse_response.h"
 
 #include "kestrel/geometry.h"
+#include "methods/common/wave_constants.h"
 
 namespace kestrel {
 
 namespace {
 
-constexpr double pi = 3.14159265358979;
+using detail::kPi;
 
 double radial(double x, double y) { return std::sqrt(x * x + y * y); }
 
@@ -25,7 +26,7 @@ void DiscImpulse::respond(double x, double y, double z, const double* time, int 
     const double squared = c * c * t * t - z * z;
     const double num = r * r + squared - a * a;
     const double den = squared > 0 ? 2 * r * std::sqrt(squared) : 0;
-    return den < std::abs(num) ? 0 : c / pi * std::acos(num / den);
+    return den < std::abs(num) ? 0 : c / kPi * std::acos(num / den);
   };
   for (int i = 0; i < n; ++i) {
     const double t = time[i];
@@ -57,11 +58,11 @@ void RectangleImpulse::respond(double x, double y, double z, const double* time,
     for (const double s : side) {
       for (const double l : other) {
         if (!(squared <= s * s + l * l)) continue;
-        sum += sign(s) * sign(l) * (beyond(std::abs(s)) + beyond(std::abs(l)) - pi / 2);
+        sum += sign(s) * sign(l) * (beyond(std::abs(s)) + beyond(std::abs(l)) - kPi / 2);
       }
     }
     // Outside the face, before the first arrival, the corners cancel but for their rounding.
-    if (std::abs(sum) >= 1e-12) h[i] = -(0.5 / pi) * soundspeed * sum;
+    if (std::abs(sum) >= 1e-12) h[i] = -(0.5 / kPi) * soundspeed * sum;
   }
 }
 
@@ -79,7 +80,7 @@ void CapImpulse::respond(double x, double y, double z, const double* time, int n
         std::clamp((rc * rc + distance * distance - path * path) / (2 * rc * distance), -1.0, 1.0);
     const double sine = std::sqrt(1 - cosine * cosine);
     const double num = depth * distance / rc + zeta * cosine, den = r * sine;
-    const double share = num <= -den ? 1 : num >= den ? 0 : std::acos(num / den) / pi;
+    const double share = num <= -den ? 1 : num >= den ? 0 : std::acos(num / den) / kPi;
     h[i] = c * (rc / distance) * share;
   }
 }

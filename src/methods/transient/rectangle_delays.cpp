@@ -4,52 +4,15 @@
 #include <cmath>
 #include <numeric>
 
-#include "kestrel/compiler.h"
-#include "numerics/run_kernel.h"
+#include "methods/common/wave_constants.h"
+#include "methods/fnm/rectangle_edges.h"
 
 namespace kestrel {
 
 namespace {
 
-constexpr double pi = 3.14159265358979;
-
-/// One edge; u is the place along it.
-struct EdgeKernel {
-  const double* node;
-  const double* weight_table;
-  int n;
-  double shift;  ///< of an edge taken whole
-  double scale;  ///< squared, of an edge split at the projection; its nodes are squared already
-  bool split;
-  double across;  ///< l
-  double z;
-  double factor;  ///< of the weights
-  double soundspeed;
-  double* delay;
-  double* weight;
-
-  template <class Math>
-  KESTREL_INLINE void operator()(Math) const {
-    if (split) {
-      evaluate([this](int j) { return node[j] * scale; });
-    } else {
-      evaluate([this](int j) { return (node[j] + shift) * (node[j] + shift); });
-    }
-  }
-
-  template <class Squared>
-  KESTREL_INLINE void evaluate(Squared squared) const {
-    const double z_squared = z * z, l_squared = across * across;
-    KESTREL_LANES
-    for (int j = 0; j < n; ++j) {
-      const double q = squared(j) + l_squared;
-      delay[j] = std::sqrt(z_squared + q) / soundspeed;
-      weight[j] = factor * weight_table[j] / q;  // l is not zero, and so q is not
-    }
-  }
-};
-
-/// One or two distances: equal ones count as one, twice.
+/// The distances from a point's projection to the two ends of a side. Two equal distances stand in
+/// `value` once and are counted `times` two.
 struct Distances {
   double value[2];
   int count;
@@ -88,52 +51,51 @@ RectangleDelays::RectangleDelays(double width, double height, const std::vector<
 }
 
 void RectangleDelays::set_medium(double density, double soundspeed) {
-  _prefactor = -(density * soundspeed) / (2 * pi);
+  _prefactor = -(density * soundspeed) / (2 * detail::kPi);
   _soundspeed = soundspeed;
 }
 
 void RectangleDelays::list(double x, double y, double z, DelayList& list) const {
   const int n = nodes();
-  const InstructionSet set = instruction_set();
   list.clear();
   // The direct path is a run of its own.
   list.add_run(1);
+  // Adds one edge; `squared(j)` is the squared distance from the projection to node j.
+  const auto add_edge = [&](const std::vector<double>& weights, double factor, auto squared) {
+    const double* weight = weights.data();
+    const double z_squared = z * z;
+    list.fill(list.add_run(n), n, _soundspeed, [=](int j) KESTREL_INLINE_LAMBDA {
+      const double q = squared(j);  // l is not zero, and so q is not
+      return DelayList::Entry{z_squared + q, factor * weight[j] / q};
+    });
+  };
 
   const double position[2] = {x, y}, half[2] = {_half_width, _half_height};
   for (int axis = 0; axis < 2; ++axis) {
     const double u = position[axis], v = position[1 - axis];
     const double plus = half[axis] + u, minus = half[axis] - u;
-    const Distances across(half[1 - axis] + v, half[1 - axis] - v);
+    const Distances along(plus, minus), across(half[1 - axis] + v, half[1 - axis] - v);
     // Inside the extent an edge is split at the projection, where its integrand peaks; from outside
     // it is taken whole, and from the nearer end on.
     const bool split = plus > 0 && minus > 0;
-    const Distances along(plus, minus);
-    for (int s = 0; s < (split ? along.count : 1); ++s) {
-      for (int l = 0; l < across.count; ++l) {
-        const double distance = across.value[l];
-        if (distance == 0) continue;  // on the edge's own line its weights are zero
-        EdgeKernel edge{};
-        edge.n = n;
-        edge.split = split;
-        edge.across = distance;
-        edge.z = z;
-        edge.soundspeed = _soundspeed;
-        edge.factor = _prefactor * across.times * distance;
+    for (int m = 0; m < (split ? along.count : 1); ++m) {
+      for (int k = 0; k < across.count; ++k) {
+        const double s = along.value[m], l = across.value[k];
+        if (l == 0) continue;  // on the edge's own line its weights are zero
+        const double factor = _prefactor * across.times * l;
         if (split) {
-          edge.node = _unit_squared.data();
-          edge.weight_table = _unit_weight.data();
-          edge.scale = along.value[s] * along.value[s];
-          edge.factor *= along.times * along.value[s];
+          const double* t_squared = _unit_squared.data();
+          add_edge(_unit_weight, factor * (along.times * s), [=](int j) KESTREL_INLINE_LAMBDA {
+            return split_edge_squared(t_squared[j], s, l);
+          });
         } else {
           const Side& side = u < 0 ? _mirrored[axis] : _side[axis];
-          edge.node = side.node.data();
-          edge.weight_table = side.weight.data();
-          edge.shift = std::abs(u);
+          const double* node = side.node.data();
+          const double offset = std::abs(u);
+          add_edge(side.weight, factor, [=](int j) KESTREL_INLINE_LAMBDA {
+            return whole_edge_squared(node[j], offset, l);
+          });
         }
-        const int first = list.add_run(n);
-        edge.delay = list.delay() + first;
-        edge.weight = list.weight() + first;
-        run_kernel(set, edge);
       }
     }
   }

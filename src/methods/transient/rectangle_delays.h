@@ -8,7 +8,7 @@
 namespace kestrel {
 
 /// Delays of a rectangular piston of half sides a and b, by the same edge integrals as its
-/// continuous-wave field (see "transducers/kernels/rectangle_edges.h"): seen from the projection of
+/// continuous-wave field (see "methods/fnm/rectangle_edges.h"): seen from the projection of
 /// the point, four sub-rectangles with signed sides, each with two edges. An edge at distance l,
 /// where u runs along it, has delays sqrt(z^2 + l^2 + u^2) / c and weights
 /// -(rho c / 2 pi) l du / (l^2 + u^2).
@@ -20,8 +20,8 @@ class RectangleDelays final : public DelaySource {
 
   void set_medium(double density, double soundspeed);
 
-  Hearing hearing(double /*x*/, double /*y*/, double z) const override {
-    return z >= 0 ? Hearing::by_list : Hearing::skipped;
+  PointCase point_case(double /*x*/, double /*y*/, double z) const override {
+    return z >= 0 ? PointCase::general : PointCase::skipped;
   }
   void list(double x, double y, double z, DelayList& list) const override;
   int capacity() const override { return 8 * nodes() + 1; }

@@ -5,48 +5,11 @@
 #include <numeric>
 #include <utility>
 
-#include "kestrel/compiler.h"
 #include "kestrel/four_wide.h"
-#include "numerics/run_kernel.h"
+#include "methods/common/wave_constants.h"
+#include "methods/fnm/rim_terms.h"
 
 namespace kestrel {
-
-namespace {
-
-constexpr double pi = 3.14159265358979;
-
-struct RimKernel {
-  const RimRule& rule;
-  Rim rim;
-  double r, z;
-  double factor;  ///< of the weights
-  double soundspeed;
-  double* delay;
-  double* weight;
-
-  template <class Math>
-  KESTREL_INLINE void operator()(Math) const {
-    const double dr = r - rim.radius, dz = z - rim.depth;
-    const double nearest = dr * dr + dz * dz, spread = 2 * rim.radius * r;
-    const double lift = rim.radius * dz * rim.curvature;
-    const double* e = rule.versine.data();
-    const double* sine = rule.sine.data();
-    const double* w = rule.weight.data();
-    const int n = rule.nodes();
-    KESTREL_LANES
-    for (int j = 0; j < n; ++j) {
-      const double along = rim.slope * (dr - r * e[j]) + lift;
-      const double across = r * sine[j];
-      const double squared = along * along + across * across;
-      // Zero where the rim itself is observed: there the bracket of delayed signals vanishes too.
-      const double quotient = along / (squared > 0 ? squared : 1);
-      delay[j] = std::sqrt(nearest + spread * e[j]) / soundspeed;
-      weight[j] = factor * w[j] * quotient;
-    }
-  }
-};
-
-}  // namespace
 
 RimRule::RimRule(const std::vector<double>& azimuths, const std::vector<double>& weights) {
   std::vector<int> order(azimuths.size());
@@ -90,31 +53,27 @@ double RimDelays::distance_to_focus(double x, double y, double z) const {
   return std::sqrt((x * x + y * y) + zeta * zeta);
 }
 
-Hearing RimDelays::hearing(double x, double y, double z) const {
-  if (!_sphere) return z >= 0 ? Hearing::by_list : Hearing::skipped;
+PointCase RimDelays::point_case(double x, double y, double z) const {
+  if (!_sphere) return z >= 0 ? PointCase::general : PointCase::skipped;
   const int region = _sphere->region(x, y, z);
   if (_side == Side::behind) {
     const bool behind = region == CapGeometry::outside && !std::isnan(x + y + z);
-    return behind ? Hearing::by_list : Hearing::skipped;
+    return behind ? PointCase::general : PointCase::skipped;
   }
-  if (region == CapGeometry::outside) return Hearing::skipped;
-  return region == CapGeometry::focus ? Hearing::at_focus : Hearing::by_list;
+  if (region == CapGeometry::outside) return PointCase::skipped;
+  return region == CapGeometry::focus ? PointCase::focal_point : PointCase::general;
 }
 
 double RimDelays::direct_delay(double r, double z) const {
   if (!_sphere) return z / _soundspeed;
-  const double zeta = z - _sphere->curvature;
-  const double distance = std::sqrt(r * r + zeta * zeta);
-  // In the focal plane the line from the centre meets the sphere beside the cap: no side is taken.
-  const double side = zeta > 1e-10 ? 1 : zeta < -1e-10 ? -1 : 0;
+  const double rc = _sphere->curvature, zeta = z - rc;
   // Behind the sphere the distance to it is D - R_c: hence the absolute value.
-  return std::abs(_sphere->curvature + side * distance) / _soundspeed;
+  return std::abs(cap_direct_path(side_of_centre(zeta), rc, r, zeta)) / _soundspeed;
 }
 
 void RimDelays::list(double x, double y, double z, DelayList& list) const {
   const double r = std::sqrt(x * x + y * y);
   const int n = _rule.nodes();
-  const InstructionSet set = instruction_set();
   list.clear();
 
   // The direct path of a flat source is never later than the rim: it leads the outer rim's run. A
@@ -124,10 +83,23 @@ void RimDelays::list(double x, double y, double z, DelayList& list) const {
   for (std::size_t i = 0; i < _rims.size(); ++i) {
     const int first = !_sphere && i == 0 ? direct + 1 : list.add_run(n);
     const double sign = i == 0 ? 1 : -1;
-    const double factor = sign * (_density * _soundspeed * _rims[i].radius / pi);
-    double* weight = list.weight() + first;
-    run_kernel(set,
-               RimKernel{_rule, _rims[i], r, z, factor, _soundspeed, list.delay() + first, weight});
+    const double factor = sign * (_density * _soundspeed * _rims[i].radius / detail::kPi);
+    const Rim rim = _rims[i];
+    const double dr = r - rim.radius, dz = z - rim.depth;
+    const double nearest = dr * dr + dz * dz, spread = 2 * rim.radius * r;
+    const double lift = rim.radius * dz * rim.curvature;
+    const double* e = _rule.versine.data();
+    const double* sine = _rule.sine.data();
+    const double* w = _rule.weight.data();
+    list.fill(first, n, _soundspeed, [=](int j) KESTREL_INLINE_LAMBDA {
+      const double along = rim.slope * (dr - r * e[j]) + lift;
+      const double across = r * sine[j];
+      const double squared = along * along + across * across;
+      // On the rim itself the term is 0/0 with the limit 0, since both delays are equal there.
+      const double quotient = along / (squared > 0 ? squared : 1);
+      return DelayList::Entry{nearest + spread * e[j], factor * w[j] * quotient};
+    });
+    const double* weight = list.weight() + first;
     sum = std::accumulate(weight, weight + n, sum);
   }
   list.delay()[direct] = direct_delay(r, z);
@@ -148,7 +120,7 @@ FourWideDiscDelays::FourWideDiscDelays(const RimRule& rule, double radius, doubl
     const double e = real ? rule.versine[j] : 2, w = real ? rule.weight[j] : 0;
     _versine.push_back(static_cast<float>(e));
     _spread.push_back(static_cast<float>(2 * radius * e));
-    _weight.push_back(static_cast<float>(density * soundspeed * radius / pi * w));
+    _weight.push_back(static_cast<float>(density * soundspeed * radius / detail::kPi * w));
   }
 }
 

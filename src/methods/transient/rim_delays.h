@@ -42,8 +42,9 @@ struct Rim {
 /// With dr = r - a, dz = z - depth and the rule's e = 1 - cos psi a rim point lies at
 /// R^2 = dr^2 + dz^2 + 2 a r e, and its weight is (rho c a / pi) w X / (X^2 + Y^2) with
 /// X = slope (dr - r e) + a dz / Rc and Y = r sin psi: X and Y are the rim point's place along two
-/// orthogonal directions seen from the line point-centre, so nothing cancels near the rim. The
-/// direct path is the one through the face along that line.
+/// orthogonal directions seen from the line point-centre, so nothing cancels near the rim, as it
+/// does in the terms of the continuous-wave methods. The direct path is the one through the face
+/// along that line.
 class RimDelays final : public DelaySource {
  public:
   /// Which points are computed.
@@ -59,7 +60,7 @@ class RimDelays final : public DelaySource {
   static RimDelays curved(RimRule rule, const CapGeometry& outer, double inner_radius,
                           double density, double soundspeed, Side side = Side::front);
 
-  Hearing hearing(double x, double y, double z) const override;
+  PointCase point_case(double x, double y, double z) const override;
   void list(double x, double y, double z, DelayList& list) const override;
   int capacity() const override { return static_cast<int>(_rims.size()) * _rule.nodes() + 1; }
   int longest_run() const override { return _rule.nodes() + 1; }
@@ -87,8 +88,8 @@ class FourWideDiscDelays final : public DelaySource {
  public:
   FourWideDiscDelays(const RimRule& rule, double radius, double density, double soundspeed);
 
-  Hearing hearing(double /*x*/, double /*y*/, double z) const override {
-    return z >= 0 ? Hearing::by_list : Hearing::skipped;
+  PointCase point_case(double /*x*/, double /*y*/, double z) const override {
+    return z >= 0 ? PointCase::general : PointCase::skipped;
   }
   void list(double x, double y, double z, DelayList& list) const override;
   int capacity() const override { return static_cast<int>(_weight.size()) + 1; }

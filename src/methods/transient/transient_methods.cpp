@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kestrel/excitation.h"
+#include "methods/rayleigh/surface_terms.h"
 #include "methods/transient/transient_sums.h"
 #include "numerics/interruption.h"
 
@@ -79,7 +80,6 @@ class FieldBy final : public TransientField {
 
   void superpose(const ElementInputs& in, const DelaySource& source, int samples) override {
     const TimeSamples& axis = *in.time;
-    const CoordinateGrid& grid = *in.grid;
     const ExcitationFunction& excitation = *in.excitation;
     const SignalRate rate(excitation);
     const double wavenumber = kTwoPi * excitation.get_f0() / in.medium->_soundspeed;
@@ -97,15 +97,14 @@ class FieldBy final : public TransientField {
     };
     for (int pass = 0; pass < passes; ++pass) {
       _sum.start_pass(pass);
-      for (int i = 0; i < grid.npoints(); ++i) {
+      in.for_each_point([&](int i, const CartesianCoordinate& p) {
         if (interruption_asked()) return;
-        const CartesianCoordinate p = in.to_local(grid.spatial_index_value(i));
-        const Hearing hearing = source.hearing(p.x, p.y, p.z);
-        if (hearing == Hearing::skipped) continue;
-        const bool focus = hearing == Hearing::at_focus;
+        const PointCase point_case = source.point_case(p.x, p.y, p.z);
+        if (point_case == PointCase::skipped) return;
+        const bool focus = point_case == PointCase::focal_point;
         if (!focus) source.list(p.x, p.y, p.z, _list);
         if (focus || too_near(source.distance_to_focus(p.x, p.y, p.z) * wavenumber)) {
-          if (pass > 0) continue;  // these are summed over all samples at once
+          if (pass > 0) return;  // these are summed over all samples at once
           double* trace = _nearby_traces.open(i);
           if (focus) {
             sum_focus(source, rate, trace);
@@ -118,7 +117,7 @@ class FieldBy final : public TransientField {
           _sum.add(_list, trace);
           finish(_traces, trace);
         }
-      }
+      });
       _traces.superpose(in, samples);
       _nearby_traces.superpose(in, samples);
     }
@@ -186,12 +185,7 @@ std::optional<RimDelays> cap_delays(const Medium& medium, const NumericalIntegra
 }
 
 int superpose_rayleigh_transient(const ElementInputs& in, double radius) {
-  if (!in.has_transient_inputs()) return kMisuse;
-  if (is_negligible(in.amplitude)) return kSuccess;
-  const int n = in.rule->get_npoints();
-  if (n < 1) return kSuccess;
-  try {
-    const CoordinateGrid& grid = *in.grid;
+  return run_transient_method(in, [&] {
     const TimeSamples& axis = *in.time;
     const ExcitationFunction& excitation = *in.excitation;
     const double c = in.medium->_soundspeed, rho = in.medium->_rho_density;
@@ -209,21 +203,20 @@ int superpose_rayleigh_transient(const ElementInputs& in, double radius) {
     const int count = times.count();
     for (int i = 0; i < count; ++i) shifted[i] = times[i] - width;
 
-    const double radial = radius / n, angular = kPi / n;
-    const double factor = (rho / kPi) * radial * angular;
-    const std::vector<double> cosine =
-        table_of(n, [&](int j) { return std::cos((j + 0.5) * angular); });
-    for (int i = 0; i < grid.npoints(); ++i) {
-      const CartesianCoordinate p = in.to_local(grid.spatial_index_value(i));
-      if (!(p.z >= 0)) continue;
+    const int n = in.rule->get_npoints();
+    const double factor = (rho / kPi) * (radius / n) * (kPi / n);
+    const std::vector<SurfaceCircle> circles = midpoint_circles(radius, n);
+    const std::vector<double> cosines = midpoint_cosines(n);
+    in.for_each_point([&](int i, const CartesianCoordinate& p) {
+      if (!(p.z >= 0)) return;
       const double r = std::sqrt(p.x * p.x + p.y * p.y);
       std::fill(trace.begin(), trace.end(), 0.0);
-      for (int m = 0; m < n; ++m) {
-        if (interruption_asked()) return kSuccess;
-        const double source = (m + 0.5) * radial;
-        for (int j = 0; j < n; ++j) {
+      for (const SurfaceCircle& circle : circles) {
+        if (interruption_asked()) return;
+        const double source = circle.radius;
+        for (const double cosine : cosines) {
           const double path =
-              std::sqrt(source * source + p.z * p.z + r * r - 2 * source * r * cosine[j]);
+              std::sqrt(source * source + p.z * p.z + r * r - 2 * source * r * cosine);
           const double delay = path / c, weight = factor * source / path;
           const int first = times.first_entered(support, delay, 0, count);
           for (int k = first; k < count && !support.left(times[k] - delay); ++k) {
@@ -240,11 +233,8 @@ int superpose_rayleigh_transient(const ElementInputs& in, double radius) {
       }
       times.put_in_axis_order(trace.data());
       in.add_trace(i, trace.data());
-    }
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  }
-  return kSuccess;
+    });
+  });
 }
 
 }  // namespace kestrel::detail

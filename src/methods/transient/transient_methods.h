@@ -41,24 +41,30 @@ std::unique_ptr<TransientField> make_transient_field(TransientSum sum,
                                                      const ExcitationFunction& excitation,
                                                      const DelaySource& source, int samples);
 
+/// Runs `compute` if there is anything to compute, and turns a failure of memory into its code.
+template <class Compute>
+int run_transient_method(const ElementInputs& in, const Compute& compute) {
+  if (!in.has_transient_inputs()) return kMisuse;
+  if (is_negligible(in.amplitude) || in.rule->get_npoints() < 1) return kSuccess;
+  try {
+    compute();
+  } catch (const std::bad_alloc&) {
+    return kOutOfMemory;
+  }
+  return kSuccess;
+}
+
 /// Superposes an element's transient field. `build` makes the delay source, an optional that is
 /// empty where the geometry radiates nothing. It runs after the inputs were checked: it may refill
 /// the rule.
 template <class Build>
 int superpose_transient(const ElementInputs& in, TransientSum sum, const Build& build) {
-  if (!in.has_transient_inputs()) return kMisuse;
-  if (is_negligible(in.amplitude)) return kSuccess;
-  if (in.rule->get_npoints() < 1) return kSuccess;
-  try {
+  return run_transient_method(in, [&] {
     const auto source = build();
-    if (source) {
-      const int samples = in.time->nt();
-      make_transient_field(sum, *in.excitation, *source, samples)->superpose(in, *source, samples);
-    }
-  } catch (const std::bad_alloc&) {
-    return kOutOfMemory;
-  }
-  return kSuccess;
+    if (!source) return;
+    const int samples = in.time->nt();
+    make_transient_field(sum, *in.excitation, *source, samples)->superpose(in, *source, samples);
+  });
 }
 
 /// Nodes along half a flat rim. Refills the rule over (0, pi).
@@ -85,23 +91,20 @@ struct SignedImpulse {
 template <class Impulse>
 int superpose_impulse_response(const ElementInputs& in,
                                std::initializer_list<SignedImpulse<Impulse>> faces) {
-  const CoordinateGrid* grid = in.grid;
-  const TimeSamples* axis = in.time;
-  if (!grid || !axis || !in.has_traces()) return kMisuse;
+  if (!in.grid || !in.time || !in.has_traces()) return kMisuse;
   try {
-    const int nt = axis->nt();
+    const int nt = in.time->nt();
     const std::vector<double> time =
-        table_of(nt, [&](int i) { return axis->time_index_value(i) - in.time_delay; });
+        table_of(nt, [&](int i) { return in.time->time_index_value(i) - in.time_delay; });
     std::vector<double> h(time.size());
-    for (const auto& [impulse, sign] : faces) {
-      const double factor = sign * in.amplitude;
-      for (int i = 0; i < grid->npoints(); ++i) {
-        const CartesianCoordinate p = in.to_local(grid->spatial_index_value(i));
-        if (!impulse.hears(p.x, p.y, p.z)) continue;
-        impulse.respond(p.x, p.y, p.z, time.data(), nt, h.data());
+    for (const SignedImpulse<Impulse>& face : faces) {
+      const double factor = face.sign * in.amplitude;
+      in.for_each_point([&](int i, const CartesianCoordinate& p) {
+        if (!face.impulse.hears(p.x, p.y, p.z)) return;
+        face.impulse.respond(p.x, p.y, p.z, time.data(), nt, h.data());
         for (double& sample : h) sample *= factor;
         in.add_trace(i, h.data());
-      }
+      });
     }
   } catch (const std::bad_alloc&) {
     return kOutOfMemory;

@@ -87,7 +87,7 @@ class ExactTerms {
   double block_widths() const {
     return _excitation->get_type() == kTCubed ? 4 : std::numeric_limits<double>::infinity();
   }
-  double usable_reference(double reference, double /*delay*/) const { return reference; }
+  double representable_time_origin(double reference, double /*delay*/) const { return reference; }
 
   void spatial(double* out, const double* tau, int n, double reference) const {
     _excitation->exact_spatial_terms(out, tau, n, reference);
@@ -139,8 +139,9 @@ class LowPrecisionTerms {
   int count() const { return _excitation->number_of_tsd_terms(); }
   int row() const { return padded_terms<float>(count()); }
   double block_widths() const { return _excitation->get_type() == kTCubed ? 1 : 8; }
-  /// Both sides of a product must count from the same rounded time.
-  double usable_reference(double reference, double delay) const {
+  /// v(t - d) is expanded in products f(t) g(d). Both factors count from the same time rounded to
+  /// float, or its rounding would not cancel.
+  double representable_time_origin(double reference, double delay) const {
     return static_cast<double>(static_cast<float>(delay + reference)) - delay;
   }
 
@@ -188,7 +189,7 @@ class FourWideTerms {
   int count() const { return _exact.count(); }
   int row() const { return padded_terms<float>(count()); }
   double block_widths() const { return _excitation->get_type() == kTCubed ? 1 : 8; }
-  double usable_reference(double reference, double /*delay*/) const { return reference; }
+  double representable_time_origin(double reference, double /*delay*/) const { return reference; }
 
   void spatial(float* out, const double* tau, int n, double reference) const {
     _excitation->four_wide_spatial_terms(out, tau, n, reference);
@@ -227,8 +228,8 @@ class DecomposedSum {
     _passes.reserve(samples);
   }
 
-  /// Spatial terms are formed for whole groups of so many delays; lists have room for one more
-  /// group.
+  /// Delays are processed in groups of so many; lists have room for one more group, so that the
+  /// last one may overrun.
   static constexpr int lane_group = 4;
 
   int begin(const RisingTimes& times, const ElementInputs& in) {
@@ -318,7 +319,8 @@ class DecomposedSum {
                               begin);
       last = std::max(last, first + 1);
       const double middle = (times[first] + times[last - 1]) / 2;
-      _blocks.push_back({first, last, _terms.usable_reference(middle, _inputs->time_delay)});
+      _blocks.push_back(
+          {first, last, _terms.representable_time_origin(middle, _inputs->time_delay)});
     }
   }
 
