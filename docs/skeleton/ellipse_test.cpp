@@ -70,10 +70,8 @@ TEST(Ellipse, IsAShapeOfArrays) {
   EXPECT_THROW(check_element({.geometry = Ellipse{2e-3, 0}}, 1), Error);
 
   // Equal elements share their field; the sum is that of their slots of the class table.
-  std::vector<Element> array;
-  for (int i = 0; i < 4; ++i) {
-    array.push_back({.geometry = face, .center = {3e-3 * i, 0, 0}, .phase = 0.4 * i});
-  }
+  std::vector<Element> array(4, {.geometry = face});
+  for (std::size_t i = 0; i < array.size(); ++i) array[i].center.x = 3e-3 * double(i);
   focus(array, {0, 0, 30e-3}, lossy(), kFrequency);
   CoordinateGrid grid = regular_grid({.x = {-6e-3, 6e-3, 1e-3}, .z = {5e-3, 25e-3, 5e-3}});
   const ContinuousField shared = continuous_field(
