@@ -42,4 +42,5 @@ endif()
 # Links between these pages stay good: they lie to each other as in the source tree.
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(DIRECTORY docs examples DESTINATION "${CMAKE_INSTALL_DOCDIR}"
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN "*.m" PATTERN "*.cpp")
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN "*.m" PATTERN "*.cpp"
+  PATTERN skeleton EXCLUDE)  # for who works on the library itself

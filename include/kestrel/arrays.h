@@ -69,11 +69,16 @@ struct Bowl {
 /// largest element radius that does.
 std::vector<Element> bowl_array(int n, const Bowl& bowl, const Placement& placement = {});
 
-/// Copies of `prototype` at `positions`, each radiating along its `normal`, which need not have
-/// length 1. The prototype's own angles turn it before; its centre is not used.
+/// Copies of `prototype` at `positions`, each radiating along its normal, which need not have
+/// length 1: one for each position, one for all, or none for +z. The prototype's third angle, by
+/// which it is spun about its own axis, holds for all; its other angles and its centre do not
+/// count.
 std::vector<Element> from_positions(const Element& prototype,
                                     std::span<const CartesianCoordinate> positions,
-                                    std::span<const CartesianCoordinate> normals);
+                                    std::span<const CartesianCoordinate> normals = {});
+
+/// Turns every element where it stands, so that it radiates towards `point`. Its third angle stays.
+void aim(std::span<Element> array, CartesianCoordinate point);
 
 }  // namespace kestrel
 
@@ -112,6 +117,11 @@ void focus(std::span<Element> array, CartesianCoordinate point, const Medium& me
 /// farthest in the direction has phase 0.
 void steer(std::span<Element> array, double theta, double phi, const Medium& medium, double f0,
            std::optional<CartesianCoordinate> euler = {});
+
+/// Sets time delays (s) so that the pulses of the elements' centres add up to a plane wave in the
+/// direction of `steer`. Relative to the array's middle, so that earlier and later ones are alike.
+void plane_wave_delays(std::span<Element> array, double theta, double phi, const Medium& medium,
+                       std::optional<CartesianCoordinate> euler = {});
 
 /// A window over the aperture by its name, 'rect', 'cosine', 'hann', 'hamming', 'blackman', 'tukey'
 /// or 'gauss', or numbers.

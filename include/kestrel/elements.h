@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 #include "kestrel/geometry.h"
 #include "kestrel/transducer.h"
@@ -13,6 +14,15 @@ namespace kestrel {
 template <class Face>
 class Shape : public Transducer {
  public:
+  /// A face without extent: all sizes are zero, and nothing but an assignment sets them.
+  Shape() = default;
+  explicit Shape(const Face& face) : _face(face) {}
+  Shape(const Face& face, double time_delay) : _face(face) { _time_delay = time_delay; }
+  Shape(const Face& face, double amplitude, double phase) : _face(face) {
+    Transducer::set_amplitude(amplitude);
+    Transducer::set_phase(phase);
+  }
+
   int farfield_cw() override;
   int fnm_cw() override;
   int fnm_cw_apodized() override;
@@ -44,15 +54,6 @@ class Shape : public Transducer {
   int kzk_cw() override;
 
  protected:
-  /// A face without extent: all sizes are zero, and nothing but an assignment sets them.
-  Shape() = default;
-  explicit Shape(const Face& face) : _face(face) {}
-  Shape(const Face& face, double time_delay) : _face(face) { _time_delay = time_delay; }
-  Shape(const Face& face, double amplitude, double phase) : _face(face) {
-    Transducer::set_amplitude(amplitude);
-    Transducer::set_phase(phase);
-  }
-
   /// Runs a method of methods/element_methods.h.
   template <class Method>
   int run(const Method& method);
@@ -76,6 +77,7 @@ extern template class Shape<ShellRing>;
 /// nearfield methods differ from the Rayleigh integral by the factor 1 - j alpha/k.
 class RectangularTransducer : public Shape<Rectangle> {
  public:
+  using Shape::Shape;
   RectangularTransducer() = default;
   RectangularTransducer(double width, double height) : Shape(Rectangle{width, height}) {}
   RectangularTransducer(double width, double height, double time_delay)
@@ -116,6 +118,7 @@ class RectangularTransducer : public Shape<Rectangle> {
 /// (0, pi) and leave it so: fill it again before another shape uses it.
 class CircularTransducer : public Shape<Circle> {
  public:
+  using Shape::Shape;
   CircularTransducer() = default;
   explicit CircularTransducer(double radius) : Shape(Circle{radius}) {}
   CircularTransducer(double radius, double time_delay) : Shape(Circle{radius}, time_delay) {}
@@ -157,6 +160,7 @@ class CircularTransducer : public Shape<Circle> {
 /// inner radius of zero or less (or NaN) makes it a full disc.
 class RingTransducer : public Shape<Ring> {
  public:
+  using Shape::Shape;
   RingTransducer() = default;
   RingTransducer(double inner_radius, double outer_radius)
       : Shape(Ring{inner_radius, outer_radius}) {}
@@ -179,6 +183,7 @@ class RingTransducer : public Shape<Ring> {
 /// Points behind the rim plane and outside the sphere receive nothing.
 class SphericalTransducer : public Shape<Shell> {
  public:
+  using Shape::Shape;
   SphericalTransducer() = default;
   SphericalTransducer(double radius, double radius_of_curvature)
       : Shape(Shell{radius, radius_of_curvature}) {}
@@ -231,6 +236,7 @@ class SphericalTransducer : public Shape<Shell> {
 /// passes: points there receive minus the inner cap's field alone, which is not the ring's field.
 class SphericalRingTransducer : public Shape<ShellRing> {
  public:
+  using Shape::Shape;
   SphericalRingTransducer() = default;
   SphericalRingTransducer(double inner_radius, double outer_radius, double geometric_focus)
       : Shape(ShellRing{inner_radius, outer_radius, geometric_focus}) {}
@@ -285,6 +291,25 @@ class TriangleTransducer : public Transducer {
   virtual int fnm_transient_cuda(int) { return kNotImplemented; }
   virtual int kzk_nonlinear() { return kNotImplemented; }
 };
+
+}  // namespace kestrel
+
+namespace kestrel {
+
+/// The class of a shape's elements: its own, where programs have one to index its table or to ask
+/// for its sizes, and else Shape itself.
+template <class Face>
+struct ElementClass : std::type_identity<Shape<Face>> {};
+template <>
+struct ElementClass<Rectangle> : std::type_identity<RectangularTransducer> {};
+template <>
+struct ElementClass<Circle> : std::type_identity<CircularTransducer> {};
+template <>
+struct ElementClass<Ring> : std::type_identity<RingTransducer> {};
+template <>
+struct ElementClass<Shell> : std::type_identity<SphericalTransducer> {};
+template <>
+struct ElementClass<ShellRing> : std::type_identity<SphericalRingTransducer> {};
 
 }  // namespace kestrel
 

@@ -89,6 +89,10 @@ enum class Symmetry {
 
 /// What is the same for all elements of a shape.
 struct ShapeFacts {
+  /// A constructor, so that none can be left out.
+  constexpr ShapeFacts(const char* shape_name, Symmetry field_symmetry, int integrals)
+      : name(shape_name), symmetry(field_symmetry), edge_integrals(integrals) {}
+
   const char* name;  ///< in the field `shape` of structures
   Symmetry symmetry;
   int edge_integrals;  ///< one-dimensional integrals of the fast nearfield method for a point
@@ -106,8 +110,9 @@ struct FieldJumps {
 };
 
 /// The face between two circles about the axis, for the path that a wave takes on average: the
-/// radii of the circles, and of the sphere on which they lie (0: a plane). A rectangle counts as
-/// its centre.
+/// radii of the circles, and of the sphere on which they lie (0: a plane). A face that is not round
+/// counts as its centre. The edges of a round face are these circles; those of a face with two
+/// planes of symmetry are the sides of the rectangle around it.
 struct RadialFace {
   double inner_radius = 0, outer_radius = 0, curvature = 0;
   /// Height of a circle of the face over its apex.
@@ -242,11 +247,21 @@ struct ShellRing {
   bool operator==(const ShellRing&) const = default;
 };
 
+/// Whether every number of a shape has a name among its sizes.
+template <class G>
+constexpr bool names_all_sizes() {
+  for (const Size<G>& size : G::sizes()) {
+    if (size.first == nullptr || size.second == nullptr) return false;
+  }
+  return sizeof(G) == G::sizes().size() * sizeof(double);
+}
+
 /// What a shape must say of itself. A forgotten fact does not compile.
 template <class G>
 concept ElementShape = std::equality_comparable<G> && requires(const G g, const SizeCheck& size) {
   { G::kFacts } -> std::convertible_to<ShapeFacts>;
   { G::sizes()[0] } -> std::convertible_to<Size<G>>;
+  requires names_all_sizes<G>();
   /// Fails when the sizes cannot be.
   { g.check(size) } -> std::same_as<void>;
   /// Radius about the local origin of a sphere that holds the whole element.

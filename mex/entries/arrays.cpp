@@ -1,12 +1,15 @@
 /// The compiled half of the functions that lay out arrays and weigh their elements.
 ///
 ///     array = arrays (name, arguments)
-///     [amplitude, phase, time_delay] = arrays (name, arguments, array)
+///     [amplitude, phase, time_delay, euler1, euler2, euler3] = arrays (name, arguments, array)
+///     [area, extent, inscribed_radius] = arrays ('faces', arguments, array)
+///     shapes = arrays ('shapes', arguments)
 ///
 /// `name` is that of the user's function, for example 'linear_array' or 'focus'. `arguments` is a
 /// structure with the function's arguments and options by their names. The first form makes an
-/// array of elements, the second returns the drive of the elements of `array`, rows of one number
-/// each.
+/// array of elements, the second returns the drive and the angles of the elements of `array`, and
+/// the third what their shapes say of their faces, rows of one number for each element. The last
+/// lists the shapes that there are, each with its name and the fields of its sizes.
 
 #include "kestrel/arrays.h"
 
@@ -46,9 +49,9 @@ class Arguments {
   double number_or(const char* name, double absent) const {
     return has(name) ? number(name) : absent;
   }
-  int count(double number) const {
+  static int count(double number, const char* name = "n") {
     if (!(number == std::floor(number) && std::abs(number) < 2147483648.0)) {
-      fail("n must be a whole number of at least 1, but it is %g.", number);
+      fail("%s must be a whole number, but it is %g.", name, number);
     }
     return static_cast<int>(number);
   }
@@ -131,27 +134,57 @@ constexpr Layout kLayouts[] = {
      }},
     {"bowl_array",
      [](const Arguments& a) {
-       const Bowl bowl{.element_radius = a.number("element_radius"),
-                       .aperture_radius = a.number("aperture_radius"),
-                       .rad_curvature = a.number("rad_curvature"),
-                       .inner_radius = a.number("inner_radius"),
-                       .apodization_index = static_cast<int>(a.number("apodization_index"))};
+       const Bowl bowl{
+           .element_radius = a.number("element_radius"),
+           .aperture_radius = a.number("aperture_radius"),
+           .rad_curvature = a.number("rad_curvature"),
+           .inner_radius = a.number("inner_radius"),
+           .apodization_index = a.count(a.number("apodization_index"), "apodization_index")};
        return bowl_array(a.count(a.number("n")), bowl, a.placement());
      }},
     {"from_positions",
      [](const Arguments& a) {
-       return from_positions(read_element(a.value("prototype"), 0), a.points("positions"),
-                             a.points("normals"));
+       return place(from_positions(read_element(a.value("prototype"), 0), a.points("positions"),
+                                   a.points("normals")),
+                    a.placement());
      }},
 };
 
-struct Weighing {
+/// A row with one number for each element.
+using Row = double (*)(const Element& element);
+
+constexpr Row kDrive[] = {
+    [](const Element& e) { return e.amplitude; },  [](const Element& e) { return e.phase; },
+    [](const Element& e) { return e.time_delay; }, [](const Element& e) { return e.euler.x; },
+    [](const Element& e) { return e.euler.y; },    [](const Element& e) { return e.euler.z; }};
+
+constexpr Row kFaces[] = {
+    [](const Element& e) {
+      return std::visit([](const auto& face) { return face.area(); }, e.geometry);
+    },
+    [](const Element& e) { return extent(e.geometry); },
+    [](const Element& e) {
+      return std::visit([](const auto& face) { return face.inscribed_radius(); }, e.geometry);
+    }};
+
+/// What is done with the elements of an array, and what is told of them.
+struct Work {
   const char* name;
   void (*apply)(std::span<Element> array, const Arguments& a);
+  std::span<const Row> rows = kDrive;
 };
+
+/// Calls apply(theta, phi) with the argument 'angles'.
+template <class Apply>
+void with_angles(const Arguments& a, const Apply& apply) {
+  const std::vector<double> angles = a.numbers("angles");
+  if (angles.size() != 2) fail("angles must have 2 entries, but it has %zu.", angles.size());
+  apply(angles[0], angles[1]);
+}
 
 /// A window by name or by numbers.
 Window read_window(const mxArray* value, std::string& name) {
+  if (value == nullptr) fail("a window is missing.");  // a cell that was never set
   if (!mxIsChar(value)) return Arguments::numbers(value, "window");
   char text[32] = "";
   mxGetString(value, text, sizeof text);
@@ -182,7 +215,7 @@ void apply_window(std::span<Element> array, const Arguments& a) {
   }
 }
 
-constexpr Weighing kWeighings[] = {
+constexpr Work kWork[] = {
     {"focus",
      [](std::span<Element> array, const Arguments& a) {
        focus(array, a.points("points"), a.medium(), a.number("f0"),
@@ -190,20 +223,32 @@ constexpr Weighing kWeighings[] = {
      }},
     {"steer",
      [](std::span<Element> array, const Arguments& a) {
-       const std::vector<double> angles = a.numbers("angles");
-       if (angles.size() != 2) fail("angles must have 2 entries, but it has %zu.", angles.size());
-       steer(array, angles[0], angles[1], a.medium(), a.number("f0"), a.optional_triple("euler"));
+       with_angles(a, [&](double theta, double phi) {
+         steer(array, theta, phi, a.medium(), a.number("f0"), a.optional_triple("euler"));
+       });
+     }},
+    {"plane_wave_delays",
+     [](std::span<Element> array, const Arguments& a) {
+       with_angles(a, [&](double theta, double phi) {
+         plane_wave_delays(array, theta, phi, a.medium(), a.optional_triple("euler"));
+       });
      }},
     {"apodize", apply_window},
     {"focus_delays",
      [](std::span<Element> array, const Arguments& a) {
        focus_delays(array, a.triple("point"), a.medium());
      }},
+    {"aim", [](std::span<Element> array, const Arguments& a) { aim(array, a.triple("point")); }},
+    {"faces", [](std::span<Element>, const Arguments&) {}, kFaces},
 };
 
 void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, const std::string& name) {
   const Arguments arguments(prhs[1]);
   if (nrhs == 2) {
+    if (name == "shapes") {
+      plhs[0] = write_shapes();
+      return;
+    }
     for (const Layout& layout : kLayouts) {
       if (name != layout.name) continue;
       plhs[0] = write_elements(layout.make(arguments));
@@ -211,13 +256,14 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, const std
     }
   } else {
     std::vector<Element> array = read_elements(prhs[2]);
-    for (const Weighing& weighing : kWeighings) {
-      if (name != weighing.name) continue;
-      weighing.apply(array, arguments);
-      double Element::*const drive[] = {&Element::amplitude, &Element::phase, &Element::time_delay};
-      for (int i = 0; i < std::max(nlhs, 1); ++i) {
+    for (const Work& work : kWork) {
+      if (name != work.name) continue;
+      work.apply(array, arguments);
+      const auto count = static_cast<std::size_t>(std::max(nlhs, 1));
+      if (count > work.rows.size()) fail("there are only %zu results.", work.rows.size());
+      for (std::size_t i = 0; i < count; ++i) {
         plhs[i] = write_matrix(1, array.size(),
-                               [&](std::size_t, std::size_t e) { return array[e].*drive[i]; });
+                               [&](std::size_t, std::size_t e) { return work.rows[i](array[e]); });
       }
       return;
     }
@@ -234,7 +280,7 @@ extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* 
   host::run_entry(
       [&] {
         char name[64] = "";
-        if (nrhs < 2 || nrhs > 3 || nlhs > 3 || !mxIsStruct(prhs[1]) ||
+        if (nrhs < 2 || nrhs > 3 || !mxIsStruct(prhs[1]) ||
             mxGetString(prhs[0], name, sizeof name) != 0) {
           fail("expected arrays(name, arguments) or arrays(name, arguments, array).");
         }

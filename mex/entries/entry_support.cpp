@@ -9,6 +9,7 @@
 #include "kestrel/error.h"
 #include "kestrel/services.h"
 #include "mex/readers/element_reader.h"
+#include "mex/readers/element_writer.h"
 #include "mex/readers/structure_reader.h"
 
 namespace kestrel::gateway {
@@ -154,15 +155,6 @@ double bytes_of(const mxArray* array) {
   return static_cast<double>(mxGetNumberOfElements(array)) *
          (mxIsComplex(array) ? sizeof(mxComplexDouble) : sizeof(double));
 }
-
-namespace {
-
-mxArray* made(mxArray* array) {
-  if (array == nullptr) fail("Out of memory: the structure 'info' cannot be created.");
-  return array;
-}
-
-}  // namespace
 
 Info::Info(std::span<const char*> fields)
     : _array(made(mxCreateStructMatrix(1, 1, static_cast<int>(fields.size()), fields.data()))) {}

@@ -30,6 +30,22 @@ mxArray* made(mxArray* array) {
   return array;
 }
 
+mxArray* write_shapes() {
+  const char* fields[] = {"name", "sizes"};
+  mxArray* array = made(mxCreateStructMatrix(1, std::variant_size_v<Geometry>, 2, fields));
+  mwIndex index = 0;
+  for_each_shape([&](const auto& shape) {
+    const auto sizes = shape.sizes();
+    mxArray* names = made(mxCreateCellMatrix(1, sizes.size()));
+    for (std::size_t i = 0; i < sizes.size(); ++i) {
+      mxSetCell(names, i, made(mxCreateString(sizes[i].first)));
+    }
+    mxSetField(array, index, "name", made(mxCreateString(shape.kFacts.name)));
+    mxSetField(array, index++, "sizes", names);
+  });
+  return array;
+}
+
 mxArray* write_elements(const std::vector<Element>& elements) {
   std::vector<const char*> names = {"shape"};
   const std::vector<const char*> sizes = size_fields();
@@ -45,16 +61,17 @@ mxArray* write_elements(const std::vector<Element>& elements) {
       const double entries[] = {p.x, p.y, p.z};
       return write_matrix(1, 3, [&](std::size_t, std::size_t c) { return entries[c]; });
     };
-    for (const char* field : sizes) set(field, made(mxCreateDoubleMatrix(0, 0, mxREAL)));
+    set("shape", made(mxCreateString(shape_facts(element.geometry).name)));
     std::visit(
         [&](const auto& geometry) {
-          set("shape", made(mxCreateString(geometry.kFacts.name)));
-          for (const auto& [field, size] : geometry.sizes()) {
-            mxDestroyArray(mxGetField(array, i, field));
-            set(field, number(geometry.*size));
-          }
+          for (const auto& [field, size] : geometry.sizes()) set(field, number(geometry.*size));
         },
         element.geometry);
+    for (const char* field : sizes) {
+      if (mxGetField(array, i, field) == nullptr) {
+        set(field, made(mxCreateDoubleMatrix(0, 0, mxREAL)));
+      }
+    }
     set("center", triple(element.center));
     set("euler", triple(element.euler));
     set("amplitude", number(element.amplitude));

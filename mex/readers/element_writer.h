@@ -12,6 +12,10 @@ namespace kestrel::gateway {
 /// join in one array. Fails when memory runs out.
 mxArray* write_elements(const std::vector<Element>& elements);
 
+/// A 1-by-n structure array of the shapes that there are: `name`, and `sizes`, a row of cells with
+/// the names of the fields.
+mxArray* write_shapes();
+
 /// `array` itself; fails when the host had no memory to make it.
 mxArray* made(mxArray* array);
 

@@ -141,16 +141,18 @@ void set_value_at(mxArray& array, mwIndex index, int column, mxArray* value) {
   values[index] = value;
 }
 
-template <class T>
-T* typed_data(const mxArray* array, mxClassID class_id, bool is_complex) {
-  const mxArray& checked_array = checked(array);
-  const bool fits = checked_array.class_id == class_id && checked_array.is_complex == is_complex;
-  return fits ? static_cast<T*>(checked_array.data) : nullptr;
+bool holds_doubles(const mxArray& array, bool is_complex) {
+  return array.class_id == mxDOUBLE_CLASS && array.is_complex == is_complex;
 }
 
-int set_typed_data(mxArray* array, void* data, mxClassID class_id, bool is_complex) {
+template <class T>
+T* doubles_of(const mxArray* array, bool is_complex) {
+  return holds_doubles(checked(array), is_complex) ? static_cast<T*>(array->data) : nullptr;
+}
+
+int set_doubles(mxArray* array, void* data, bool is_complex) {
   mxArray& target = checked(array);
-  if (target.class_id != class_id || target.is_complex != is_complex) return 0;
+  if (!holds_doubles(target, is_complex)) return 0;
   if (target.data == data) return 1;
   if (data != nullptr) blocks().contain(data, array);
   if (target.data != nullptr) blocks().set_free(target.data, array);
@@ -189,36 +191,24 @@ mxArray* mxCreateNumericArray(mwSize count, const mwSize* dimensions, mxClassID 
 }
 
 mxArray* mxCreateLogicalScalar(mxLogical value) {
-  mxArray* array = mxCreateLogicalMatrix(1, 1);
-  if (array != nullptr) *mxGetLogicals(array) = value;
+  mxArray* array = create({1, 1}, mxLOGICAL_CLASS);
+  if (array != nullptr) *static_cast<mxLogical*>(array->data) = value;
   return array;
 }
-
-mxArray* mxCreateLogicalMatrix(mwSize m, mwSize n) { return create({m, n}, mxLOGICAL_CLASS); }
 
 mxArray* mxCreateString(const char* text) {
   const std::size_t length = std::strlen(text);
   mxArray* array = create({length == 0 ? 0u : 1u, length}, mxCHAR_CLASS);
   if (array == nullptr) return nullptr;
-  std::transform(text, text + length, mxGetChars(array),
+  std::transform(text, text + length, static_cast<mxChar*>(array->data),
                  [](char byte) { return static_cast<mxChar>(static_cast<unsigned char>(byte)); });
   return array;
-}
-
-mxArray* mxCreateCharArray(mwSize count, const mwSize* dimensions) {
-  return create(normal_dimensions(dimensions, count), mxCHAR_CLASS);
 }
 
 mxArray* mxCreateCellMatrix(mwSize m, mwSize n) { return create({m, n}, mxCELL_CLASS); }
 
 mxArray* mxCreateStructMatrix(mwSize m, mwSize n, int field_count, const char** names) {
-  const mwSize dimensions[] = {m, n};
-  return mxCreateStructArray(2, dimensions, field_count, names);
-}
-
-mxArray* mxCreateStructArray(mwSize count, const mwSize* dimensions, int field_count,
-                             const char** names) {
-  mxArray* array = create(normal_dimensions(dimensions, count), mxSTRUCT_CLASS);
+  mxArray* array = create({m, n}, mxSTRUCT_CLASS);
   if (array == nullptr) return nullptr;
   for (int field = 0; field < field_count; ++field) mxAddField(array, names[field]);
   return array;
@@ -266,20 +256,14 @@ mxClassID mxGetClassID(const mxArray* array) { return checked(array).class_id; }
 
 const char* mxGetClassName(const mxArray* array) { return traits(checked(array).class_id).name; }
 
-bool mxIsClass(const mxArray* array, const char* name) {
-  return std::strcmp(mxGetClassName(array), name) == 0;
-}
-
 bool mxIsNumeric(const mxArray* array) { return traits(checked(array).class_id).is_numeric; }
 bool mxIsComplex(const mxArray* array) { return checked(array).is_complex; }
 bool mxIsDouble(const mxArray* array) { return mxGetClassID(array) == mxDOUBLE_CLASS; }
-bool mxIsSingle(const mxArray* array) { return mxGetClassID(array) == mxSINGLE_CLASS; }
 bool mxIsLogical(const mxArray* array) { return mxGetClassID(array) == mxLOGICAL_CLASS; }
 bool mxIsChar(const mxArray* array) { return mxGetClassID(array) == mxCHAR_CLASS; }
 bool mxIsCell(const mxArray* array) { return mxGetClassID(array) == mxCELL_CLASS; }
 bool mxIsStruct(const mxArray* array) { return mxGetClassID(array) == mxSTRUCT_CLASS; }
 bool mxIsEmpty(const mxArray* array) { return mxGetNumberOfElements(array) == 0; }
-bool mxIsScalar(const mxArray* array) { return mxGetNumberOfElements(array) == 1; }
 
 bool mxIsSparse(const mxArray* array) {
   checked(array);
@@ -327,42 +311,20 @@ int mxSetDimensions(mxArray* array, const mwSize* dimensions, mwSize count) {
 
 std::size_t mxGetNumberOfElements(const mxArray* array) { return element_count(checked(array)); }
 
-std::size_t mxGetElementSize(const mxArray* array) { return element_size(checked(array)); }
-
 // ---- data ----
 
 void* mxGetData(const mxArray* array) { return checked(array).data; }
 
-double* mxGetPr(const mxArray* array) { return mxGetDoubles(array); }
-
-mxDouble* mxGetDoubles(const mxArray* array) {
-  return typed_data<mxDouble>(array, mxDOUBLE_CLASS, false);
-}
+mxDouble* mxGetDoubles(const mxArray* array) { return doubles_of<mxDouble>(array, false); }
 
 mxComplexDouble* mxGetComplexDoubles(const mxArray* array) {
-  return typed_data<mxComplexDouble>(array, mxDOUBLE_CLASS, true);
+  return doubles_of<mxComplexDouble>(array, true);
 }
 
-mxSingle* mxGetSingles(const mxArray* array) {
-  return typed_data<mxSingle>(array, mxSINGLE_CLASS, false);
-}
-
-mxComplexSingle* mxGetComplexSingles(const mxArray* array) {
-  return typed_data<mxComplexSingle>(array, mxSINGLE_CLASS, true);
-}
-
-mxLogical* mxGetLogicals(const mxArray* array) {
-  return typed_data<mxLogical>(array, mxLOGICAL_CLASS, false);
-}
-
-mxChar* mxGetChars(const mxArray* array) { return typed_data<mxChar>(array, mxCHAR_CLASS, false); }
-
-int mxSetDoubles(mxArray* array, mxDouble* data) {
-  return set_typed_data(array, data, mxDOUBLE_CLASS, false);
-}
+int mxSetDoubles(mxArray* array, mxDouble* data) { return set_doubles(array, data, false); }
 
 int mxSetComplexDoubles(mxArray* array, mxComplexDouble* data) {
-  return set_typed_data(array, data, mxDOUBLE_CLASS, true);
+  return set_doubles(array, data, true);
 }
 
 double mxGetScalar(const mxArray* array) {
@@ -410,14 +372,6 @@ int mxGetString(const mxArray* array, char* buffer, mwSize size) {
                  [](mxChar character) { return static_cast<char>(character); });
   buffer[copied] = '\0';
   return copied == length ? 0 : 1;
-}
-
-char* mxArrayToString(const mxArray* array) {
-  if (!mxIsChar(array)) return nullptr;
-  const std::size_t size = mxGetNumberOfElements(array) + 1;
-  auto* text = static_cast<char*>(mxMalloc(size));
-  if (text != nullptr) mxGetString(array, text, size);
-  return text;
 }
 
 // ---- cells and structures ----

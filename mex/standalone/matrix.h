@@ -19,12 +19,8 @@ using mwSignedIndex = std::ptrdiff_t;
 using mxLogical = bool;
 using mxChar = char16_t;
 using mxDouble = double;
-using mxSingle = float;
 struct mxComplexDouble {
   mxDouble real, imag;
-};
-struct mxComplexSingle {
-  mxSingle real, imag;
 };
 
 enum mxClassID {
@@ -65,30 +61,23 @@ mxArray* mxCreateNumericMatrix(mwSize m, mwSize n, mxClassID class_id, mxComplex
 mxArray* mxCreateNumericArray(mwSize count, const mwSize* dimensions, mxClassID class_id,
                               mxComplexity complexity);
 mxArray* mxCreateLogicalScalar(mxLogical value);
-mxArray* mxCreateLogicalMatrix(mwSize m, mwSize n);
 mxArray* mxCreateString(const char* text);
-mxArray* mxCreateCharArray(mwSize count, const mwSize* dimensions);
 mxArray* mxCreateCellMatrix(mwSize m, mwSize n);
 mxArray* mxCreateStructMatrix(mwSize m, mwSize n, int field_count, const char** names);
-mxArray* mxCreateStructArray(mwSize count, const mwSize* dimensions, int field_count,
-                             const char** names);
 mxArray* mxDuplicateArray(const mxArray* array);
 void mxDestroyArray(mxArray* array);
 
 // Class and properties.
 mxClassID mxGetClassID(const mxArray* array);
 const char* mxGetClassName(const mxArray* array);
-bool mxIsClass(const mxArray* array, const char* name);
 bool mxIsNumeric(const mxArray* array);  // neither logical nor char
 bool mxIsComplex(const mxArray* array);
 bool mxIsDouble(const mxArray* array);
-bool mxIsSingle(const mxArray* array);
 bool mxIsLogical(const mxArray* array);
 bool mxIsChar(const mxArray* array);
 bool mxIsCell(const mxArray* array);
 bool mxIsStruct(const mxArray* array);
 bool mxIsEmpty(const mxArray* array);
-bool mxIsScalar(const mxArray* array);
 bool mxIsSparse(const mxArray* array);  // never: this host has no sparse arrays
 
 // Dimensions. The setters do not touch the data. There are always two dimensions at least, and
@@ -101,20 +90,13 @@ mwSize mxGetNumberOfDimensions(const mxArray* array);
 const mwSize* mxGetDimensions(const mxArray* array);
 int mxSetDimensions(mxArray* array, const mwSize* dimensions, mwSize count);  // 0: success
 std::size_t mxGetNumberOfElements(const mxArray* array);
-std::size_t mxGetElementSize(const mxArray* array);
 
-// Data. A typed getter answers null for an array of another class or complexity; mxGetPr is
-// mxGetDoubles. A setter takes a block of this host over and answers 1, or 0 when it does not fit.
-// The block that was there before is no longer the array's: free it, or leave it to the end of the
-// call.
+// Data. A typed getter answers null for an array of another class or complexity. A
+// setter takes a block of this host over and answers 1, or 0 when it does not fit. The block that
+// was there before is no longer the array's: free it, or leave it to the end of the call.
 void* mxGetData(const mxArray* array);
-double* mxGetPr(const mxArray* array);
 mxDouble* mxGetDoubles(const mxArray* array);
 mxComplexDouble* mxGetComplexDoubles(const mxArray* array);
-mxSingle* mxGetSingles(const mxArray* array);
-mxComplexSingle* mxGetComplexSingles(const mxArray* array);
-mxLogical* mxGetLogicals(const mxArray* array);
-mxChar* mxGetChars(const mxArray* array);
 int mxSetDoubles(mxArray* array, mxDouble* data);
 int mxSetComplexDoubles(mxArray* array, mxComplexDouble* data);
 double mxGetScalar(const mxArray* array);  // the first element, real part; never of an empty array
@@ -122,7 +104,6 @@ double mxGetScalar(const mxArray* array);  // the first element, real part; neve
 /// Copies characters, terminated, into a buffer of `size` bytes. 0: all fitted; 1: cut, or not a
 /// character array (then the text is empty).
 int mxGetString(const mxArray* array, char* buffer, mwSize size);
-char* mxArrayToString(const mxArray* array);  // release with mxFree
 
 // Cells and structures. Values belong to their container; a value that is replaced becomes free
 // again and is not destroyed. Getters answer null for what does not exist or was never set.

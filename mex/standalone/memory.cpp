@@ -190,5 +190,3 @@ void mxFree(void* block) {
 }
 
 void mexMakeMemoryPersistent(void* block) { blocks().give_to(block, 0); }
-
-void mexMakeArrayPersistent(mxArray* array) { arrays().give_to(array, 0); }

@@ -36,6 +36,5 @@ int mexCallMATLAB(int nlhs, mxArray* plhs[], int nrhs, mxArray* prhs[], const ch
 int mexEvalString(const char* statement);
 
 void mexMakeMemoryPersistent(void* block);
-void mexMakeArrayPersistent(mxArray* array);
 
 }  // extern "C"

@@ -26,6 +26,13 @@ double per_element(const char* name, const std::vector<double>& values, std::siz
   return values[values.size() == 1 ? 0 : index];
 }
 
+/// Angles of an element that radiates along a direction and is spun about it.
+CartesianCoordinate facing(CartesianCoordinate direction, double spin) {
+  CartesianCoordinate euler = euler_towards(direction);
+  euler.z = spin;
+  return euler;
+}
+
 double sine_squared(double angle) { return std::sin(angle) * std::sin(angle); }
 
 /// Unit vectors from the sphere's centre to the discs' centres; empty when not even one disc has
@@ -226,17 +233,33 @@ std::vector<Element> bowl_array(int n, const Bowl& bowl, const Placement& placem
 std::vector<Element> from_positions(const Element& prototype,
                                     std::span<const CartesianCoordinate> positions,
                                     std::span<const CartesianCoordinate> normals) {
-  if (positions.size() != normals.size()) {
-    fail("positions and normals must have one row per element, but they have %zu and %zu.",
-         positions.size(), normals.size());
+  const CartesianCoordinate kForward[] = {{0, 0, 1}};
+  if (normals.empty()) normals = kForward;
+  if (normals.size() != 1 && normals.size() != positions.size()) {
+    fail("normals must have 1 or %zu rows, but it has %zu.", positions.size(), normals.size());
+  }
+  for (std::size_t i = 0; i < normals.size(); ++i) {
+    const CartesianCoordinate n = normals[i];
+    if (n.x == 0 && n.y == 0 && n.z == 0) fail("normal %zu has the length 0.", i + 1);
   }
   std::vector<Element> array(positions.size(), prototype);
   for (std::size_t i = 0; i < array.size(); ++i) {
     array[i].center = positions[i];
-    array[i].euler = compose_euler(prototype.euler, euler_towards(normals[i]));
+    array[i].euler = facing(normals[normals.size() == 1 ? 0 : i], prototype.euler.z);
     check_element(array[i], i + 1);
   }
   return array;
+}
+
+void aim(std::span<Element> array, CartesianCoordinate point) {
+  for (std::size_t i = 0; i < array.size(); ++i) {
+    const CartesianCoordinate center = array[i].center;
+    const CartesianCoordinate way{point.x - center.x, point.y - center.y, point.z - center.z};
+    if (way.x == 0 && way.y == 0 && way.z == 0) {
+      fail("element %zu has its centre at the point.", i + 1);
+    }
+    array[i].euler = facing(way, array[i].euler.z);
+  }
 }
 
 }  // namespace kestrel

@@ -127,6 +127,15 @@ Rotation frame_of(std::span<const Element> array, std::optional<CartesianCoordin
   return alike ? Rotation(first) : Rotation();
 }
 
+/// Where a steered wave goes, in global axes.
+CartesianCoordinate wave_direction(std::span<const Element> array, double theta, double phi,
+                                   std::optional<CartesianCoordinate> euler) {
+  for (const double angle : {theta, phi}) SizeCheck("").finite("an angle", angle);
+  return frame_of(array, euler)
+      .to_global(
+          {std::sin(theta) * std::cos(phi), std::sin(theta) * std::sin(phi), std::cos(theta)});
+}
+
 /// Centres in a frame, from the middle of the aperture, and half the aperture's extents along x and
 /// y.
 struct Aperture {
@@ -279,14 +288,30 @@ void steer(std::span<Element> array, double theta, double phi, const Medium& med
   check_medium(medium);
   check_frequency(f0);
   if (array.empty()) return;
-  const CartesianCoordinate direction =
-      frame_of(array, euler)
-          .to_global(
-              {std::sin(theta) * std::cos(phi), std::sin(theta) * std::sin(phi), std::cos(theta)});
+  const CartesianCoordinate direction = wave_direction(array, theta, phi, euler);
   double farthest = -kInfinity;
   for (const Element& e : array) farthest = std::max(farthest, dot(direction, e.center));
   const double k = medium.wavenumber(f0);
   for (Element& e : array) e.phase = wrapped(k * (farthest - dot(direction, e.center)));
+}
+
+void plane_wave_delays(std::span<Element> array, double theta, double phi, const Medium& medium,
+                       std::optional<CartesianCoordinate> euler) {
+  check_medium(medium);
+  if (array.empty()) return;
+  const CartesianCoordinate direction = wave_direction(array, theta, phi, euler);
+  const double share = 1 / static_cast<double>(array.size());
+  CartesianCoordinate middle;
+  for (const Element& e : array) {
+    middle.x += e.center.x * share;
+    middle.y += e.center.y * share;
+    middle.z += e.center.z * share;
+  }
+  for (Element& e : array) {
+    const CartesianCoordinate c = e.center;
+    e.time_delay =
+        dot(direction, {c.x - middle.x, c.y - middle.y, c.z - middle.z}) / medium._soundspeed;
+  }
 }
 
 void apodize(std::span<Element> array, const std::array<Window, 2>& windows,

@@ -62,7 +62,10 @@ template <class Face> int Shape<Face>::free_fnm_tsd() { return unsupported(); }
 template <class Face>
 int Shape<Face>::impulse_begin_and_end_times() {
   ImpulseSpan span{_impulse_begin_time, _impulse_end_time};
-  const int result = find_impulse_span(_face, inputs(), span);
+  int result = kNotImplemented;
+  if constexpr (requires { find_impulse_span(_face, inputs(), span); }) {
+    result = find_impulse_span(_face, inputs(), span);
+  }
   _impulse_begin_time = span.begin;
   _impulse_end_time = span.end;
   return result;
@@ -73,5 +76,20 @@ template class Shape<Circle>;
 template class Shape<Ring>;
 template class Shape<Shell>;
 template class Shape<ShellRing>;
+
+// Here, where a shape without a class of its own gets its slots.
+std::unique_ptr<Transducer> fields::make_transducer(const Element& element) {
+  auto transducer = std::visit(
+      [&]<class Face>(const Face& face) -> std::unique_ptr<Transducer> {
+        using Class = typename ElementClass<Face>::type;
+        return std::make_unique<Class>(face, element.amplitude, element.phase);
+      },
+      element.geometry);
+  transducer->set_center(element.center);
+  transducer->set_euler(element.euler);
+  transducer->set_time_delay(element.time_delay);
+  transducer->set_piston_apodization_index(element.apodization_index);
+  return transducer;
+}
 
 }  // namespace kestrel

@@ -35,10 +35,14 @@ double estimate_error(TileRunner& runner, const DirectJob& job, const Coordinate
 
   const ToleranceNodes converged(job.medium, kConverged, kMostAtPole);
   const FixedNodes more(2 * nodes);
-  const bool itself = job.method.yardstick == Yardstick::more_nodes;
-  const Method& method = itself ? job.method : *find_continuous_wave_method("fnm_cw");
+  const Method& nearfield = *find_continuous_wave_method("fnm_cw");
+  const bool itself = job.method.yardstick == Yardstick::more_nodes ||
+                      !std::all_of(job.elements.begin(), job.elements.end(),
+                                   [&](const Element& e) { return nearfield.is_of(e.geometry); });
+  const Method& method = itself ? job.method : nearfield;
   const std::complex<double> factor =
-      job.method.yardstick == Yardstick::nearfield_unlossy ? loss_factor(job.medium) : 1.0;
+      !itself && job.method.yardstick == Yardstick::nearfield_unlossy ? loss_factor(job.medium)
+                                                                      : 1.0;
   ErrorSample sample(runner,
                      {job.elements, job.points, job.medium, method,
                       itself ? static_cast<const NodeRule&>(more) : converged},

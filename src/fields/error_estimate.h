@@ -14,7 +14,7 @@ namespace kestrel::fields {
 /// The method's yardstick says what the converged field is: the fast nearfield method with nodes
 /// for a tolerance of 1e-11 (for methods that approximate the Rayleigh integral without the factor
 /// 1 - j alpha/k by which the two differ in a lossy medium), or the method itself with twice as
-/// many nodes.
+/// many nodes, which is also what is left for a shape that has no fast nearfield method.
 ///
 /// `nodes`: how many the job used; `clusters`: of the sample. NaN without points or with a peak
 /// that is not positive.

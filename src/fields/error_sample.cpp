@@ -9,6 +9,7 @@
 #include <set>
 #include <utility>
 
+#include "fields/outline.h"
 #include "fields/pointwise_field.h"
 
 namespace kestrel::fields {
@@ -34,31 +35,25 @@ std::vector<CartesianCoordinate> edge_places(const Geometry& geometry, std::mt19
     for (const double beyond : {1.1, 1.4, 2.0}) rim(beyond * radius, curvature - beyond * h);
     for (const double inside : {0.3, 0.7}) rim(inside * radius, curvature);
   };
-  struct Add {
-    const decltype(rim)& disc_rim;
-    const decltype(cap_rim)& shell_rim;
-    const decltype(fraction)& draw;
-    std::vector<CartesianCoordinate>& found;
-    void operator()(const Rectangle& g) const {
-      for (const double side : {-0.5, 0.5}) {
-        for (int i = 0; i < 2; ++i) {
-          found.push_back({side * g.width, (draw() - 0.5) * g.height, 0});
-          found.push_back({(draw() - 0.5) * g.width, side * g.height, 0});
-        }
+  const Outline face(geometry);
+  if (face.round) {
+    for (const double radius : {face.rims.outer_radius, face.rims.inner_radius}) {
+      if (!(radius > 0)) continue;
+      if (face.rims.curvature > 0) {
+        cap_rim(radius, face.rims.curvature);
+      } else {
+        rim(radius, 0);
       }
     }
-    void operator()(const Circle& g) const { disc_rim(g.radius, 0); }
-    void operator()(const Ring& g) const {
-      disc_rim(g.outer_radius, 0);
-      if (g.inner_radius > 0) disc_rim(g.inner_radius, 0);
+    return places;
+  }
+  const auto along = [&](double half_side) { return (fraction() - 0.5) * (2 * half_side); };
+  for (const double side : {-1, 1}) {
+    for (int i = 0; i < 2; ++i) {
+      places.push_back({side * face.half_width, along(face.half_height), 0});
+      places.push_back({along(face.half_width), side * face.half_height, 0});
     }
-    void operator()(const Shell& g) const { shell_rim(g.radius, g.rad_curvature); }
-    void operator()(const ShellRing& g) const {
-      shell_rim(g.outer_radius, g.geometric_focus);
-      if (g.inner_radius > 0) shell_rim(g.inner_radius, g.geometric_focus);
-    }
-  };
-  std::visit(Add{rim, cap_rim, fraction, places}, geometry);
+  }
   return places;
 }
 
@@ -76,19 +71,18 @@ struct EdgeDistance {
     const double from_shadow = along > 0 ? std::abs(across) / curvature : length(beside, above);
     return std::min(from_shadow, length(p.z - curvature, h));
   }
-  double operator()(const Rectangle& g) const {
-    const double x = std::abs(p.x) - g.width / 2, y = std::abs(p.y) - g.height / 2;
+  double operator()(const Outline& face) const {
+    if (face.round) {
+      const auto rim = [&](double radius) {
+        return face.rims.curvature > 0 ? cap(radius, face.rims.curvature) : length(r - radius, p.z);
+      };
+      const double outer = rim(face.rims.outer_radius), inner = face.rims.inner_radius;
+      return inner > 0 ? std::min(rim(inner), outer) : outer;
+    }
+    const double x = std::abs(p.x) - face.half_width, y = std::abs(p.y) - face.half_height;
     const double across =
         x < 0 && y < 0 ? std::max(x, y) : length(std::max(x, 0.0), std::max(y, 0.0));
     return length(across, p.z);
-  }
-  double operator()(const Circle& g) const { return length(r - g.radius, p.z); }
-  double operator()(const Ring& g) const {
-    return std::min(length(r - g.inner_radius, p.z), length(r - g.outer_radius, p.z));
-  }
-  double operator()(const Shell& g) const { return cap(g.radius, g.rad_curvature); }
-  double operator()(const ShellRing& g) const {
-    return std::min(cap(g.inner_radius, g.geometric_focus), cap(g.outer_radius, g.geometric_focus));
   }
 };
 
@@ -217,13 +211,14 @@ void ErrorSample::add_nearest_to_edges(std::vector<Candidate>& candidates,
     double distance;
     Candidate candidate;
   };
+  std::vector<Outline> outlines;
+  for (const Element& element : _job.elements) outlines.emplace_back(element.geometry);
   std::vector<Near> ranked;
   for (const std::size_t point : draw_points(_job.points.size(), most)) {
     const CartesianCoordinate place = _job.points[point];
     Near nearest{std::numeric_limits<double>::infinity(), {point, 0}};
     for (std::size_t e = 0; e < _job.elements.size(); ++e) {
-      const double distance =
-          std::visit(EdgeDistance{_frames[e].in(place)}, _job.elements[e].geometry);
+      const double distance = EdgeDistance{_frames[e].in(place)}(outlines[e]);
       if (distance < nearest.distance) nearest = {distance, {point, e}};
     }
     ranked.push_back(nearest);

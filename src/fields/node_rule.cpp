@@ -3,6 +3,7 @@
 #include <cmath>
 #include <type_traits>
 
+#include "fields/outline.h"
 #include "numerics/constants.h"
 
 namespace kestrel::fields {
@@ -65,21 +66,17 @@ struct Greatest {
   const FrameBox& box;
   using Answer = decltype(judge(StraightEdge{}));
 
-  Answer operator()(const Rectangle& g) const {
+  Answer operator()(const Outline& face) const {
+    if (face.round) {
+      const double inner = face.rims.inner_radius, outer = face.rims.outer_radius;
+      const auto rim = [&](double radius) {
+        return face.rims.curvature > 0 ? cap(radius, face.rims.curvature) : disc(radius);
+      };
+      return inner > 0 ? std::max(rim(inner), rim(outer)) : rim(outer);
+    }
     if (box.z.greatest < 0) return {};
-    return std::max(edges(g.width / 2, g.height / 2, box.x, box.y),
-                    edges(g.height / 2, g.width / 2, box.y, box.x));
-  }
-  Answer operator()(const Circle& g) const { return disc(g.radius); }
-  Answer operator()(const Ring& g) const {
-    return g.inner_radius > 0 ? std::max(disc(g.inner_radius), disc(g.outer_radius))
-                              : disc(g.outer_radius);
-  }
-  Answer operator()(const Shell& g) const { return cap(g.radius, g.rad_curvature); }
-  Answer operator()(const ShellRing& g) const {
-    return g.inner_radius > 0 ? std::max(cap(g.inner_radius, g.geometric_focus),
-                                         cap(g.outer_radius, g.geometric_focus))
-                              : cap(g.outer_radius, g.geometric_focus);
+    return std::max(edges(face.half_width, face.half_height, box.x, box.y),
+                    edges(face.half_height, face.half_width, box.y, box.x));
   }
 
  private:
@@ -211,8 +208,7 @@ int ToleranceNodes::nodes(const Element& element, const Box& tile) const {
     return nodes_for_error(_wave, integral, _tolerance, cap ? _most_at_pole : kMost);
   };
   const FrameBox box = in_frame(element, tile);
-  return few(
-      std::max(kLeast, std::visit(Greatest<decltype(wanted)>{wanted, box}, element.geometry)));
+  return few(std::max(kLeast, Greatest<decltype(wanted)>{wanted, box}(Outline(element.geometry))));
 }
 
 double error_at(const Element& element, const Medium& medium, const CartesianCoordinate& point,
@@ -220,7 +216,7 @@ double error_at(const Element& element, const Medium& medium, const CartesianCoo
   const Wave wave = wave_of(medium);
   const auto error = [&](const auto& integral) { return quadrature_error(wave, integral, nodes); };
   const FrameBox box = in_frame(element, {point, point});
-  return std::visit(Greatest<decltype(error)>{error, box}, element.geometry);
+  return Greatest<decltype(error)>{error, box}(Outline(element.geometry));
 }
 
 }  // namespace kestrel::fields

@@ -99,8 +99,22 @@ TEST(Builders, FromPositionsLooksAlongTheNormals) {
     EXPECT_NEAR(distance(n, {wanted.x / length, wanted.y / length, wanted.z / length}), 0, 1e-15)
         << i;
   }
-  EXPECT_EQ(refusal([&] { from_positions({}, positions, {}); }),
-            "positions and normals must have one row per element, but they have 6 and 0.");
+  // Of the prototype's angles the spin counts; without normals all look along z, and aim turns
+  // them.
+  auto spun = from_positions({.geometry = Rectangle{1, 2}, .euler = {1, 2, 0.5}}, positions);
+  EXPECT_EQ(distance(spun.back().euler, {0, 0, 0.5}), 0);
+  aim(spun, {4, 2, 7});
+  EXPECT_NEAR(distance(Rotation(spun[0].euler).normal(), {0.6, 0, 0.8}), 0, 1e-15);
+  EXPECT_EQ(spun[0].euler.z, 0.5);
+
+  const std::vector<CartesianCoordinate> none = {{0, 0, 1}, {0, 0, 0}};
+  EXPECT_EQ(refusal([&] { from_positions({}, positions, none); }),
+            "normals must have 1 or 6 rows, but it has 2.");
+  EXPECT_EQ(refusal([&] {
+              from_positions({}, {positions.data(), 2}, none);
+            }),
+            "normal 2 has the length 0.");
+  EXPECT_EQ(refusal([&] { aim(spun, positions[0]); }), "element 1 has its centre at the point.");
   EXPECT_NE(refusal([] { euler_towards({0, 0, 0}); }), "(none)");
 }
 

@@ -9,17 +9,11 @@ namespace kestrel::fuzz {
 MadeUpCall right_call(Choices& choices) {
   using standalone::StructArray;
   using standalone::Value;
-  MadeUpCall call;
-  call.nlhs = 1 + static_cast<int>(choices.below(2));
-  call.valid = true;
   const std::size_t kind = choices.below(8);
   // A march takes a hundred times as long as the others.
   const bool marched = kind == 7 && choices.chance(30);
-  call.arguments.push_back(marched
-                               ? an_array(choices, {"circ", "shel"})
-                               : an_array(choices, {"rect", "circ", "ring", "shel", "sph ring"}));
-  call.arguments.push_back(a_grid(choices));
-  call.arguments.emplace_back(test::water().release());
+  MadeUpCall call = field_call(choices, marched ? kMarchedShapes : kShapes);
+  call.nlhs = 1 + static_cast<int>(choices.below(2));
   call.arguments.push_back(Value::scalar(static_cast<double>(1 + choices.below(12))));
   call.arguments.push_back(Value::scalar(1e6));
   if (marched) {

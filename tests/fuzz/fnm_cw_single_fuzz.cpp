@@ -7,11 +7,7 @@ namespace kestrel::fuzz {
 
 MadeUpCall right_call(Choices& choices) {
   using standalone::Value;
-  MadeUpCall call;
-  call.valid = true;
-  call.arguments.push_back(an_array(choices, {"rect"}));
-  call.arguments.push_back(a_grid(choices));
-  call.arguments.emplace_back(test::water().release());
+  MadeUpCall call = field_call(choices, {"rect"});
   call.arguments.push_back(Value::scalar(static_cast<double>(1 + choices.below(12))));
   call.arguments.push_back(Value::scalar(1e6));
   if (choices.chance(20)) {  // the display flag

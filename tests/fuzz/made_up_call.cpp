@@ -248,6 +248,15 @@ Value a_grid(Choices& choices) {
   }
 }
 
+MadeUpCall field_call(Choices& choices, std::initializer_list<const char*> shapes) {
+  MadeUpCall call;
+  call.valid = true;
+  call.arguments.push_back(an_array(choices, shapes));
+  call.arguments.push_back(a_grid(choices));
+  call.arguments.emplace_back(test::water().release());
+  return call;
+}
+
 MadeUpCall make_up_call(Choices& choices) {
   MadeUpCall call = right_call(choices);
   if (!choices.chance(10)) spoil(call, choices);

@@ -29,6 +29,12 @@ MadeUpCall make_up_call(Choices& choices);
 standalone::Value an_array(Choices& choices, std::initializer_list<const char*> shapes);
 standalone::Value a_grid(Choices& choices);
 
+/// The beginning of a right call of a field: an array of one of the shapes, a grid and a medium.
+MadeUpCall field_call(Choices& choices, std::initializer_list<const char*> shapes);
+
+inline constexpr auto kShapes = {"rect", "circ", "ring", "shel", "sph ring"};
+inline constexpr auto kMarchedShapes = {"circ", "shel"};
+
 /// What became of a call.
 enum class Outcome { computed, refused, interrupted, too_large };
 

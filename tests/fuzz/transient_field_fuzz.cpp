@@ -9,16 +9,10 @@ namespace kestrel::fuzz {
 MadeUpCall right_call(Choices& choices) {
   using standalone::StructArray;
   using standalone::Value;
-  MadeUpCall call;
-  call.nlhs = 1 + static_cast<int>(choices.below(2));
-  call.valid = true;
   const std::size_t kind = choices.below(8);
   const bool marched = kind == 7 && choices.chance(20);
-  call.arguments.push_back(marched
-                               ? an_array(choices, {"circ", "shel"})
-                               : an_array(choices, {"rect", "circ", "ring", "shel", "sph ring"}));
-  call.arguments.push_back(a_grid(choices));
-  call.arguments.emplace_back(test::water().release());
+  MadeUpCall call = field_call(choices, marched ? kMarchedShapes : kShapes);
+  call.nlhs = 1 + static_cast<int>(choices.below(2));
   call.arguments.emplace_back(choices.below(3) == 0 ? test::listed_times().release()
                                                     : test::time_axis(0, 8e-6, 1e-6).release());
   call.arguments.push_back(Value::scalar(static_cast<double>(1 + choices.below(8))));

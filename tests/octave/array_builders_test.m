@@ -18,11 +18,14 @@ function turned_angles()
   seeded(3);
   angles = [2 * pi * (rand(40, 3) - 0.5); 0 pi/2 0; 0.3 -pi/2 1; 0 0 0; pi pi pi];
   for i = 1:size(angles, 1)
+    normal = kestrel.detail.to_global([0; 0; 1], [0 0 0], angles(i, :)).';
+    prototype = kestrel.rectangle(1, 1, 'euler', [0 0 angles(i, 3)]);
+    alone = kestrel.from_positions(prototype, [0 0 0], normal);
     for j = [1 2 39:44]
-      euler = kestrel.detail.turn_euler(angles(i, :), angles(j, :));
-      expected = kestrel.detail.rotation_matrix(angles(i, :)) ...
+      turned = kestrel.from_positions(prototype, [0 0 0], normal, 'euler', angles(j, :));
+      expected = kestrel.detail.rotation_matrix(alone.euler) ...
                  * kestrel.detail.rotation_matrix(angles(j, :));
-      expect_close(kestrel.detail.rotation_matrix(euler), expected, 1e-12, ...
+      expect_close(kestrel.detail.rotation_matrix(turned.euler), expected, 1e-12, ...
                    'angles %s in %s', mat2str(angles(i, :), 3), mat2str(angles(j, :), 3));
     end
   end

@@ -9,9 +9,20 @@
 
 namespace kestrel::test {
 
-/// Every number of an array of doubles.
+/// Every number of an array of doubles, or of such fields of structures.
 inline std::vector<double> numbers_of(const mxArray* array) {
   if (array == nullptr) return {};
+  if (mxIsStruct(array)) {
+    std::vector<double> numbers;
+    for (mwIndex i = 0; i < mxGetNumberOfElements(array); ++i) {
+      for (int field = 0; field < mxGetNumberOfFields(array); ++field) {
+        const std::vector<double> more = numbers_of(mxGetFieldByNumber(array, i, field));
+        numbers.insert(numbers.end(), more.begin(), more.end());
+      }
+    }
+    return numbers;
+  }
+  if (!mxIsDouble(array)) return {};
   const auto* first = mxIsComplex(array)
                           ? reinterpret_cast<const double*>(mxGetComplexDoubles(array))
                           : mxGetDoubles(array);

@@ -96,4 +96,33 @@ inline StructArray march_options(const char* method, double threads = 2) {
   return settings;
 }
 
+/// Arguments of the functions that lay out an array, of all of them at once.
+inline StructArray layout_arguments(const std::string& name, double n = 2) {
+  StructArray arguments;
+  const bool lattice = name == "planar_array";
+  arguments.set("n", lattice ? Value::row({n, 2}) : Value::scalar(n));
+  arguments.set("pitch", lattice ? Value::row({2e-3, 3e-3}) : Value::scalar(2e-3));
+  arguments.set("width", 1e-3).set("height", 2e-3).set("radius", 50e-3);
+  arguments.set("inner_radii", {0.0, 3e-3}).set("outer_radii", {2e-3, 4e-3});
+  arguments.set("element_radius", 1e-3).set("aperture_radius", 20e-3).set("inner_radius", 0.0);
+  arguments.set("rad_curvature", 60e-3).set("apodization_index", 0.0);
+  arguments.set("prototype", Value(elements("circ", 1).release()));
+  arguments.set("positions", Value::matrix(2, 3, {0, 5e-3, 0, 0, 0, 0}));
+  arguments.set("normals", Value::matrix(1, 3, {0, 0.6, 0.8}));
+  arguments.set("center", {1e-3, 2e-3, 3e-3}).set("euler", {0.1, 0.2, 0.3});
+  arguments.set("amplitude", 2.0).set("phase", 0.5);
+  return arguments;
+}
+
+/// Arguments of the functions that weigh or turn the elements of an array, likewise.
+inline StructArray work_arguments(const std::string& name) {
+  StructArray arguments;
+  arguments.set("points", Value::matrix(2, 3, {0, 1e-3, 0, 0, 40e-3, 45e-3}));
+  arguments.set("point", {0.0, 1e-3, 50e-3}).set("angles", {0.2, 0.1});
+  arguments.set("medium", Value(water().release())).set("f0", 1e6);
+  arguments.set("amplitude", name == "focus" ? "set" : "keep").set("pressure", {1.0, 2.0});
+  arguments.set("window", "hann").set("along", "xy").set("euler", {0.1, 0.2, 0.3});
+  return arguments;
+}
+
 }  // namespace kestrel::test

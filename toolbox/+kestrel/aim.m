@@ -21,14 +21,8 @@ function array = aim(array, point)
   if isempty(array)
     return
   end
-  directions = point - kestrel.detail.field_columns(array, 'center').';
-  if any(all(directions == 0, 2))
-    error('kestrel:argument', '%s: element %d has its centre at the point.', caller, ...
-          find(all(directions == 0, 2), 1));
-  end
-  euler = kestrel.detail.field_columns(array, 'euler');
-  euler = kestrel.detail.facing_euler(directions, euler(3, :));
-  for i = 1:numel(array)
-    array(i).euler = euler(i, :);
-  end
+  [~, ~, ~, e1, e2, e3] = kestrel.detail.run_compiled(caller, 'arrays', 'aim', ...
+                                                      struct('point', point), array);
+  euler = num2cell([e1; e2; e3].', 2);
+  [array.euler] = euler{:};
 end

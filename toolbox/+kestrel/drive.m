@@ -43,7 +43,7 @@ function array = drive(array, medium, quantity, value)
   if strcmp(quantity, 'pressure')
     scale = value / impedance;
   else
-    [~, ~, area] = kestrel.detail.element_edges(array);
+    area = kestrel.detail.run_compiled(caller, 'arrays', 'faces', struct(), array);
     scale = sqrt(2 * value / (impedance * sum(amplitude .^ 2 .* area)));
   end
   array = kestrel.detail.set_field(array, 'amplitude', scale * amplitude);

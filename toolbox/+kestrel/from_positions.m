@@ -36,30 +36,16 @@ function array = from_positions(prototype, positions, normals, varargin)
           numel(prototype));
   end
   positions = kestrel.detail.check_points(caller, 'positions', positions);
-  n = size(positions, 1);
-  kestrel.detail.check_size(caller, n);
-  if isnumeric(normals) && isempty(normals)
-    normals = [0 0 1];
+  kestrel.detail.check_size(caller, size(positions, 1));
+  if ~(isnumeric(normals) && isempty(normals))
+    normals = kestrel.detail.check_points(caller, 'normals', normals);
   end
-  normals = kestrel.detail.check_points(caller, 'normals', normals);
-  if size(normals, 1) == 1
-    normals = repmat(normals, n, 1);
-  elseif size(normals, 1) ~= n
-    error('kestrel:argument', '%s: normals must have 1 or %d rows, but it has %d.', ...
-          caller, n, size(normals, 1));
-  end
-  if any(all(normals == 0, 2))
-    error('kestrel:argument', '%s: normal %d has the length 0.', caller, ...
-          find(all(normals == 0, 2), 1));
-  end
-
-  euler = kestrel.detail.facing_euler(normals, double(prototype.euler(3)));
-  array = repmat(prototype, 1, n);
-  for i = 1:n
-    array(i).center = positions(i, :);
-    array(i).euler = euler(i, :);
-  end
+  sizes = struct('prototype', prototype, 'positions', positions, 'normals', normals);
   weights = {'amplitude', kestrel.detail.field_columns(prototype, 'amplitude', 1), ...
              'phase', kestrel.detail.field_columns(prototype, 'phase', 0)};
-  array = kestrel.detail.place_array(caller, array, [weights, varargin]);
+  placed = kestrel.detail.make_array(caller, 'from_positions', sizes, [weights, varargin]);
+  array = repmat(prototype, 1, numel(placed));   % with its other fields
+  for name = {'center', 'euler', 'amplitude', 'phase'}
+    [array.(name{1})] = placed.(name{1});
+  end
 end

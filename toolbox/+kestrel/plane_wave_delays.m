@@ -37,11 +37,12 @@ function array = plane_wave_delays(array, angles, medium, varargin)
   kestrel.detail.check_array(caller, array);
   medium = kestrel.detail.check_medium(caller, medium);
   options = kestrel.detail.parse_options(caller, struct('euler', []), varargin);
-  direction = kestrel.detail.wave_direction(caller, array, angles, options.euler);
+  [angles, euler] = kestrel.detail.check_direction(caller, angles, options.euler);
   if isempty(array)
     return
   end
-  centers = kestrel.detail.field_columns(array, 'center');
-  along = direction * (centers - repmat(mean(centers, 2), 1, numel(array)));
-  array = kestrel.detail.set_field(array, 'time_delay', along / medium.soundspeed);
+  arguments = struct('angles', angles, 'medium', medium, 'euler', euler);
+  [~, ~, delay] = kestrel.detail.run_compiled(caller, 'arrays', 'plane_wave_delays', ...
+                                              arguments, array);
+  array = kestrel.detail.set_field(array, 'time_delay', delay);
 end

@@ -77,9 +77,10 @@ function scene = polygons_of(array)
   meshed = any(ismember({array.shape}, {'shel', 'sph ring'}));
   polygons = cell(1, numel(array));
   element = cell(1, numel(array));
-  extents = zeros(1, numel(array));
+  [~, ~, extents] = kestrel.detail.run_compiled('kestrel.show_array', 'arrays', 'faces', ...
+                                                struct(), array);
   for i = 1:numel(array)
-    [local, extents(i)] = kestrel.detail.element_faces(array(i), meshed);
+    local = kestrel.detail.element_faces(array(i), meshed);
     place = @(p) 1e3 * kestrel.detail.to_global(p, array(i).center, array(i).euler);
     polygons{i} = cellfun(place, local, 'UniformOutput', false);
     element{i} = i * ones(1, numel(local));

@@ -35,12 +35,11 @@ function array = steer(array, angles, medium, f0, varargin)
   medium = kestrel.detail.check_medium(caller, medium);
   f0 = kestrel.detail.check_frequency(caller, f0);
   options = kestrel.detail.parse_options(caller, struct('euler', []), varargin);
-  direction = kestrel.detail.wave_direction(caller, array, angles, options.euler);
+  [angles, euler] = kestrel.detail.check_direction(caller, angles, options.euler);
   if isempty(array)
     return
   end
-  along = direction * kestrel.detail.field_columns(array, 'center');
-  k = 2 * pi * f0 / medium.soundspeed;
-  phase = kestrel.detail.wrap_phase(k * (max(along) - along));
+  arguments = struct('angles', angles, 'medium', medium, 'f0', f0, 'euler', euler);
+  [~, phase] = kestrel.detail.run_compiled(caller, 'arrays', 'steer', arguments, array);
   array = kestrel.detail.set_field(array, 'phase', phase);
 end

@@ -45,7 +45,7 @@ function time = time_window(array, grid, medium, excitation, varargin)
   [width, deltat] = lengths(caller, excitation, steps, numel(array));
 
   [nearest, farthest] = distances(array, grid);
-  reach = reaches(array);
+  [~, reach] = kestrel.detail.run_compiled(caller, 'arrays', 'faces', struct(), array);
   delay = kestrel.detail.field_columns(array, 'time_delay', 0);
   first = min(max(nearest - reach, 0) / medium.soundspeed + delay);
   last = max((farthest + reach) / medium.soundspeed + delay + width);
@@ -106,14 +106,4 @@ function [nearest, farthest] = distances(array, grid)
   high = repmat(cellfun(@max, values).', 1, numel(array));
   nearest = sqrt(sum(max(max(low - centers, centers - high), 0) .^ 2, 1));
   farthest = sqrt(sum(max(abs(low - centers), abs(high - centers)) .^ 2, 1));
-end
-
-% Distance from each element's centre to the farthest point of its face.
-function reach = reaches(array)
-  [~, outer] = kestrel.detail.element_edges(array);
-  reach = hypot(outer(1, :), outer(2, :));
-  flat = strcmp({array.shape}, 'rect');
-  diagonal = hypot(kestrel.detail.field_columns(array, 'width', 0), ...
-                   kestrel.detail.field_columns(array, 'height', 0));
-  reach(flat) = diagonal(flat) / 2;
 end

@@ -17,18 +17,18 @@ function check_array(caller, array)
     end
   end
 
-  shapes = kestrel.detail.shape_fields();
+  shapes = kestrel.detail.shapes();
   unknown = true(1, numel(array));
   for i = 1:numel(shapes)
-    members = strcmp({array.shape}, shapes{i});
-    geometry = kestrel.detail.shape_fields(shapes{i});
+    members = strcmp({array.shape}, shapes(i).name);
+    geometry = shapes(i).sizes;
     for j = 1:numel(geometry)
       check_field(caller, array, find(members), geometry{j}, 1);
     end
     unknown = unknown & ~members;
   end
   if any(unknown)
-    text = sprintf('''%s'', ', shapes{:});
+    text = sprintf('''%s'', ', shapes.name);
     error('kestrel:argument', '%s: element %d: the shape must be one of %s.', caller, ...
           find(unknown, 1), text(1:end - 2));
   end

@@ -1,31 +1,26 @@
-function [faces, extent] = element_faces(element, meshed)
+function faces = element_faces(element, meshed)
 %ELEMENT_FACES  Polygons that show an element, in its own frame.
 %   FACES is a cell row of 3-by-m corners, counter-clockwise as seen from where the
-%   element radiates to. EXTENT is its smallest half-extent across its axis. With MESHED
-%   true all are convex, and a ring is made of many; else a flat element has one.
+%   element radiates to. With MESHED true all are convex, and a ring is made of many;
+%   else a flat element has one.
   switch element.shape
     case 'rect'
       a = element.width / 2;
       b = element.height / 2;
       faces = {[-a a a -a; -b -b b b; 0 0 0 0]};
-      extent = min(a, b);
     case 'circ'
       faces = {circle(element.radius, 0, linspace(0, 2 * pi, 49))};
-      extent = element.radius;
     case 'ring'
       faces = zone(element.inner_radius, element.outer_radius, 1, @(r) 0 * r);
       if ~meshed
         turn = linspace(0, 2 * pi, 49);
         faces = {[circle(element.outer_radius, 0, turn), ...
                   fliplr(circle(element.inner_radius, 0, turn))]};   % cut open at angle 0
-  end
-      extent = element.outer_radius;
+      end
     case 'shel'
       faces = cap(0, element.radius, element.rad_curvature);
-      extent = element.radius;
     case 'sph ring'
       faces = cap(element.inner_radius, element.outer_radius, element.geometric_focus);
-      extent = element.outer_radius;
   end
 end
 

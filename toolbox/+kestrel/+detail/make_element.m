@@ -8,10 +8,12 @@ function element = make_element(caller, shape, geometry, pairs)
   end
   options = kestrel.detail.parse_options(caller, defaults, pairs);
 
-  element = struct('shape', shape, 'width', [], 'height', [], 'radius', [], ...
-                   'inner_radius', [], 'outer_radius', [], 'rad_curvature', [], ...
-                   'geometric_focus', []);
-  names = kestrel.detail.shape_fields(shape);
+  shapes = kestrel.detail.shapes();
+  element = struct('shape', shape);
+  for name = [shapes.sizes]
+    element.(name{1}) = [];
+  end
+  names = shapes(strcmp(shape, {shapes.name})).sizes;
   lengths = {};
   for i = 1:numel(names)
     element.(names{i}) = geometry{i};
