@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -190,16 +189,12 @@ class SparseGrid {
 };
 
 /// Lets threads that work on elements out of order do the last of it in order.
-class Turns {
+class OrderedCompletion {
  public:
-  /// Waits until all elements before this one have had their turn; false when the work has stopped.
-  bool wait_for(std::size_t element, const std::function<bool()>& stopped) {
-    constexpr std::chrono::milliseconds kLook{20};
+  /// Waits until all elements before this one are done; false when the work is to stop.
+  bool wait_for(std::size_t element, const std::stop_token& stop) {
     std::unique_lock lock(_mutex);
-    while (!_next_came.wait_for(lock, kLook, [&] { return _next == element; })) {
-      if (stopped()) return false;
-    }
-    return true;
+    return _next_came.wait(lock, stop, [&] { return _next == element; });
   }
   void done(std::size_t element) {
     {
@@ -211,7 +206,7 @@ class Turns {
 
  private:
   std::mutex _mutex;
-  std::condition_variable _next_came;
+  std::condition_variable_any _next_came;
   std::size_t _next = 0;
 };
 
@@ -219,9 +214,9 @@ class Turns {
 /// in the order of the elements.
 struct MarchState {
   std::atomic<double> seconds{-1};  ///< expected; negative while that is not known
-  Turns turns;
+  OrderedCompletion completion;
   kzk::Cost largest;
-  std::set<std::string> said;
+  std::set<std::string> issued_warnings;
 };
 
 /// One thread of those that share out the elements.
@@ -237,11 +232,11 @@ class MarchWorker : public TileWorker {
       report(fraction);
       return !stopped();
     });
-    if (stopped() || !_state.turns.wait_for(element, [&] { return stopped(); })) return;
+    if (stopped() || !_state.completion.wait_for(element, stop())) return;
     pass_on(marched.report, element + 1);
     marched.add();
     if (marched.cost.updates() >= _state.largest.updates()) _state.largest = marched.cost;
-    _state.turns.done(element);
+    _state.completion.done(element);
   }
 
  private:
@@ -260,7 +255,7 @@ class MarchWorker : public TileWorker {
   void pass_on(const kzk::Report& march, std::size_t number) {
     const std::string element = "element " + std::to_string(number) + ": ";
     for (const std::string& warning : march.warnings) {
-      if (!_state.said.insert(warning).second) continue;
+      if (!_state.issued_warnings.insert(warning).second) continue;
       services::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
     }
     if (!march.error) return;

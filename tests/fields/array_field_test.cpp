@@ -1,4 +1,3 @@
-#include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <thread>
@@ -256,16 +255,6 @@ TEST(ArrayField, ProgressRisesAndCanCancel) {
   // What a host throws from the callback passes through when the threads have ended.
   settings.progress = [](double) -> bool { throw std::out_of_range("interrupt"); };
   EXPECT_THROW(compute(array, *grid, water(), settings), std::out_of_range);
-}
-
-TEST(TileRunner, RunsEachTileOnce) {
-  for (const int threads : {1, 2, 5}) {
-    std::vector<std::atomic<int>> runs(1013);
-    TileRunner runner(threads, {});
-    runner.run(runs.size(), [&](std::size_t tile) { ++runs[tile]; });
-    EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& n) { return n == 1; }));
-    runner.run(0, [](std::size_t) { FAIL(); });
-  }
 }
 
 }  // namespace
