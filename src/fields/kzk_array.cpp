@@ -37,10 +37,13 @@ struct PlacedElement {
 /// The marches of an array, by the number of the element.
 class ArrayMarch {
  public:
-  explicit ArrayMarch(const MarchJob& job) : _job(job) {}
+  ArrayMarch(const Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid)
+      : _run(run), _elements(elements), _grid(grid) {}
   virtual ~ArrayMarch() = default;
 
-  virtual const char* method() const = 0;
+  const std::vector<Element>& elements() const { return _elements; }
+  const CoordinateGrid& grid() const { return _grid; }
+  const char* method() const { return _run.method.name; }
   /// The size of the element's march to the points of `grid`.
   virtual kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) = 0;
   struct Marched {
@@ -53,28 +56,31 @@ class ArrayMarch {
 
  protected:
   PlacedElement place(std::size_t number, const CoordinateGrid& grid) {
-    const Element& element = _job.elements[number];
+    const Element& element = _elements[number];
     PlacedElement placed;
     placed.inputs = place_inputs(element);
-    placed.inputs.medium = &_job.medium;
+    placed.inputs.medium = &_run.medium;
     placed.inputs.grid = &grid;
     placed.aperture = aperture_of(element.geometry);
     placed.points = detail::kzk_points(placed.inputs);
     return placed;
   }
-  const CoordinateGrid& grid() const { return _job.grid; }
-  const kzk::Parameters& parameters() const { return _job.parameters; }
+  const kzk::Parameters& parameters() const { return _run.settings.kzk; }
 
  private:
-  const MarchJob& _job;
+  const Run& _run;
+  const std::vector<Element>& _elements;
+  const CoordinateGrid& _grid;
 };
 
 class HarmonicMarch : public ArrayMarch {
  public:
-  HarmonicMarch(const MarchJob& job, std::span<const int> harmonics, std::complex<double>* result)
-      : ArrayMarch(job), _harmonics(harmonics.begin(), harmonics.end()), _result(result) {}
+  HarmonicMarch(const Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
+                std::span<const int> harmonics, std::complex<double>* result)
+      : ArrayMarch(run, elements, grid),
+        _harmonics(harmonics.begin(), harmonics.end()),
+        _result(result) {}
 
-  const char* method() const override { return "kzk_cw"; }
   kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
     const PlacedElement placed = place(element, grid);
     return kzk::estimate_cw(problem(placed));
@@ -106,11 +112,11 @@ class HarmonicMarch : public ArrayMarch {
 
 class PulseMarch : public ArrayMarch {
  public:
-  PulseMarch(const MarchJob& job, const TimeSamples& time,
-             std::span<const ExcitationFunction* const> excitations, double* result)
-      : ArrayMarch(job), _time(time), _excitations(excitations), _result(result) {}
+  PulseMarch(const Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
+             const TimeSamples& time, std::span<const ExcitationFunction* const> excitations,
+             double* result)
+      : ArrayMarch(run, elements, grid), _time(time), _excitations(excitations), _result(result) {}
 
-  const char* method() const override { return "kzk_transient"; }
   kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
     const DrivenElement driven = drive(element, grid);
     return kzk::estimate_transient(driven.problem);
@@ -223,8 +229,8 @@ struct MarchState {
 class MarchWorker : public TileWorker {
  public:
   /// `at_once` elements are marched side by side, each by `threads` threads.
-  MarchWorker(const MarchJob& job, ArrayMarch& array, MarchState& state, int at_once, int threads)
-      : _job(job), _array(array), _state(state), _at_once(at_once), _threads(threads) {}
+  MarchWorker(ArrayMarch& array, MarchState& state, int at_once, int threads)
+      : _array(array), _state(state), _at_once(at_once), _threads(threads) {}
 
   void run(std::size_t element) override {
     if (element == 0) _state.seconds = expected_seconds();
@@ -242,12 +248,13 @@ class MarchWorker : public TileWorker {
  private:
   double expected_seconds() {
     constexpr double kSecondsPerPoint = 5e-7;  // to place it and to read its pressure
-    const SparseGrid sparse(_job.grid);
+    const SparseGrid sparse(_array.grid());
     double seconds = 0;
-    for (std::size_t e = 0; e < _job.elements.size() && !stopped(); ++e) {
+    for (std::size_t e = 0; e < _array.elements().size() && !stopped(); ++e) {
       const kzk::Cost cost = _array.cost(e, sparse.grid());
       if (cost.bytes > kzk::kMostBytes) continue;  // it will not be marched
-      seconds += kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _job.grid.npoints();
+      seconds +=
+          kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _array.grid().npoints();
     }
     return seconds / _at_once;
   }
@@ -256,48 +263,46 @@ class MarchWorker : public TileWorker {
     const std::string element = "element " + std::to_string(number) + ": ";
     for (const std::string& warning : march.warnings) {
       if (!_state.issued_warnings.insert(warning).second) continue;
-      services::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
+      services::warn(((_array.elements().size() > 1 ? element : "") + warning).c_str());
     }
     if (!march.error) return;
     fail(march.error->kind(), "%sthe method '%s' failed. %s", element.c_str(), _array.method(),
          march.error->what());
   }
 
-  const MarchJob& _job;
   ArrayMarch& _array;
   MarchState& _state;
   int _at_once, _threads;
 };
 
-kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
-  for (std::size_t e = 0; e < job.elements.size(); ++e) {
-    if (job.elements[e].apodization_index == 0) continue;
-    fail(
-        "element %zu: the method '%s' marches uniform faces only, but apodization_index is "
-        "%d.",
-        e + 1, array.method(), job.elements[e].apodization_index);
+void march_all(Run& run, ArrayMarch& array) {
+  const std::vector<Element>& elements = array.elements();
+  for (std::size_t e = 0; e < elements.size(); ++e) {
+    if (elements[e].apodization_index == 0) continue;
+    fail("element %zu: the method '%s' marches uniform faces only, but apodization_index is %d.",
+         e + 1, array.method(), elements[e].apodization_index);
   }
   // Elements side by side need not wait for each other as the threads of one march must.
-  const int threads = thread_count(job.threads);
+  const int threads = run.runner.threads();
   const int at_once =
-      static_cast<int>(std::clamp<std::size_t>(job.elements.size(), 1, std::size_t(threads)));
+      static_cast<int>(std::clamp<std::size_t>(elements.size(), 1, std::size_t(threads)));
   MarchState state;
   bool announced = false;
   TileRunner runner(at_once, [&](double fraction) {
     if (!announced && state.seconds >= 0) {
       announced = true;
-      if (job.announce) job.announce(state.seconds);
+      if (run.settings.announce) run.settings.announce(state.seconds);
     }
-    return !job.progress || job.progress(fraction);
+    return !run.settings.progress || run.settings.progress(fraction);
   });
   runner.begin_stage(1);
-  runner.run(job.elements.size(), [&] {
-    return std::make_unique<MarchWorker>(job, array, state, at_once, threads / at_once);
+  runner.run(elements.size(), [&] {
+    return std::make_unique<MarchWorker>(array, state, at_once, threads / at_once);
   });
-  job.warnings = runner.messages().take_warnings();
-  runner.messages().replay();
-  state.largest.bytes *= at_once;
-  return state.largest;
+  run.runner.messages().absorb(runner.messages());
+  run.report.march = state.largest;
+  run.report.march.bytes *= at_once;
+  run.report.memory = run.report.march.bytes;
 }
 
 }  // namespace
@@ -316,16 +321,17 @@ void check_march_points(const std::vector<Element>& elements, const CoordinateGr
   }
 }
 
-kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
-                        std::complex<double>* result) {
-  HarmonicMarch array(job, harmonics, result);
-  return march_all(job, array);
+void add_harmonics(Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
+                   std::span<const int> harmonics, std::complex<double>* result) {
+  HarmonicMarch array(run, elements, grid, harmonics, result);
+  march_all(run, array);
 }
 
-kzk::Cost add_pulses(const MarchJob& job, const TimeSamples& time,
-                     std::span<const ExcitationFunction* const> excitations, double* result) {
-  PulseMarch array(job, time, excitations, result);
-  return march_all(job, array);
+void add_pulses(Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
+                const TimeSamples& time, std::span<const ExcitationFunction* const> excitations,
+                double* result) {
+  PulseMarch array(run, elements, grid, time, excitations, result);
+  march_all(run, array);
 }
 
 }  // namespace kestrel::fields
