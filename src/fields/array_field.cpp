@@ -37,14 +37,13 @@ void check_harmonics(const kzk::Parameters& march, std::span<const int> wanted) 
 /// The field of an array that is computed point by point.
 class ArrayField {
  public:
-  ArrayField(Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
-             std::complex<double>* result)
-      : _run(run), _elements(elements), _grid(grid), _points(grid), _result(result) {}
+  ArrayField(Run& run, std::complex<double>* result)
+      : _run(run), _points(run.grid), _result(result) {}
 
   /// With the settings' number of nodes.
   void compute_with_nodes() {
     const FixedNodes rule(_run.settings.nodes);
-    const EvaluationPlan plan = plan_evaluation(_elements, _grid, _run.settings, rule);
+    const EvaluationPlan plan = plan_evaluation(_run.elements, _run.grid, _run.settings, rule);
     add_field(plan, rule, 1);
     if (_run.settings.estimate_error) estimate(plan, rule);
   }
@@ -54,10 +53,10 @@ class ArrayField {
   void compute_to_tolerance() {
     constexpr int kAttempts = 4;
     const double tolerance = *_run.settings.tolerance;
-    if (_elements.empty() || _points.size() == 0) return;
+    if (_run.elements.empty() || _points.size() == 0) return;
     // The cost as if each element were allowed the whole tolerance.
-    const EvaluationPlan plan =
-        plan_evaluation(_elements, _grid, _run.settings, ToleranceNodes(_run.medium, tolerance));
+    const EvaluationPlan plan = plan_evaluation(_run.elements, _run.grid, _run.settings,
+                                                ToleranceNodes(_run.medium, tolerance));
     double each = first_tolerance(plan);
     double previous = std::numeric_limits<double>::infinity();
     const double& found = _run.report.error_estimate;
@@ -104,7 +103,7 @@ class ArrayField {
 
   /// Returns the bytes of working memory.
   double add_direct(const DirectJob& direct, NodeRange& used) {
-    if (!_grid.regular() && direct.rule.depends_on_place()) {
+    if (!_run.grid.regular() && direct.rule.depends_on_place()) {
       return add_list_field(_run.runner, direct, _result, used);
     }
     add_direct_field(_run.runner, direct, _result, used);
@@ -113,9 +112,9 @@ class ArrayField {
 
   void estimate(const EvaluationPlan& plan, const NodeRule& rule) {
     _run.runner.begin_stage(0);
-    _run.report.error_estimate =
-        estimate_error(_run.runner, job(_elements, rule), _grid, _run.report.greatest_nodes,
-                       affordable_clusters(_grid, _elements.size(), plan.cost, 0.03, 3), _result);
+    _run.report.error_estimate = estimate_error(
+        _run.runner, job(_run.elements, rule), _run.grid, _run.report.greatest_nodes,
+        affordable_clusters(_run.grid, _run.elements.size(), plan.cost, 0.03, 3), _result);
   }
 
   /// What each element is allowed, by a sample of the field.
@@ -124,12 +123,14 @@ class ArrayField {
     const double tolerance = *_run.settings.tolerance;
     _run.runner.begin_stage(0);
     const ToleranceNodes converged(_run.medium, std::max(1e-13, 1e-5 * tolerance));
-    const std::size_t clusters = affordable_clusters(_grid, _elements.size(), plan.cost, 0.01, 4);
-    ErrorSample sample(_run.runner, job(_elements, converged), _grid, clusters, kJudged, 1.0);
+    const std::size_t clusters =
+        affordable_clusters(_run.grid, _run.elements.size(), plan.cost, 0.01, 4);
+    ErrorSample sample(_run.runner, job(_run.elements, converged), _run.grid, clusters, kJudged,
+                       1.0);
     sample.climb_to_peak(clusters < 8 ? 1 : kClimb);
     const double trial_cost =
-        cost_per_cluster(_grid) * static_cast<double>(_elements.size() * clusters);
-    return element_tolerance(sample, _elements, _run.medium, tolerance,
+        cost_per_cluster(_run.grid) * static_cast<double>(_run.elements.size() * clusters);
+    return element_tolerance(sample, _run.elements, _run.medium, tolerance,
                              trial_cost < std::max(4e6, 0.02 * plan.cost));
   }
 
@@ -143,8 +144,6 @@ class ArrayField {
   }
 
   Run& _run;
-  const std::vector<Element>& _elements;
-  const CoordinateGrid& _grid;
   const GridPoints _points;
   std::complex<double>* _result;
 };
@@ -154,18 +153,18 @@ class ArrayField {
 Report compute_harmonics(const std::vector<Element>& elements, const CoordinateGrid& grid,
                          const Medium& medium, std::span<const int> harmonics,
                          const Settings& settings, std::complex<double>* result) {
-  Run run(elements, medium, settings, continuous_wave_methods(), "kzk_cw");
+  Run run(elements, grid, medium, settings, continuous_wave_methods(), "kzk_cw");
   if (!run.method.marched) {
     fail(ErrorKind::unsupported, "harmonics are computed by the method 'kzk_cw', not by '%s'.",
          run.method.name);
   }
   check_harmonics(settings.kzk, harmonics);
-  check_march_points(elements, grid, run.method.name);
+  check_march_points(run);
   std::fill_n(result,
               static_cast<std::size_t>(grid.npoints()) * std::max<std::size_t>(harmonics.size(), 1),
               std::complex<double>{});
   run.report.direct_elements = elements.size();
-  add_harmonics(run, elements, grid, harmonics, result);
+  add_harmonics(run, harmonics, result);
   return run.finish();
 }
 
@@ -174,9 +173,9 @@ Report compute_field(const std::vector<Element>& elements, const CoordinateGrid&
   if (settings.method != nullptr && settings.method->marched) {
     return compute_harmonics(elements, grid, medium, {}, settings, result);
   }
-  Run run(elements, medium, settings, continuous_wave_methods(), "fnm_cw");
+  Run run(elements, grid, medium, settings, continuous_wave_methods(), "fnm_cw");
   std::fill_n(result, static_cast<std::size_t>(grid.npoints()), std::complex<double>{});
-  ArrayField field(run, elements, grid, result);
+  ArrayField field(run, result);
   if (run.settings.tolerance) {
     field.compute_to_tolerance();
   } else {

@@ -37,13 +37,9 @@ struct PlacedElement {
 /// The marches of an array, by the number of the element.
 class ArrayMarch {
  public:
-  ArrayMarch(const Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid)
-      : _run(run), _elements(elements), _grid(grid) {}
+  explicit ArrayMarch(const Run& run) : _run(run) {}
   virtual ~ArrayMarch() = default;
 
-  const std::vector<Element>& elements() const { return _elements; }
-  const CoordinateGrid& grid() const { return _grid; }
-  const char* method() const { return _run.method.name; }
   /// The size of the element's march to the points of `grid`.
   virtual kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) = 0;
   struct Marched {
@@ -56,7 +52,7 @@ class ArrayMarch {
 
  protected:
   PlacedElement place(std::size_t number, const CoordinateGrid& grid) {
-    const Element& element = _elements[number];
+    const Element& element = _run.elements[number];
     PlacedElement placed;
     placed.inputs = place_inputs(element);
     placed.inputs.medium = &_run.medium;
@@ -65,28 +61,21 @@ class ArrayMarch {
     placed.points = detail::kzk_points(placed.inputs);
     return placed;
   }
-  const kzk::Parameters& parameters() const { return _run.settings.kzk; }
 
- private:
   const Run& _run;
-  const std::vector<Element>& _elements;
-  const CoordinateGrid& _grid;
 };
 
 class HarmonicMarch : public ArrayMarch {
  public:
-  HarmonicMarch(const Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
-                std::span<const int> harmonics, std::complex<double>* result)
-      : ArrayMarch(run, elements, grid),
-        _harmonics(harmonics.begin(), harmonics.end()),
-        _result(result) {}
+  HarmonicMarch(const Run& run, std::span<const int> harmonics, std::complex<double>* result)
+      : ArrayMarch(run), _harmonics(harmonics.begin(), harmonics.end()), _result(result) {}
 
   kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
     const PlacedElement placed = place(element, grid);
     return kzk::estimate_cw(problem(placed));
   }
   Marched march(std::size_t element, int threads, const kzk::Progress& progress) override {
-    const PlacedElement placed = place(element, grid());
+    const PlacedElement placed = place(element, _run.grid);
     kzk::CwProblem marched = problem(placed);
     marched.threads = threads;
     marched.progress = progress;
@@ -101,7 +90,7 @@ class HarmonicMarch : public ArrayMarch {
  private:
   kzk::CwProblem problem(const PlacedElement& placed) const {
     kzk::CwProblem problem = detail::kzk_cw_problem(placed.inputs, placed.aperture, placed.points);
-    problem.parameters = parameters();
+    problem.parameters = _run.settings.kzk;
     problem.wanted = _harmonics;
     return problem;
   }
@@ -112,10 +101,9 @@ class HarmonicMarch : public ArrayMarch {
 
 class PulseMarch : public ArrayMarch {
  public:
-  PulseMarch(const Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
-             const TimeSamples& time, std::span<const ExcitationFunction* const> excitations,
-             double* result)
-      : ArrayMarch(run, elements, grid), _time(time), _excitations(excitations), _result(result) {}
+  PulseMarch(const Run& run, const TimeSamples& time,
+             std::span<const ExcitationFunction* const> excitations, double* result)
+      : ArrayMarch(run), _time(time), _excitations(excitations), _result(result) {}
 
   kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
     const DrivenElement driven = drive(element, grid);
@@ -124,7 +112,7 @@ class PulseMarch : public ArrayMarch {
   /// On one thread: most of a pulse's work, diffraction, goes from sample to sample, and what other
   /// threads take of the rest they lose in fetching the wave from each other.
   Marched march(std::size_t element, int /*threads*/, const kzk::Progress& progress) override {
-    DrivenElement driven = drive(element, grid());
+    DrivenElement driven = drive(element, _run.grid);
     driven.problem.progress = progress;
     const auto beam =
         std::make_shared<const kzk::TransientResult>(kzk::march_transient(driven.problem));
@@ -154,7 +142,7 @@ class PulseMarch : public ArrayMarch {
     driven.times = detail::kzk_times(in);
     driven.problem = detail::kzk_transient_problem(in, driven.placed.aperture, driven.placed.points,
                                                    driven.times);
-    driven.problem.parameters = parameters();
+    driven.problem.parameters = _run.settings.kzk;
     return driven;
   }
 
@@ -229,8 +217,8 @@ struct MarchState {
 class MarchWorker : public TileWorker {
  public:
   /// `at_once` elements are marched side by side, each by `threads` threads.
-  MarchWorker(ArrayMarch& array, MarchState& state, int at_once, int threads)
-      : _array(array), _state(state), _at_once(at_once), _threads(threads) {}
+  MarchWorker(const Run& run, ArrayMarch& array, MarchState& state, int at_once, int threads)
+      : _run(run), _array(array), _state(state), _at_once(at_once), _threads(threads) {}
 
   void run(std::size_t element) override {
     if (element == 0) _state.seconds = expected_seconds();
@@ -248,13 +236,12 @@ class MarchWorker : public TileWorker {
  private:
   double expected_seconds() {
     constexpr double kSecondsPerPoint = 5e-7;  // to place it and to read its pressure
-    const SparseGrid sparse(_array.grid());
+    const SparseGrid sparse(_run.grid);
     double seconds = 0;
-    for (std::size_t e = 0; e < _array.elements().size() && !stopped(); ++e) {
+    for (std::size_t e = 0; e < _run.elements.size() && !stopped(); ++e) {
       const kzk::Cost cost = _array.cost(e, sparse.grid());
       if (cost.bytes > kzk::kMostBytes) continue;  // it will not be marched
-      seconds +=
-          kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _array.grid().npoints();
+      seconds += kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _run.grid.npoints();
     }
     return seconds / _at_once;
   }
@@ -263,24 +250,25 @@ class MarchWorker : public TileWorker {
     const std::string element = "element " + std::to_string(number) + ": ";
     for (const std::string& warning : march.warnings) {
       if (!_state.issued_warnings.insert(warning).second) continue;
-      services::warn(((_array.elements().size() > 1 ? element : "") + warning).c_str());
+      services::warn(((_run.elements.size() > 1 ? element : "") + warning).c_str());
     }
     if (!march.error) return;
-    fail(march.error->kind(), "%sthe method '%s' failed. %s", element.c_str(), _array.method(),
+    fail(march.error->kind(), "%sthe method '%s' failed. %s", element.c_str(), _run.method.name,
          march.error->what());
   }
 
+  const Run& _run;
   ArrayMarch& _array;
   MarchState& _state;
   int _at_once, _threads;
 };
 
 void march_all(Run& run, ArrayMarch& array) {
-  const std::vector<Element>& elements = array.elements();
+  const std::vector<Element>& elements = run.elements;
   for (std::size_t e = 0; e < elements.size(); ++e) {
     if (elements[e].apodization_index == 0) continue;
     fail("element %zu: the method '%s' marches uniform faces only, but apodization_index is %d.",
-         e + 1, array.method(), elements[e].apodization_index);
+         e + 1, run.method.name, elements[e].apodization_index);
   }
   // Elements side by side need not wait for each other as the threads of one march must.
   const int threads = run.runner.threads();
@@ -297,7 +285,7 @@ void march_all(Run& run, ArrayMarch& array) {
   });
   runner.begin_stage(1);
   runner.run(elements.size(), [&] {
-    return std::make_unique<MarchWorker>(array, state, at_once, threads / at_once);
+    return std::make_unique<MarchWorker>(run, array, state, at_once, threads / at_once);
   });
   run.runner.messages().absorb(runner.messages());
   run.report.march = state.largest;
@@ -307,30 +295,28 @@ void march_all(Run& run, ArrayMarch& array) {
 
 }  // namespace
 
-void check_march_points(const std::vector<Element>& elements, const CoordinateGrid& grid,
-                        const char* method) {
-  for (std::size_t e = 0; e < elements.size(); ++e) {
-    if (detail::is_negligible(elements[e].amplitude)) continue;
+void check_march_points(const Run& run) {
+  for (std::size_t e = 0; e < run.elements.size(); ++e) {
+    if (detail::is_negligible(run.elements[e].amplitude)) continue;
     try {
-      kzk::check_storage(sizeof(kzk::ReceiverSample) * static_cast<double>(grid.npoints()),
+      kzk::check_storage(sizeof(kzk::ReceiverSample) * static_cast<double>(run.grid.npoints()),
                          "The list of points", "fewer points");
     } catch (const Error& error) {
-      fail(error.kind(), "element %zu: the method '%s' failed. %s", e + 1, method, error.what());
+      fail(error.kind(), "element %zu: the method '%s' failed. %s", e + 1, run.method.name,
+           error.what());
     }
     return;
   }
 }
 
-void add_harmonics(Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
-                   std::span<const int> harmonics, std::complex<double>* result) {
-  HarmonicMarch array(run, elements, grid, harmonics, result);
+void add_harmonics(Run& run, std::span<const int> harmonics, std::complex<double>* result) {
+  HarmonicMarch array(run, harmonics, result);
   march_all(run, array);
 }
 
-void add_pulses(Run& run, const std::vector<Element>& elements, const CoordinateGrid& grid,
-                const TimeSamples& time, std::span<const ExcitationFunction* const> excitations,
-                double* result) {
-  PulseMarch array(run, elements, grid, time, excitations, result);
+void add_pulses(Run& run, const TimeSamples& time,
+                std::span<const ExcitationFunction* const> excitations, double* result) {
+  PulseMarch array(run, time, excitations, result);
   march_all(run, array);
 }
 

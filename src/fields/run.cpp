@@ -48,9 +48,11 @@ Medium tuned(Medium medium, double frequency) {
 
 }  // namespace
 
-Run::Run(const std::vector<Element>& elements, const Medium& given, const Settings& asked,
-         std::span<const Method> methods, const char* usual)
-    : settings(completed(asked, methods, usual)),
+Run::Run(const std::vector<Element>& array, const CoordinateGrid& points, const Medium& given,
+         const Settings& asked, std::span<const Method> methods, const char* usual)
+    : elements(array),
+      grid(points),
+      settings(completed(asked, methods, usual)),
       method(*settings.method),
       medium(tuned(given, settings.frequency)),
       runner(settings.threads, settings.progress) {

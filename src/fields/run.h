@@ -19,12 +19,14 @@ class Run {
  public:
   /// `methods`: those to choose from; `usual`: the one that settings without a method mean. Fails
   /// for elements, a medium or settings that cannot be, and for a method that a shape lacks.
-  Run(const std::vector<Element>& elements, const Medium& medium, const Settings& settings,
-      std::span<const Method> methods, const char* usual);
+  Run(const std::vector<Element>& elements, const CoordinateGrid& grid, const Medium& medium,
+      const Settings& settings, std::span<const Method> methods, const char* usual);
 
   /// Completes the report, and prints what the methods printed.
   Report finish();
 
+  const std::vector<Element>& elements;
+  const CoordinateGrid& grid;
   const Settings settings;  ///< with what was left open
   const Method& method;
   const Medium medium;  ///< at the settings' frequency

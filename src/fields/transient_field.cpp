@@ -59,7 +59,7 @@ Report compute_transient_field(const std::vector<Element>& elements, const Coord
                                const Medium& medium, const TimeSamples& time,
                                std::span<const ExcitationFunction* const> excitations,
                                const Settings& settings, double* result) {
-  Run run(elements, medium, settings, transient_methods(), "fnm_tsd");
+  Run run(elements, grid, medium, settings, transient_methods(), "fnm_tsd");
   if (!elements.empty() && excitations.size() != 1 && excitations.size() != elements.size()) {
     fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
          elements.size(), excitations.size());
@@ -68,9 +68,9 @@ Report compute_transient_field(const std::vector<Element>& elements, const Coord
   const std::size_t npoints = points.size(), samples = static_cast<std::size_t>(time.nt());
   run.report.direct_elements = elements.size();
   if (run.method.marched) {
-    check_march_points(elements, grid, run.method.name);
+    check_march_points(run);
     std::fill_n(result, npoints * samples, 0.0);
-    add_pulses(run, elements, grid, time, excitations, result);
+    add_pulses(run, time, excitations, result);
   } else if (elements.empty()) {
     std::fill_n(result, npoints * samples, 0.0);
   } else if (npoints > 0 && samples > 0) {
