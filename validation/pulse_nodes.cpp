@@ -117,7 +117,7 @@ class Job {
  private:
   void compute_transient(int nodes, std::span<const ExcitationFunction* const> pulses,
                          std::vector<double>& p) const {
-    fields::TransientSettings settings;
+    fields::Settings settings;
     settings.nodes = nodes;
     fields::compute_transient_field(_elements, *_grid, _medium, *_time, pulses, settings, p.data());
   }

@@ -34,7 +34,7 @@ struct EllipseSurface {
 
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z >= 0 ? 0 : -1; }
-  double reach() const { return propagation.reach(extent); }
+  double wide_math_limit() const { return propagation.wide_math_limit(extent); }
   void evaluate(FieldTile& tile, int) const {
     for (int i = 0; i < tile.count; ++i) {
       std::complex<double> sum = 0;

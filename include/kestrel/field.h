@@ -3,6 +3,7 @@
 #include <complex>
 #include <cstddef>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -31,26 +32,28 @@ using Progress = std::function<bool(double fraction)>;
 /// The least fraction of work that has begun.
 inline constexpr double kBegun = 1e-9;
 
-/// How a whole array's field is to be computed.
+/// How a whole array's field, of continuous waves or of pulses, is to be computed. Several
+/// calculations may run at once in one program, on threads of their own, each with its settings.
 struct Settings {
-  const Method* method = find_continuous_wave_method("fnm_cw");
+  /// Null: 'fnm_cw' for continuous waves, 'fnm_tsd' for pulses.
+  const Method* method = nullptr;
   /// Hz; 0: the medium's.
   double frequency = 0;
-  /// Quadrature nodes per integral; ignored when a tolerance is given, and by 'kzk_cw'. 0: as many
-  /// as a tolerance wants.
+  /// Quadrature nodes per integral, of the Rayleigh integral per direction; ignored when a
+  /// tolerance is given, and by 'kzk_cw' and 'kzk_transient'. 0: as many as a tolerance wants.
   int nodes = 0;
   /// Largest error wanted, relative to the field's peak; the number of nodes follows. Without it
-  /// and without nodes it is 1e-4 for methods that take a tolerance.
+  /// and without nodes it is 1e-4 for methods that take a tolerance, as 'fnm_cw' alone does.
   std::optional<double> tolerance = {};
   int threads = 0;    ///< 0: one per processor core
-  bool reuse = true;  ///< let equal elements share what they have in common
+  bool reuse = true;  ///< let equal elements share what they have in common (continuous waves)
   /// Bytes of working memory, besides the result, that reuse may take.
   double memory = 512e6;
-  bool estimate_error = true;
+  bool estimate_error = true;  ///< of continuous waves
   /// The best one when not given.
   std::optional<InstructionSet> instruction_set = {};
   Progress progress = {};
-  /// Grid, steps and harmonics of 'kzk_cw'; none for other methods.
+  /// Grid, steps and harmonics of 'kzk_cw' and 'kzk_transient'; none for other methods.
   kzk::Parameters kzk = {};
   Announcement announce = {};
 };
@@ -65,13 +68,13 @@ struct Report {
   int threads = 0;
   double memory = 0;  ///< bytes of working memory, besides the result
   /// Estimate of the largest difference between the result and a converged field, relative to the
-  /// result's peak; NaN when it was not asked for or there is nothing to estimate, and for
-  /// 'kzk_cw'.
-  double error_estimate = 0;
-  /// The largest march of 'kzk_cw'.
+  /// result's peak; NaN when it was not asked for or there is nothing to estimate, for 'kzk_cw' and
+  /// for pulses.
+  double error_estimate = std::numeric_limits<double>::quiet_NaN();
+  /// The largest march of 'kzk_cw' or 'kzk_transient'.
   kzk::Cost march = {};
   /// What the user should know of the result, each text once.
-  std::vector<std::string> warnings;
+  std::vector<std::string> warnings = {};
 };
 
 /// Pressure of an array on a grid: result[i] for grid point i is the sum over all elements, each in
@@ -107,31 +110,6 @@ Report compute_harmonics(const std::vector<Element>& elements, const CoordinateG
                          const Medium& medium, std::span<const int> harmonics,
                          const Settings& settings, std::complex<double>* result);
 
-/// How a whole array's transient field is to be computed.
-struct TransientSettings {
-  const Method* method = find_transient_method("fnm_tsd");
-  /// Quadrature nodes per integral; per direction for the Rayleigh integral. Ignored by
-  /// 'kzk_transient'.
-  int nodes = 0;
-  int threads = 0;  ///< 0: one per processor core
-  Progress progress = {};
-  /// Grid and steps of 'kzk_transient'; none for other methods.
-  kzk::Parameters kzk = {};
-  Announcement announce = {};
-};
-
-/// What was done.
-struct TransientReport {
-  double seconds = 0;
-  InstructionSet instruction_set = InstructionSet::scalar;
-  int threads = 0;
-  double memory = 0;  ///< bytes of working memory, besides the result and the methods' own tables
-  /// The largest march of 'kzk_transient'.
-  kzk::Cost march = {};
-  /// What the user should know of the result, each text once.
-  std::vector<std::string> warnings;
-};
-
 /// Transient pressure of an array: result[i + k * grid.npoints()] for grid point i and sample k of
 /// `time` is the sum over all elements, each in its own place with its own amplitude and delay. The
 /// method 'impulse_response' gives the velocity potential's impulse response, m/s, instead. By the
@@ -144,12 +122,11 @@ struct TransientReport {
 ///
 /// Fails for elements, excitations or settings that cannot be (naming the element, counted from 1),
 /// for a method that a shape lacks, when memory runs out (naming the method and the shape), and
-/// with Cancelled when progress says so; then `result` is unspecified. Texts of the methods come
-/// once each, on the calling thread, which must be the host's.
-TransientReport compute_transient_field(const std::vector<Element>& elements,
-                                        const CoordinateGrid& grid, const Medium& medium,
-                                        const TimeSamples& time,
-                                        std::span<const ExcitationFunction* const> excitations,
-                                        const TransientSettings& settings, double* result);
+/// with Cancelled when progress says so; then `result` is unspecified. What the methods print comes
+/// once, on the calling thread; their warnings are in the report.
+Report compute_transient_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                               const Medium& medium, const TimeSamples& time,
+                               std::span<const ExcitationFunction* const> excitations,
+                               const Settings& settings, double* result);
 
 }  // namespace kestrel::fields

@@ -59,6 +59,9 @@ const Method* find_continuous_wave_method(std::string_view name);
 std::span<const Method> transient_methods();
 const Method* find_transient_method(std::string_view name);
 
+/// The one of `methods` that has this name. Fails with a list of them when there is none.
+const Method* find_method(std::span<const Method> methods, std::string_view name);
+
 /// Fails when a method that is not marched is given parameters of a march.
 void check_march_parameters(const Method& method, const kzk::Parameters& parameters);
 

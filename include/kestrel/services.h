@@ -2,6 +2,9 @@
 
 /// What the library asks of the program that it is part of: a console, memory, and whether the user
 /// wants to stop. A plain program has the defaults; a plug-in installs its host's.
+///
+/// Services belong to the thread that calls the library, everything else to a run: its instruction
+/// set, threads, limits and progress (kestrel/field.h). Nothing is shared by a whole program.
 
 #include <cstddef>
 #include <type_traits>
@@ -21,8 +24,8 @@ concept HostArray = std::is_class_v<T> || std::is_void_v<T>;
 
 namespace kestrel::services {
 
-/// The services of a program. All of them are called on one thread only, the one that called the
-/// library (see off_host_thread.h).
+/// The services of a thread. They are called on that thread only; those that a run starts itself
+/// have the defaults, and hand their texts to the thread that started the run.
 struct Services {
   /// Shows text on the console at once. Default: standard output.
   void (*print)(const char* text);
@@ -37,11 +40,11 @@ struct Services {
   void (*release)(void* block);
 };
 
-/// The services of a program without a host.
+/// The defaults.
 extern const Services kStandardServices;
 
-/// From now on the library uses `services`. They must outlive every block that they allocate. To be
-/// called before anything else, or between calculations.
+/// From now on the library uses `services` on the calling thread. They must outlive every block
+/// that they allocate. To be called before anything else, or between calculations.
 void install(const Services& services);
 
 /// Prints formatted text.

@@ -3,10 +3,9 @@
 ///
 ///     [p, info] = array_field (array, grid, medium, ndiv, f0, options)
 ///
-/// `options` is a structure with the fields method (text), threads (0: all), reuse, tolerance
-/// (empty: use ndiv), memory (bytes), progress, instruction_set (text), kzk (structure, or empty).
-/// With a field `wanted`, the numbers of harmonics, the result is theirs by the method 'kzk_cw',
-/// along one more dimension at the end.
+/// The fields of `options` are those of read_run (entry_support.h). With a field `wanted`, the
+/// numbers of harmonics, the result is theirs by the method 'kzk_cw', along one more dimension at
+/// the end.
 
 #include <climits>
 #include <cmath>
@@ -18,7 +17,6 @@
 #include "kestrel/medium.h"
 #include "mex/entries/entry_support.h"
 #include "mex/host/complex_array.h"
-#include "mex/host/entry.h"
 #include "mex/readers/structure_reader.h"
 
 namespace kestrel::gateway {
@@ -26,63 +24,6 @@ namespace kestrel::gateway {
 namespace {
 
 enum Argument { kArray, kGrid, kMedium, kNdiv, kFrequency, kOptions, kArguments };
-
-fields::Settings read_settings(const mxArray* options, const mxArray* ndiv) {
-  fields::Settings settings;
-  settings.method = fields::find_continuous_wave_method(text_option(options, "method"));
-  const std::string set = text_option(options, "instruction_set");
-  if (set != "auto") {
-    for (const InstructionSet known : kInstructionSets) {
-      if (set == kestrel::name(known)) settings.instruction_set = known;
-    }
-    if (!settings.instruction_set) {
-      fail(
-          "unknown instruction set '%s'; there are 'auto', 'scalar', 'baseline', 'avx2', "
-          "'avx512', 'neon'.",
-          set.c_str());
-    }
-  }
-  settings.reuse = number_option(options, "reuse") != 0;
-  settings.memory = number_option(options, "memory");
-  const mxArray* tolerance = field_value(options, "tolerance");
-  if (tolerance != nullptr && !mxIsEmpty(tolerance)) {
-    settings.tolerance = read_scalar(tolerance, "options", "tolerance");
-  } else if (!settings.method->marched) {
-    if (mxIsEmpty(ndiv)) fail("ndiv may be empty only when the option 'tolerance' is given.");
-    settings.nodes = read_nodes(ndiv);
-  }
-  return settings;
-}
-
-mxArray* describe(const fields::Report& report, const fields::Settings& settings,
-                  double result_memory) {
-  const char* fields[] = {"method",          "time",           "nodes",           "way",
-                          "reused_elements", "threads",        "instruction_set", "memory",
-                          "result_memory",   "error_estimate", "planes",          "radial_nodes",
-                          "harmonics"};
-  // The last three are of a march.
-  Info info({fields, std::size(fields) - (settings.method->marched ? 0 : 3)});
-  const char* way = settings.method->marched      ? "march"
-                    : report.reused_elements == 0 ? "direct"
-                    : report.direct_elements == 0 ? "reuse"
-                                                  : "reuse and direct";
-  info.set("method", settings.method->name);
-  info.set("time", report.seconds);
-  info.set("nodes", {double(report.least_nodes), double(report.greatest_nodes)});
-  info.set("way", way);
-  info.set("reused_elements", static_cast<double>(report.reused_elements));
-  info.set("threads", report.threads);
-  info.set("instruction_set", name(report.instruction_set));
-  info.set("memory", report.memory);
-  info.set("result_memory", result_memory);
-  info.set("error_estimate", report.error_estimate);
-  if (settings.method->marched) {
-    info.set("planes", static_cast<double>(report.march.planes));
-    info.set("radial_nodes", static_cast<double>(report.march.nodes));
-    info.set("harmonics", static_cast<double>(report.march.unknowns));
-  }
-  return info.array();
-}
 
 /// The harmonics that kestrel.harmonics wants; none from kestrel.cw_field.
 std::vector<int> read_wanted(const mxArray* options) {
@@ -109,10 +50,10 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
   grid.allocate_memory_and_set_values(&prhs[kGrid]);
   Medium medium(&prhs[kMedium]);
   medium._f0 = read_scalar(prhs[kFrequency], nullptr, "f0");
-  fields::Settings settings = read_settings(prhs[kOptions], prhs[kNdiv]);
-  Console console(entry, number_option(prhs[kOptions], "progress") != 0);
-  read_run(settings, prhs[kOptions], false, console);
   const std::vector<int> wanted = read_wanted(prhs[kOptions]);
+  ProgressReporter progress(entry);
+  fields::Settings settings =
+      read_run(prhs[kOptions], prhs[kNdiv], false, wanted.empty() ? "fnm_cw" : "kzk_cw", progress);
   if (!wanted.empty() && settings.kzk.harmonic != 0) {
     fail("the option 'kzk' names a harmonic, but the list of harmonics says which ones.");
   }
@@ -126,12 +67,14 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
       wanted.empty()
           ? fields::compute_field(elements, grid, medium, settings, pressure)
           : fields::compute_harmonics(elements, grid, medium, wanted, settings, pressure);
-  for (const std::string& warning : report.warnings) services::warn(warning.c_str());
-  warn_of_values_that_are_not_finite(
-      entry, mxGetNumberOfElements(result), grid, [&](std::size_t i) {
-        return std::isfinite(pressure[i].real()) && std::isfinite(pressure[i].imag());
-      });
-  if (nlhs > 1) plhs[1] = describe(report, settings, bytes_of(result));
+  const std::size_t values = mxGetNumberOfElements(result);
+  warn_of_result(entry, report, values, grid, [&](std::size_t i) {
+    return std::isfinite(pressure[i].real()) && std::isfinite(pressure[i].imag());
+  });
+  if (nlhs > 1) {
+    plhs[1] = describe(report, settings, false,
+                       static_cast<double>(values) * sizeof(std::complex<double>));
+  }
   plhs[0] = result;
 }
 
@@ -141,13 +84,8 @@ void compute(const char* entry, int nlhs, mxArray** plhs, int nrhs, const mxArra
 
 extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
   using namespace kestrel;
-  host::run_entry(
-      [&] {
-        // Either of two functions may have been called; only one of them wants harmonics.
-        const bool harmonics =
-            nrhs > gateway::kOptions && has_field(prhs[gateway::kOptions], "wanted");
-        const char* entry = harmonics ? "kestrel.harmonics" : "kestrel.cw_field";
-        gateway::run_named(entry, [&] { gateway::compute(entry, nlhs, plhs, nrhs, prhs); });
-      },
-      "kestrel:field");
+  // Either of two functions may have been called; only one of them wants harmonics.
+  const bool harmonics = nrhs > gateway::kOptions && has_field(prhs[gateway::kOptions], "wanted");
+  const char* entry = harmonics ? "kestrel.harmonics" : "kestrel.cw_field";
+  gateway::run_entry_as(entry, [&] { gateway::compute(entry, nlhs, plhs, nrhs, prhs); });
 }

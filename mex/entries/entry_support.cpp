@@ -4,7 +4,10 @@
 #include <climits>
 #include <cmath>
 #include <cstdio>
+#include <initializer_list>
 #include <new>
+#include <optional>
+#include <span>
 
 #include "kestrel/error.h"
 #include "kestrel/services.h"
@@ -42,8 +45,24 @@ std::string text_option(const mxArray* options, const char* field) {
   return text;
 }
 
-double number_option(const mxArray* options, const char* field) {
-  return read_number(options, field, "options");
+namespace {
+
+/// The option, or what it is when it is not given.
+double number_or(double usual, const mxArray* options, const char* field) {
+  return has_field(options, field) ? read_number(options, field, "options") : usual;
+}
+
+std::optional<InstructionSet> read_instruction_set(const mxArray* options) {
+  if (!has_field(options, "instruction_set")) return std::nullopt;
+  const std::string set = text_option(options, "instruction_set");
+  if (set == "auto") return std::nullopt;
+  for (const InstructionSet known : kInstructionSets) {
+    if (set == kestrel::name(known)) return known;
+  }
+  fail(
+      "unknown instruction set '%s'; there are 'auto', 'scalar', 'baseline', 'avx2', 'avx512', "
+      "'neon'.",
+      set.c_str());
 }
 
 kzk::Parameters read_march(const mxArray* options, bool pulse) {
@@ -98,7 +117,7 @@ kzk::Parameters read_march(const mxArray* options, bool pulse) {
 
 int read_threads(const mxArray* options) {
   constexpr double kMost = 1024;
-  const double threads = number_option(options, "threads");
+  const double threads = number_or(0, options, "threads");
   if (!(threads >= 0 && threads <= kMost && threads == std::floor(threads))) {
     fail("threads must be a whole number from 0 to %g, but it is %g.", kMost, threads);
   }
@@ -111,6 +130,35 @@ int read_nodes(const mxArray* ndiv) {
     fail("ndiv must be a whole number of at least 1, but it is %g.", nodes);
   }
   return static_cast<int>(nodes);
+}
+
+}  // namespace
+
+fields::Settings read_run(const mxArray* options, const mxArray* ndiv, bool pulse,
+                          const char* usual, ProgressReporter& progress) {
+  if (!mxIsStruct(options)) fail("the options must be a structure.");
+  fields::Settings settings;
+  const std::string method = has_field(options, "method") ? text_option(options, "method") : usual;
+  settings.method = fields::find_method(
+      pulse ? fields::transient_methods() : fields::continuous_wave_methods(), method);
+  settings.instruction_set = read_instruction_set(options);
+  settings.reuse = number_or(settings.reuse, options, "reuse") != 0;
+  settings.memory = number_or(settings.memory, options, "memory");
+  const mxArray* tolerance = field_value(options, "tolerance");
+  if (tolerance != nullptr && !mxIsEmpty(tolerance)) {
+    settings.tolerance = read_scalar(tolerance, "options", "tolerance");
+  } else if (!settings.method->marched) {
+    if (!pulse && mxIsEmpty(ndiv)) {
+      fail("ndiv may be empty only when the option 'tolerance' is given.");
+    }
+    settings.nodes = read_nodes(ndiv);
+  }
+  if (number_or(1, options, "progress") == 0) progress.be_silent();
+  settings.threads = read_threads(options);
+  settings.kzk = read_march(options, pulse);
+  settings.progress = [&progress](double fraction) { return progress(fraction); };
+  settings.announce = [&progress](double seconds) { progress.announce(seconds); };
+  return settings;
 }
 
 std::string ProgressLines::next(double now, double fraction) {
@@ -132,7 +180,7 @@ std::string ProgressLines::next(double now, double fraction) {
   return line;
 }
 
-bool Console::operator()(double fraction) {
+bool ProgressReporter::operator()(double fraction) {
   if (services::interrupted()) return false;
   if (!_prints) return true;
   const std::string line = _lines.next(seconds(), fraction);
@@ -140,7 +188,7 @@ bool Console::operator()(double fraction) {
   return true;
 }
 
-void Console::announce(double seconds) const {
+void ProgressReporter::announce(double seconds) const {
   constexpr double kLong = 6;
   if (_prints && seconds > kLong) services::print("%s: this takes about %.0f s\n", _entry, seconds);
 }
@@ -151,27 +199,69 @@ std::vector<std::size_t> result_size(const CoordinateGrid& grid) {
   return {extent(grid.nx()), extent(grid.ny()), extent(grid.nz())};
 }
 
-double bytes_of(const mxArray* array) {
-  return static_cast<double>(mxGetNumberOfElements(array)) *
-         (mxIsComplex(array) ? sizeof(mxComplexDouble) : sizeof(double));
+namespace {
+
+/// The fields of the structure 'info', in the order in which they are added.
+class Info {
+ public:
+  void add(const char* field, std::initializer_list<double> row) {
+    mxArray* value = made(mxCreateDoubleMatrix(1, row.size(), mxREAL));
+    std::copy(row.begin(), row.end(), mxGetDoubles(value));
+    add(field, value);
+  }
+  void add(const char* field, double number) { add(field, {number}); }
+  void add(const char* field, const char* text) { add(field, made(mxCreateString(text))); }
+  mxArray* array() {
+    mxArray* array =
+        made(mxCreateStructMatrix(1, 1, static_cast<int>(_names.size()), _names.data()));
+    for (std::size_t i = 0; i < _names.size(); ++i) mxSetField(array, 0, _names[i], _values[i]);
+    return array;
+  }
+
+ private:
+  void add(const char* field, mxArray* value) {
+    _names.push_back(field);
+    _values.push_back(value);
+  }
+
+  std::vector<const char*> _names;
+  std::vector<mxArray*> _values;
+};
+
+}  // namespace
+
+mxArray* describe(const fields::Report& report, const fields::Settings& settings, bool pulse,
+                  double result_bytes) {
+  const bool marched = settings.method->marched;
+  Info info;
+  info.add("method", settings.method->name);
+  info.add("time", report.seconds);
+  if (pulse) {
+    info.add("nodes", settings.nodes);
+  } else {
+    info.add("nodes", {double(report.least_nodes), double(report.greatest_nodes)});
+    info.add("way", marched                       ? "march"
+                    : report.reused_elements == 0 ? "direct"
+                    : report.direct_elements == 0 ? "reuse"
+                                                  : "reuse and direct");
+    info.add("reused_elements", static_cast<double>(report.reused_elements));
+  }
+  info.add("threads", report.threads);
+  info.add("instruction_set", name(report.instruction_set));
+  info.add("memory", report.memory);
+  info.add("result_memory", result_bytes);
+  if (!pulse) info.add("error_estimate", report.error_estimate);
+  if (marched) {
+    info.add("planes", static_cast<double>(report.march.planes));
+    info.add("radial_nodes", static_cast<double>(report.march.nodes));
+    info.add(pulse ? "samples" : "harmonics", static_cast<double>(report.march.unknowns));
+  }
+  return info.array();
 }
 
-Info::Info(std::span<const char*> fields)
-    : _array(made(mxCreateStructMatrix(1, 1, static_cast<int>(fields.size()), fields.data()))) {}
-
-void Info::put(const char* field, mxArray* value) { mxSetField(_array, 0, field, made(value)); }
-
-void Info::set(const char* field, std::initializer_list<double> row) {
-  mxArray* value = made(mxCreateDoubleMatrix(1, row.size(), mxREAL));
-  std::copy(row.begin(), row.end(), mxGetDoubles(value));
-  put(field, value);
-}
-
-void Info::set(const char* field, const char* text) { put(field, mxCreateString(text)); }
-
-void warn_of_values_that_are_not_finite(const char* entry, std::size_t total,
-                                        const CoordinateGrid& grid,
-                                        const std::function<bool(std::size_t)>& finite) {
+void warn_of_result(const char* entry, const fields::Report& report, std::size_t total,
+                    const CoordinateGrid& grid, const std::function<bool(std::size_t)>& finite) {
+  for (const std::string& warning : report.warnings) services::warn(warning.c_str());
   std::size_t count = 0, first = 0;
   for (std::size_t i = total; i-- > 0;) {
     if (finite(i)) continue;

@@ -2,11 +2,9 @@
 ///
 ///     [p, info] = transient_field (array, grid, medium, time, ndiv, excitation, options)
 ///
-/// `options` is a structure with the fields method (text), threads (0: all), progress, kzk
-/// (structure, or empty).
+/// The fields of `options` are those of read_run (entry_support.h).
 
 #include <cmath>
-#include <iterator>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -18,7 +16,6 @@
 #include "kestrel/medium.h"
 #include "kestrel/time_axis.h"
 #include "mex/entries/entry_support.h"
-#include "mex/host/entry.h"
 #include "services/off_host_thread.h"
 
 namespace kestrel::gateway {
@@ -84,27 +81,6 @@ mxArray* create_result(const CoordinateGrid& grid, int samples) {
   return result;
 }
 
-mxArray* describe(const fields::TransientReport& report, const fields::TransientSettings& settings,
-                  double result_memory) {
-  const char* fields[] = {"method", "time",          "nodes",  "threads",      "instruction_set",
-                          "memory", "result_memory", "planes", "radial_nodes", "samples"};
-  // The last three are of a march.
-  Info info({fields, std::size(fields) - (settings.method->marched ? 0 : 3)});
-  info.set("method", settings.method->name);
-  info.set("time", report.seconds);
-  info.set("nodes", settings.nodes);
-  info.set("threads", report.threads);
-  info.set("instruction_set", name(report.instruction_set));
-  info.set("memory", report.memory);
-  info.set("result_memory", result_memory);
-  if (settings.method->marched) {
-    info.set("planes", static_cast<double>(report.march.planes));
-    info.set("radial_nodes", static_cast<double>(report.march.nodes));
-    info.set("samples", static_cast<double>(report.march.unknowns));
-  }
-  return info.array();
-}
-
 void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
   if (nrhs != kArguments || nlhs > 2) {
     fail(
@@ -130,21 +106,20 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
 
   warn_of_dropped_lines(excitations);
 
-  fields::TransientSettings settings;
-  settings.method = fields::find_transient_method(text_option(prhs[kOptions], "method"));
-  if (!settings.method->marched) settings.nodes = read_nodes(prhs[kNdiv]);
-  Console console(kEntry, number_option(prhs[kOptions], "progress") != 0);
-  read_run(settings, prhs[kOptions], true, console);
+  ProgressReporter progress(kEntry);
+  const fields::Settings settings =
+      read_run(prhs[kOptions], prhs[kNdiv], true, "fnm_tsd", progress);
 
   mxArray* result = create_result(grid, time.nt());
   double* pressure = mxGetDoubles(result);
-  const fields::TransientReport report = fields::compute_transient_field(
+  const fields::Report report = fields::compute_transient_field(
       elements, grid, medium, time, excitations.view(), settings, pressure);
-  for (const std::string& warning : report.warnings) services::warn(warning.c_str());
-  warn_of_values_that_are_not_finite(
-      kEntry, static_cast<std::size_t>(grid.npoints()) * static_cast<std::size_t>(time.nt()), grid,
-      [&](std::size_t i) { return std::isfinite(pressure[i]); });
-  if (nlhs > 1) plhs[1] = describe(report, settings, bytes_of(result));
+  const std::size_t values = mxGetNumberOfElements(result);
+  warn_of_result(kEntry, report, values, grid,
+                 [&](std::size_t i) { return std::isfinite(pressure[i]); });
+  if (nlhs > 1) {
+    plhs[1] = describe(report, settings, true, static_cast<double>(values) * sizeof(double));
+  }
   plhs[0] = result;
 }
 
@@ -154,9 +129,5 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs) {
 
 extern "C" void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]) {
   using namespace kestrel;
-  host::run_entry(
-      [&] {
-        gateway::run_named(gateway::kEntry, [&] { gateway::compute(nlhs, plhs, nrhs, prhs); });
-      },
-      "kestrel:field");
+  gateway::run_entry_as(gateway::kEntry, [&] { gateway::compute(nlhs, plhs, nrhs, prhs); });
 }

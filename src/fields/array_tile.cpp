@@ -130,10 +130,6 @@ detail::ElementInputs place_inputs(const Element& element) {
           .apodization_index = element.apodization_index};
 }
 
-void check_method(const Method* method) {
-  if (method == nullptr) fail("a method is missing.");
-}
-
 void check_medium(const Medium& medium) {
   const auto check = [](const char* property, double value) {
     if (!(value > 0) || !std::isfinite(value)) {

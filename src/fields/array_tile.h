@@ -74,9 +74,6 @@ class ElementWorker : public TileWorker {
 /// An element's place and drive, as its method wants them.
 detail::ElementInputs place_inputs(const Element& element);
 
-/// Fails for null, as which a forgotten method comes.
-void check_method(const Method* method);
-
 /// Fails when the sound speed or the density is not greater than 0 and finite.
 void check_medium(const Medium& medium);
 

@@ -44,19 +44,31 @@ std::size_t tile_size(const DirectJob& job) {
   return std::clamp<std::size_t>(points / 64, 512, 4096);
 }
 
-double direct_memory(const DirectJob& job, int threads) {
-  const double per_point = 8 * sizeof(double);  // columns, grid, planes
-  const double per_element = sizeof(void*) + 400;
-  return threads * (per_point * static_cast<double>(tile_size(job)) +
-                    per_element * static_cast<double>(job.elements.size()));
-}
-
 void add_direct_field(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
                       NodeRange& used) {
   if (job.elements.empty() || job.points.size() == 0) return;
   const std::size_t size = tile_size(job);
   runner.run((job.points.size() + size - 1) / size,
              [&] { return std::make_unique<DirectWorker>(job, result, used); });
+}
+
+double add_list_field(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
+                      NodeRange& used) {
+  const std::vector<std::size_t> order = neighbours_order(job.points);
+  const ChosenPoints points(job.points, order);
+  std::vector<std::complex<double>> field(order.size());
+  const DirectJob ordered{job.elements, points, job.medium, job.method, job.rule};
+  add_direct_field(runner, ordered, field.data(), used);
+  for (std::size_t i = 0; i < order.size(); ++i) result[order[i]] += field[i];
+  constexpr double kPerPoint = sizeof(std::complex<double>) + 3 * sizeof(std::size_t);
+  return direct_memory(ordered, runner.threads()) + kPerPoint * static_cast<double>(order.size());
+}
+
+double direct_memory(const DirectJob& job, int threads) {
+  const double per_point = 8 * sizeof(double);  // columns, grid, planes
+  const double per_element = sizeof(void*) + 400;
+  return threads * (per_point * static_cast<double>(tile_size(job)) +
+                    per_element * static_cast<double>(job.elements.size()));
 }
 
 void compute_direct_here(const DirectJob& job, std::complex<double>* result) {

@@ -21,7 +21,12 @@ double direct_memory(const DirectJob& job, int threads);
 void add_direct_field(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
                       NodeRange& used);
 
-/// The same on the calling thread, which must be detached from the host.
+/// The same, the points of a list taken in an order in which those of a tile lie close together,
+/// so that few of them want many nodes of the others. Returns the bytes that it works with.
+double add_list_field(TileRunner& runner, const DirectJob& job, std::complex<double>* result,
+                      NodeRange& used);
+
+/// add_direct_field on the calling thread, which must be detached from the host.
 void compute_direct_here(const DirectJob& job, std::complex<double>* result);
 
 }  // namespace kestrel::fields

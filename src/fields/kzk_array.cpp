@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -38,10 +37,9 @@ struct PlacedElement {
 /// The marches of an array, by the number of the element.
 class ArrayMarch {
  public:
-  explicit ArrayMarch(const MarchJob& job) : _job(job) {}
+  explicit ArrayMarch(const Run& run) : _run(run) {}
   virtual ~ArrayMarch() = default;
 
-  virtual const char* method() const = 0;
   /// The size of the element's march to the points of `grid`.
   virtual kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) = 0;
   struct Marched {
@@ -54,34 +52,30 @@ class ArrayMarch {
 
  protected:
   PlacedElement place(std::size_t number, const CoordinateGrid& grid) {
-    const Element& element = _job.elements[number];
+    const Element& element = _run.elements[number];
     PlacedElement placed;
     placed.inputs = place_inputs(element);
-    placed.inputs.medium = &_job.medium;
+    placed.inputs.medium = &_run.medium;
     placed.inputs.grid = &grid;
     placed.aperture = aperture_of(element.geometry);
     placed.points = detail::kzk_points(placed.inputs);
     return placed;
   }
-  const CoordinateGrid& grid() const { return _job.grid; }
-  const kzk::Parameters& parameters() const { return _job.parameters; }
 
- private:
-  const MarchJob& _job;
+  const Run& _run;
 };
 
 class HarmonicMarch : public ArrayMarch {
  public:
-  HarmonicMarch(const MarchJob& job, std::span<const int> harmonics, std::complex<double>* result)
-      : ArrayMarch(job), _harmonics(harmonics.begin(), harmonics.end()), _result(result) {}
+  HarmonicMarch(const Run& run, std::span<const int> harmonics, std::complex<double>* result)
+      : ArrayMarch(run), _harmonics(harmonics.begin(), harmonics.end()), _result(result) {}
 
-  const char* method() const override { return "kzk_cw"; }
   kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
     const PlacedElement placed = place(element, grid);
     return kzk::estimate_cw(problem(placed));
   }
   Marched march(std::size_t element, int threads, const kzk::Progress& progress) override {
-    const PlacedElement placed = place(element, grid());
+    const PlacedElement placed = place(element, _run.grid);
     kzk::CwProblem marched = problem(placed);
     marched.threads = threads;
     marched.progress = progress;
@@ -96,7 +90,7 @@ class HarmonicMarch : public ArrayMarch {
  private:
   kzk::CwProblem problem(const PlacedElement& placed) const {
     kzk::CwProblem problem = detail::kzk_cw_problem(placed.inputs, placed.aperture, placed.points);
-    problem.parameters = parameters();
+    problem.parameters = _run.settings.kzk;
     problem.wanted = _harmonics;
     return problem;
   }
@@ -107,11 +101,10 @@ class HarmonicMarch : public ArrayMarch {
 
 class PulseMarch : public ArrayMarch {
  public:
-  PulseMarch(const MarchJob& job, const TimeSamples& time,
+  PulseMarch(const Run& run, const TimeSamples& time,
              std::span<const ExcitationFunction* const> excitations, double* result)
-      : ArrayMarch(job), _time(time), _excitations(excitations), _result(result) {}
+      : ArrayMarch(run), _time(time), _excitations(excitations), _result(result) {}
 
-  const char* method() const override { return "kzk_transient"; }
   kzk::Cost cost(std::size_t element, const CoordinateGrid& grid) override {
     const DrivenElement driven = drive(element, grid);
     return kzk::estimate_transient(driven.problem);
@@ -119,7 +112,7 @@ class PulseMarch : public ArrayMarch {
   /// On one thread: most of a pulse's work, diffraction, goes from sample to sample, and what other
   /// threads take of the rest they lose in fetching the wave from each other.
   Marched march(std::size_t element, int /*threads*/, const kzk::Progress& progress) override {
-    DrivenElement driven = drive(element, grid());
+    DrivenElement driven = drive(element, _run.grid);
     driven.problem.progress = progress;
     const auto beam =
         std::make_shared<const kzk::TransientResult>(kzk::march_transient(driven.problem));
@@ -149,7 +142,7 @@ class PulseMarch : public ArrayMarch {
     driven.times = detail::kzk_times(in);
     driven.problem = detail::kzk_transient_problem(in, driven.placed.aperture, driven.placed.points,
                                                    driven.times);
-    driven.problem.parameters = parameters();
+    driven.problem.parameters = _run.settings.kzk;
     return driven;
   }
 
@@ -190,16 +183,12 @@ class SparseGrid {
 };
 
 /// Lets threads that work on elements out of order do the last of it in order.
-class Turns {
+class OrderedCompletion {
  public:
-  /// Waits until all elements before this one have had their turn; false when the work has stopped.
-  bool wait_for(std::size_t element, const std::function<bool()>& stopped) {
-    constexpr std::chrono::milliseconds kLook{20};
+  /// Waits until all elements before this one are done; false when the work is to stop.
+  bool wait_for(std::size_t element, const std::stop_token& stop) {
     std::unique_lock lock(_mutex);
-    while (!_next_came.wait_for(lock, kLook, [&] { return _next == element; })) {
-      if (stopped()) return false;
-    }
-    return true;
+    return _next_came.wait(lock, stop, [&] { return _next == element; });
   }
   void done(std::size_t element) {
     {
@@ -211,7 +200,7 @@ class Turns {
 
  private:
   std::mutex _mutex;
-  std::condition_variable _next_came;
+  std::condition_variable_any _next_came;
   std::size_t _next = 0;
 };
 
@@ -219,17 +208,17 @@ class Turns {
 /// in the order of the elements.
 struct MarchState {
   std::atomic<double> seconds{-1};  ///< expected; negative while that is not known
-  Turns turns;
+  OrderedCompletion completion;
   kzk::Cost largest;
-  std::set<std::string> said;
+  std::set<std::string> issued_warnings;
 };
 
 /// One thread of those that share out the elements.
 class MarchWorker : public TileWorker {
  public:
   /// `at_once` elements are marched side by side, each by `threads` threads.
-  MarchWorker(const MarchJob& job, ArrayMarch& array, MarchState& state, int at_once, int threads)
-      : _job(job), _array(array), _state(state), _at_once(at_once), _threads(threads) {}
+  MarchWorker(const Run& run, ArrayMarch& array, MarchState& state, int at_once, int threads)
+      : _run(run), _array(array), _state(state), _at_once(at_once), _threads(threads) {}
 
   void run(std::size_t element) override {
     if (element == 0) _state.seconds = expected_seconds();
@@ -237,22 +226,22 @@ class MarchWorker : public TileWorker {
       report(fraction);
       return !stopped();
     });
-    if (stopped() || !_state.turns.wait_for(element, [&] { return stopped(); })) return;
+    if (stopped() || !_state.completion.wait_for(element, stop())) return;
     pass_on(marched.report, element + 1);
     marched.add();
     if (marched.cost.updates() >= _state.largest.updates()) _state.largest = marched.cost;
-    _state.turns.done(element);
+    _state.completion.done(element);
   }
 
  private:
   double expected_seconds() {
     constexpr double kSecondsPerPoint = 5e-7;  // to place it and to read its pressure
-    const SparseGrid sparse(_job.grid);
+    const SparseGrid sparse(_run.grid);
     double seconds = 0;
-    for (std::size_t e = 0; e < _job.elements.size() && !stopped(); ++e) {
+    for (std::size_t e = 0; e < _run.elements.size() && !stopped(); ++e) {
       const kzk::Cost cost = _array.cost(e, sparse.grid());
       if (cost.bytes > kzk::kMostBytes) continue;  // it will not be marched
-      seconds += kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _job.grid.npoints();
+      seconds += kzk::estimated_seconds(cost, _threads) + kSecondsPerPoint * _run.grid.npoints();
     }
     return seconds / _at_once;
   }
@@ -260,77 +249,75 @@ class MarchWorker : public TileWorker {
   void pass_on(const kzk::Report& march, std::size_t number) {
     const std::string element = "element " + std::to_string(number) + ": ";
     for (const std::string& warning : march.warnings) {
-      if (!_state.said.insert(warning).second) continue;
-      services::warn(((_job.elements.size() > 1 ? element : "") + warning).c_str());
+      if (!_state.issued_warnings.insert(warning).second) continue;
+      services::warn(((_run.elements.size() > 1 ? element : "") + warning).c_str());
     }
     if (!march.error) return;
-    fail(march.error->kind(), "%sthe method '%s' failed. %s", element.c_str(), _array.method(),
+    fail(march.error->kind(), "%sthe method '%s' failed. %s", element.c_str(), _run.method.name,
          march.error->what());
   }
 
-  const MarchJob& _job;
+  const Run& _run;
   ArrayMarch& _array;
   MarchState& _state;
   int _at_once, _threads;
 };
 
-kzk::Cost march_all(const MarchJob& job, ArrayMarch& array) {
-  for (std::size_t e = 0; e < job.elements.size(); ++e) {
-    if (job.elements[e].apodization_index == 0) continue;
-    fail(
-        "element %zu: the method '%s' marches uniform faces only, but apodization_index is "
-        "%d.",
-        e + 1, array.method(), job.elements[e].apodization_index);
+void march_all(Run& run, ArrayMarch& array) {
+  const std::vector<Element>& elements = run.elements;
+  for (std::size_t e = 0; e < elements.size(); ++e) {
+    if (elements[e].apodization_index == 0) continue;
+    fail("element %zu: the method '%s' marches uniform faces only, but apodization_index is %d.",
+         e + 1, run.method.name, elements[e].apodization_index);
   }
   // Elements side by side need not wait for each other as the threads of one march must.
-  const int threads = thread_count(job.threads);
+  const int threads = run.runner.threads();
   const int at_once =
-      static_cast<int>(std::clamp<std::size_t>(job.elements.size(), 1, std::size_t(threads)));
+      static_cast<int>(std::clamp<std::size_t>(elements.size(), 1, std::size_t(threads)));
   MarchState state;
   bool announced = false;
   TileRunner runner(at_once, [&](double fraction) {
     if (!announced && state.seconds >= 0) {
       announced = true;
-      if (job.announce) job.announce(state.seconds);
+      if (run.settings.announce) run.settings.announce(state.seconds);
     }
-    return !job.progress || job.progress(fraction);
+    return !run.settings.progress || run.settings.progress(fraction);
   });
   runner.begin_stage(1);
-  runner.run(job.elements.size(), [&] {
-    return std::make_unique<MarchWorker>(job, array, state, at_once, threads / at_once);
+  runner.run(elements.size(), [&] {
+    return std::make_unique<MarchWorker>(run, array, state, at_once, threads / at_once);
   });
-  job.warnings = runner.messages().take_warnings();
-  runner.messages().replay();
-  state.largest.bytes *= at_once;
-  return state.largest;
+  run.runner.messages().absorb(runner.messages());
+  run.report.march = state.largest;
+  run.report.march.bytes *= at_once;
+  run.report.memory = run.report.march.bytes;
 }
 
 }  // namespace
 
-void check_march_points(const std::vector<Element>& elements, const CoordinateGrid& grid,
-                        const char* method) {
-  for (std::size_t e = 0; e < elements.size(); ++e) {
-    if (detail::is_negligible(elements[e].amplitude)) continue;
+void check_march_points(const Run& run) {
+  for (std::size_t e = 0; e < run.elements.size(); ++e) {
+    if (detail::is_negligible(run.elements[e].amplitude)) continue;
     try {
-      kzk::check_storage(sizeof(kzk::ReceiverSample) * static_cast<double>(grid.npoints()),
+      kzk::check_storage(sizeof(kzk::ReceiverSample) * static_cast<double>(run.grid.npoints()),
                          "The list of points", "fewer points");
     } catch (const Error& error) {
-      fail(error.kind(), "element %zu: the method '%s' failed. %s", e + 1, method, error.what());
+      fail(error.kind(), "element %zu: the method '%s' failed. %s", e + 1, run.method.name,
+           error.what());
     }
     return;
   }
 }
 
-kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
-                        std::complex<double>* result) {
-  HarmonicMarch array(job, harmonics, result);
-  return march_all(job, array);
+void add_harmonics(Run& run, std::span<const int> harmonics, std::complex<double>* result) {
+  HarmonicMarch array(run, harmonics, result);
+  march_all(run, array);
 }
 
-kzk::Cost add_pulses(const MarchJob& job, const TimeSamples& time,
-                     std::span<const ExcitationFunction* const> excitations, double* result) {
-  PulseMarch array(job, time, excitations, result);
-  return march_all(job, array);
+void add_pulses(Run& run, const TimeSamples& time,
+                std::span<const ExcitationFunction* const> excitations, double* result) {
+  PulseMarch array(run, time, excitations, result);
+  march_all(run, array);
 }
 
 }  // namespace kestrel::fields

@@ -2,15 +2,9 @@
 
 #include <complex>
 #include <span>
-#include <vector>
 
-#include "fields/tile_runner.h"
-#include "kestrel/elements.h"
+#include "fields/run.h"
 #include "kestrel/excitation.h"
-#include "kestrel/field.h"
-#include "kestrel/grid.h"
-#include "kestrel/medium.h"
-#include "kestrel/nonlinear.h"
 #include "kestrel/time_axis.h"
 
 /// Nonlinear beams of whole arrays. Each element is marched alone, several side by side when there
@@ -20,33 +14,20 @@
 
 namespace kestrel::fields {
 
-struct MarchJob {
-  const std::vector<Element>& elements;
-  const CoordinateGrid& grid;
-  const Medium& medium;
-  const kzk::Parameters& parameters;
-  const Announcement& announce;
-  const TileRunner::Progress& progress;
-  int threads;
-  std::vector<std::string>& warnings;  ///< each once, naming the first element that it is about
-};
-
 /// Fails, naming the first element that sounds, when the list of points alone takes more storage
 /// than a march may: this is known before anything is placed or marched.
-void check_march_points(const std::vector<Element>& elements, const CoordinateGrid& grid,
-                        const char* method);
+void check_march_points(const Run& run);
 
 /// Adds harmonic harmonics[h] to result[h * points + i], all from one march of each element;
-/// without harmonics, the one that the parameters name to result[i]. Returns the size of the
-/// largest march, its bytes for as many marches as run at a time. Fails naming the element, with
-/// nothing but whole elements added, and with Cancelled. Warnings come once each, naming the first
-/// element that they are about.
-kzk::Cost add_harmonics(const MarchJob& job, std::span<const int> harmonics,
-                        std::complex<double>* result);
+/// without harmonics, the one that the parameters name to result[i]. Reports the size of the
+/// largest march, its bytes for as many marches as run at a time, and the warnings, once each,
+/// naming the first element that they are about. Fails naming the element, with nothing but whole
+/// elements added, and with Cancelled.
+void add_harmonics(Run& run, std::span<const int> harmonics, std::complex<double>* result);
 
 /// Adds pulses to result[i + k * points], sample k of `time`; likewise. `excitations`: one for all
 /// elements or one for each.
-kzk::Cost add_pulses(const MarchJob& job, const TimeSamples& time,
-                     std::span<const ExcitationFunction* const> excitations, double* result);
+void add_pulses(Run& run, const TimeSamples& time,
+                std::span<const ExcitationFunction* const> excitations, double* result);
 
 }  // namespace kestrel::fields

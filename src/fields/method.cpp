@@ -68,7 +68,9 @@ constexpr Method kTransient[] = {
     row<kKzkTransient>("kzk_transient", {.marched = true}),
 };
 
-const Method* find(std::span<const Method> methods, std::string_view name) {
+}  // namespace
+
+const Method* find_method(std::span<const Method> methods, std::string_view name) {
   for (const Method& method : methods) {
     if (name == method.name) return &method;
   }
@@ -76,17 +78,15 @@ const Method* find(std::span<const Method> methods, std::string_view name) {
        std::string(name).c_str(), list_names(methods).c_str());
 }
 
-}  // namespace
-
 std::span<const Method> continuous_wave_methods() { return kContinuousWave; }
 
 const Method* find_continuous_wave_method(std::string_view name) {
-  return find(kContinuousWave, name);
+  return find_method(kContinuousWave, name);
 }
 
 std::span<const Method> transient_methods() { return kTransient; }
 
-const Method* find_transient_method(std::string_view name) { return find(kTransient, name); }
+const Method* find_transient_method(std::string_view name) { return find_method(kTransient, name); }
 
 void check_march_parameters(const Method& method, const kzk::Parameters& parameters) {
   if (method.marched || parameters == kzk::Parameters{}) return;

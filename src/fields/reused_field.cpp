@@ -23,7 +23,7 @@ class DistinctPoints : public PointSource {
   const ReusePlan& _plan;
 };
 
-/// The common field, unfolded along the run axis, real and imaginary parts apart.
+/// The common field, expanded along the row axis, real and imaginary parts apart.
 struct Table {
   std::vector<double> re, im;
 };
@@ -73,13 +73,13 @@ struct AddRows {
   }
 };
 
-Table unfold(TileRunner& runner, const ReusePlan& plan,
-             const std::vector<std::complex<double>>& distinct) {
+Table expand_table(TileRunner& runner, const ReusePlan& plan,
+                   const std::vector<std::complex<double>>& distinct) {
   Table table{std::vector<double>(plan.table_size()), std::vector<double>(plan.table_size())};
-  runner.run(plan.folded(1), [&](std::size_t c) {
-    std::size_t place = c * plan.folded(0) * plan.runs();
-    for (std::size_t b = 0; b < plan.folded(0); ++b) {
-      for (std::size_t u = 0; u < plan.runs(); ++u, ++place) {
+  runner.run(plan.distinct(2), [&](std::size_t c) {
+    std::size_t place = c * plan.distinct(1) * plan.row_positions();
+    for (std::size_t b = 0; b < plan.distinct(1); ++b) {
+      for (std::size_t u = 0; u < plan.row_positions(); ++u, ++place) {
         const std::complex<double> p = distinct[plan.distinct_of(u, b, c)];
         table.re[place] = p.real();
         table.im[place] = p.imag();
@@ -92,29 +92,29 @@ Table unfold(TileRunner& runner, const ReusePlan& plan,
 }  // namespace
 
 void add_reused_field(TileRunner& runner, const ReuseCosts& shares, const ReusePlan& plan,
-                      std::span<const Element> group, const Medium& medium, const Method& method,
-                      const NodeRule& rule, std::complex<double>* result, NodeRange& used) {
-  Element unit;
-  unit.geometry = group.front().geometry;
-  unit.apodization_index = group.front().apodization_index;
+                      const DirectJob& group, std::complex<double>* result, NodeRange& used) {
+  const Element& first = group.elements.front();
+  const Element unit = {.geometry = first.geometry, .apodization_index = first.apodization_index};
   Table table;
   {
     std::vector<std::complex<double>> distinct(plan.distinct_points());
     const DistinctPoints points(plan);
     runner.begin_stage(shares.compute);
-    add_direct_field(runner, {{&unit, 1}, points, medium, method, rule}, distinct.data(), used);
-    runner.begin_stage(shares.unfold);
-    table = unfold(runner, plan, distinct);
+    add_direct_field(runner, {{&unit, 1}, points, group.medium, group.method, group.rule},
+                     distinct.data(), used);
+    runner.begin_stage(shares.expand);
+    table = expand_table(runner, plan, distinct);
   }
 
   struct Weighted {
     std::size_t element;
     std::complex<double> weight;
   };
-  std::vector<Weighted> sounding;
-  for (std::size_t e = 0; e < group.size(); ++e) {
+  std::vector<Weighted> active;
+  for (std::size_t e = 0; e < group.elements.size(); ++e) {
     // The methods leave such elements out themselves.
-    if (!detail::is_negligible(group[e].amplitude)) sounding.push_back({e, group[e].weight()});
+    if (!detail::is_negligible(group.elements[e].amplitude))
+      active.push_back({e, group.elements[e].weight()});
   }
 
   runner.begin_stage(shares.copy);
@@ -130,14 +130,14 @@ void add_reused_field(TileRunner& runner, const ReuseCosts& shares, const ReuseP
       std::fill(re.begin(), re.end(), 0.0);
       std::fill(im.begin(), im.end(), 0.0);
       WeightedRow batch[AddRows::width];
-      for (std::size_t e = 0; e < sounding.size(); e += AddRows::width) {
+      for (std::size_t e = 0; e < active.size(); e += AddRows::width) {
         for (std::size_t k = 0; k < AddRows::width; ++k) {
-          if (e + k >= sounding.size()) {
+          if (e + k >= active.size()) {
             batch[k] = {zeros.data(), zeros.data(), 0, 0};
             continue;
           }
-          const std::size_t place = plan.table_index(row, sounding[e + k].element);
-          const std::complex<double> w = sounding[e + k].weight;
+          const std::size_t place = plan.table_index(row, active[e + k].element);
+          const std::complex<double> w = active[e + k].weight;
           batch[k] = {table.re.data() + place, table.im.data() + place, w.real(), w.imag()};
         }
         run_kernel(set, AddRows{batch, re.data(), im.data(), static_cast<int>(length)});

@@ -1,117 +1,18 @@
 #include "fields/tile_runner.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <exception>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include "kestrel/field.h"
-#include "kestrel/instruction_set.h"
 #include "numerics/interruption.h"
-#include "services/off_host_thread.h"
+#include "numerics/threads.h"
 
 namespace kestrel::fields {
 
 /// How long the calling thread sleeps between two looks at the progress.
 static constexpr std::chrono::milliseconds kPollInterval{100};
-
-/// One job on all of its threads.
-class Job {
- public:
-  Job(std::size_t count, const std::function<std::unique_ptr<TileWorker>()>& make_worker)
-      : _count(count), _make_worker(make_worker) {}
-
-  ~Job() {
-    _stop = true;
-    for (std::thread& thread : _threads) thread.join();
-  }
-
-  /// Starts up to `threads` threads, fewer when the system has no more.
-  void start(int threads) {
-    const std::size_t useful = std::min(static_cast<std::size_t>(threads), _count);
-    _threads.reserve(useful);
-    while (_threads.size() < useful) {
-      {
-        const std::lock_guard lock(_mutex);
-        ++_running;
-      }
-      try {
-        _threads.emplace_back([this] { work(); });
-      } catch (...) {  // no more threads, or no memory for another: those that run do the work
-        const std::lock_guard lock(_mutex);
-        --_running;
-        break;
-      }
-    }
-    if (_threads.empty() && _count > 0) {
-      _running = 1;
-      work();
-    }
-  }
-
-  /// Waits for the end or for one poll interval; true at the end.
-  bool wait() {
-    std::unique_lock lock(_mutex);
-    return _changed.wait_for(lock, kPollInterval, [this] { return _running == 0; });
-  }
-
-  double fraction() const { return _count == 0 ? 1.0 : _done / static_cast<double>(_count); }
-
-  /// After the end.
-  void finish(services::Messages& messages) {
-    messages.absorb(_messages);
-    if (_failure) std::rethrow_exception(_failure);
-  }
-
- private:
-  void work() {
-    std::exception_ptr failure;
-    try {
-      services::Messages latest, distinct;
-      const services::OffHostThread scope(latest);
-      const ScopedInstructionSet same_set(_instruction_set);
-      const InterruptionScope listening([this] { return _stop.load(std::memory_order_relaxed); });
-      const std::unique_ptr<TileWorker> worker = _make_worker();
-      worker->_stop = &_stop;
-      worker->_done = &_done;
-      distinct.absorb(latest);
-      while (!_stop) {
-        const std::size_t tile = _next++;
-        if (tile >= _count) break;
-        worker->run(tile);
-        distinct.absorb(latest);
-        worker->report(1);
-        worker->_reported = 0;
-      }
-      const std::lock_guard lock(_mutex);
-      _messages.absorb(distinct);
-    } catch (...) {  // nothing of the host can be thrown here: the thread is detached from it
-      failure = std::current_exception();
-      _stop = true;
-    }
-    const std::lock_guard lock(_mutex);
-    if (!_failure) _failure = failure;
-    --_running;
-    _changed.notify_one();
-  }
-
-  const InstructionSet _instruction_set = instruction_set();  // of the calling thread
-  const std::size_t _count;
-  const std::function<std::unique_ptr<TileWorker>()>& _make_worker;
-  std::atomic<std::size_t> _next{0};
-  std::atomic<double> _done{0};  // tiles, with fractions
-  std::atomic<bool> _stop{false};
-  std::mutex _mutex;  // guards what follows
-  std::condition_variable _changed;
-  int _running = 0;
-  std::exception_ptr _failure;
-  services::Messages _messages;
-  std::vector<std::thread> _threads;
-};
 
 void end_if_cancelled() {
   if (interruption_asked()) throw Cancelled();
@@ -136,12 +37,33 @@ double TileRunner::fraction(double of_stage) const {
 
 void TileRunner::run(std::size_t count,
                      const std::function<std::unique_ptr<TileWorker>()>& make_worker) {
-  Job job(count, make_worker);
-  job.start(_threads);
-  while (!job.wait()) {
-    if (_progress && !_progress(fraction(job.fraction()))) throw Cancelled();
+  if (count == 0) return;
+  std::atomic<std::size_t> next{0};
+  std::atomic<double> done{0};  // tiles, with fractions
+  std::mutex mutex;             // guards the messages
+  const auto take_tiles = [&](int, const std::stop_token& stop) {
+    services::Messages latest, distinct;
+    const services::OffHostThread scope(latest);
+    const std::unique_ptr<TileWorker> worker = make_worker();
+    worker->_stop = stop;
+    worker->_done = &done;
+    distinct.absorb(latest);
+    for (std::size_t tile; !stop.stop_requested() && (tile = next++) < count;) {
+      worker->run(tile);
+      distinct.absorb(latest);
+      worker->report(1);
+      worker->_reported = 0;
+    }
+    const std::lock_guard lock(mutex);
+    _messages.absorb(distinct);
+  };
+  ThreadGroup threads;
+  threads.start(static_cast<int>(std::min(static_cast<std::size_t>(_threads), count)), take_tiles);
+  if (threads.size() == 0) threads.run_here();
+  while (!threads.wait_for(kPollInterval)) {
+    if (_progress && !_progress(fraction(done / static_cast<double>(count)))) throw Cancelled();
   }
-  job.finish(_messages);
+  threads.rethrow_failure();
 }
 
 void TileRunner::run(std::size_t count, const std::function<void(std::size_t tile)>& work) {

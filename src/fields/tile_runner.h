@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <stop_token>
 
 #include "kestrel/error.h"
 #include "services/off_host_thread.h"
@@ -18,7 +19,8 @@ class TileWorker {
 
  protected:
   /// The job is to end and its result will not be read: return soon.
-  bool stopped() const { return _stop != nullptr && _stop->load(std::memory_order_relaxed); }
+  bool stopped() const { return _stop.stop_requested(); }
+  const std::stop_token& stop() const { return _stop; }
   /// This fraction of the tile at hand is done: for tiles that take long.
   void report(double fraction) {
     if (_done != nullptr) *_done += fraction - _reported;
@@ -26,8 +28,8 @@ class TileWorker {
   }
 
  private:
-  friend class Job;
-  const std::atomic<bool>* _stop = nullptr;
+  friend class TileRunner;
+  std::stop_token _stop;
   std::atomic<double>* _done = nullptr;
   double _reported = 0;
 };

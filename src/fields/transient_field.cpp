@@ -1,10 +1,10 @@
 #include <algorithm>
-#include <chrono>
 
 #include "fields/array_tile.h"
 #include "fields/kzk_array.h"
 #include "fields/node_rule.h"
 #include "fields/points.h"
+#include "fields/run.h"
 #include "kestrel/error.h"
 #include "kestrel/field.h"
 
@@ -55,61 +55,40 @@ class TransientWorker : public ElementWorker {
 
 }  // namespace
 
-TransientReport compute_transient_field(const std::vector<Element>& elements,
-                                        const CoordinateGrid& grid, const Medium& medium,
-                                        const TimeSamples& time,
-                                        std::span<const ExcitationFunction* const> excitations,
-                                        const TransientSettings& settings, double* result) {
-  const auto start = std::chrono::steady_clock::now();
-  check_method(settings.method);
-  check_medium(medium);
-  const Method& method = *settings.method;
-  if (settings.nodes < 1 && !method.marched) fail("the number of nodes must be at least 1.");
-  check_march_parameters(method, settings.kzk);
-  for (std::size_t i = 0; i < elements.size(); ++i) check_element(elements[i], i + 1);
+Report compute_transient_field(const std::vector<Element>& elements, const CoordinateGrid& grid,
+                               const Medium& medium, const TimeSamples& time,
+                               std::span<const ExcitationFunction* const> excitations,
+                               const Settings& settings, double* result) {
+  Run run(elements, grid, medium, settings, transient_methods(), "fnm_tsd");
   if (!elements.empty() && excitations.size() != 1 && excitations.size() != elements.size()) {
     fail("there must be one excitation, or one for each of %zu elements, but there are %zu.",
          elements.size(), excitations.size());
   }
-  check_methods(elements, method, transient_methods());
-
-  if (method.marched) check_march_points(elements, grid, method.name);
   const GridPoints points(grid);
   const std::size_t npoints = points.size(), samples = static_cast<std::size_t>(time.nt());
-  TileRunner runner(settings.threads, settings.progress);
-  TransientReport report;
-  if (elements.empty() || method.marched) std::fill_n(result, npoints * samples, 0.0);
-  if (method.marched) {
-    const MarchJob job{elements,
-                       grid,
-                       medium,
-                       settings.kzk,
-                       settings.announce,
-                       settings.progress,
-                       settings.threads,
-                       report.warnings};
-    report.march = add_pulses(job, time, excitations, result);
-    report.memory = report.march.bytes;
-  } else if (!elements.empty() && npoints > 0 && samples > 0) {
-    const FixedNodes rule(settings.nodes);
-    const DirectJob job{elements, points, medium, method, rule};
+  run.report.direct_elements = elements.size();
+  if (run.method.marched) {
+    check_march_points(run);
+    std::fill_n(result, npoints * samples, 0.0);
+    add_pulses(run, time, excitations, result);
+  } else if (elements.empty()) {
+    std::fill_n(result, npoints * samples, 0.0);
+  } else if (npoints > 0 && samples > 0) {
+    const FixedNodes rule(run.settings.nodes);
+    const DirectJob job{elements, points, run.medium, run.method, rule};
     NodeRange used;
     const std::size_t size = tile_size(npoints, samples);
-    runner.begin_stage(1);
-    runner.run((npoints + size - 1) / size, [&] {
+    run.runner.begin_stage(1);
+    run.runner.run((npoints + size - 1) / size, [&] {
       return std::make_unique<TransientWorker>(job, time, excitations, result, used);
     });
-    report.memory = runner.threads() *
-                    (sizeof(double) * static_cast<double>(size) * static_cast<double>(samples + 6) +
-                     400.0 * static_cast<double>(elements.size()));
+    run.report.memory = run.runner.threads() * (sizeof(double) * static_cast<double>(size) *
+                                                    static_cast<double>(samples + 6) +
+                                                400.0 * static_cast<double>(elements.size()));
+    run.report.least_nodes = used.least;
+    run.report.greatest_nodes = used.greatest;
   }
-  if (!method.marched) report.warnings = runner.messages().take_warnings();
-  runner.messages().replay();
-
-  report.threads = runner.threads();
-  report.instruction_set = instruction_set();
-  report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  return report;
+  return run.finish();
 }
 
 }  // namespace kestrel::fields

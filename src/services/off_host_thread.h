@@ -32,10 +32,10 @@ class Messages {
   std::vector<Message> _messages;
 };
 
-/// A host's services serve one thread only. While an OffHostThread is alive, its thread does
-/// without them: `print` and `warn` add to `messages`, and memory comes from the standard
-/// allocator. The host's thread replays the messages after the other thread has finished. Scopes
-/// nest.
+/// A host's services serve one thread only, which has installed them. While an OffHostThread is
+/// alive, its thread does without services: `print` and `warn` add to `messages`, and memory comes
+/// from the standard allocator. The host's thread replays the messages after the other thread has
+/// finished. Scopes nest.
 ///
 /// A block goes back to where it came from, whenever it is released. So a thread may hand its
 /// arrays to the host's thread, but must not release the host's.

@@ -29,7 +29,7 @@ void fail(ErrorKind kind, const char* format, ...) {
 
 namespace services {
 
-const Services kStandardServices = {
+constexpr Services kStandardServices = {
     .print =
         [](const char* text) {
           std::fputs(text, stdout);
@@ -43,9 +43,10 @@ const Services kStandardServices = {
 
 namespace {
 
-Services installed = kStandardServices;
+/// Of this thread.
+thread_local Services installed = kStandardServices;
 
-/// Where the texts of this thread go; null for the installed services.
+/// Where the texts of this thread go; null for its services.
 thread_local Messages* off_host_messages = nullptr;
 
 /// Stands in front of every block and says how it is released, so that a block finds its way back

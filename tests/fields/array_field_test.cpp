@@ -1,13 +1,10 @@
-#include <atomic>
 #include <gtest/gtest.h>
 #include <stdexcept>
-#include <thread>
 
 #include "arrays.h"
 #include "boundary/outcome.h"
 #include "fields/direct_field.h"
 #include "kestrel/field.h"
-#include "services/off_host_thread.h"
 #include "support/method_slots.h"
 
 namespace kestrel::fields {
@@ -188,7 +185,10 @@ TEST(ArrayField, SlipsOfAProgramAreRefused) {
             "the medium's sound speed must be greater than 0 and finite, but it is 0.");
   EXPECT_EQ(refusal(Medium({.density = -1}), {.frequency = 1e6}),
             "the medium's density must be greater than 0 and finite, but it is -1.");
-  EXPECT_EQ(refusal(water_by_name, {.method = nullptr}), "a method is missing.");
+  EXPECT_EQ(refusal(water_by_name, {.method = find_transient_method("fnm_tsd")})
+                .value_or("")
+                .substr(0, 24),
+            "unknown method 'fnm_tsd'");
   EXPECT_EQ(refusal(water_by_name, {.frequency = -1}),
             "the frequency must be greater than 0 and finite, but it is -1.");
   const std::string unknown =
@@ -204,36 +204,6 @@ TEST(ArrayField, SlipsOfAProgramAreRefused) {
     const double z = grid.z_values()[i], k = 2 * M_PI * 1e6 / 1500;
     const double closed = 2 * 1000 * 1500 * std::abs(std::sin(k / 2 * (std::hypot(z, 3e-3) - z)));
     EXPECT_NEAR(std::abs(field.pressure[static_cast<std::size_t>(i)]), closed, 1e-4 * 3e6);
-  }
-}
-
-TEST(ArrayField, RunsAtOnceKeepTheirOwnInstructionSets) {
-  const std::vector<Element> array = mixed_array(2);
-  const auto grid = regular_grid({31, 11, 13}, {-6e-3, -1.5e-3, 1e-3}, {0.4e-3, 0.3e-3, 2e-3});
-  const auto run = [&](InstructionSet set, int threads) {
-    Settings settings = with_nodes(8);
-    settings.instruction_set = set;
-    settings.threads = threads;
-    return compute(array, *grid, water(0.3), settings);
-  };
-  const InstructionSet sets[] = {InstructionSet::scalar, InstructionSet::baseline};
-  const Field alone[] = {run(sets[0], 1).field, run(sets[1], 1).field};
-  ASSERT_NE(alone[0], alone[1]) << "the sets give equal bits, so this test cannot see a mix-up";
-  for (int repeat = 0; repeat < 5; ++repeat) {
-    Computed at_once[2];
-    std::vector<std::thread> callers;
-    for (std::size_t i = 0; i < 2; ++i) {
-      callers.emplace_back([&, i] {
-        services::Messages unread;
-        const services::OffHostThread scope(unread);
-        at_once[i] = run(sets[i], 2);
-      });
-    }
-    for (std::thread& caller : callers) caller.join();
-    for (std::size_t i = 0; i < 2; ++i) {
-      EXPECT_EQ(at_once[i].field, alone[i]);
-      EXPECT_EQ(at_once[i].report.instruction_set, sets[i]);
-    }
   }
 }
 
@@ -256,16 +226,6 @@ TEST(ArrayField, ProgressRisesAndCanCancel) {
   // What a host throws from the callback passes through when the threads have ended.
   settings.progress = [](double) -> bool { throw std::out_of_range("interrupt"); };
   EXPECT_THROW(compute(array, *grid, water(), settings), std::out_of_range);
-}
-
-TEST(TileRunner, RunsEachTileOnce) {
-  for (const int threads : {1, 2, 5}) {
-    std::vector<std::atomic<int>> runs(1013);
-    TileRunner runner(threads, {});
-    runner.run(runs.size(), [&](std::size_t tile) { ++runs[tile]; });
-    EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& n) { return n == 1; }));
-    runner.run(0, [](std::size_t) { FAIL(); });
-  }
 }
 
 }  // namespace

@@ -193,7 +193,7 @@ TEST(March, SampledSignalsAreThePulsesThatTheySample) {
   TimeSamples time(20e-9, 19e-6, 24e-6);
   const auto pressure = [&](const char* method, const ExcitationFunction& drive, Geometry geometry,
                             const Medium& medium) {
-    TransientSettings settings;
+    Settings settings;
     settings.method = find_transient_method(method);
     settings.nodes = 32;
     if (settings.method->marched) {
@@ -262,13 +262,13 @@ TEST(March, AddsPulses) {
     transducer->_excitation_function = const_cast<ExcitationFunction*>(drives[e]);
     EXPECT_EQ(transducer->kzk_transient(), kSuccess);
   }
-  TransientSettings settings;
+  Settings settings;
   settings.method = find_transient_method("kzk_transient");
   settings.kzk.radial_step = 0.05F;
   settings.kzk.samples_per_period = 40;
   settings.threads = 2;
   std::vector<double> result(expected.size(), std::nan(""));
-  const TransientReport report =
+  const Report report =
       compute_transient_field(array, *grid, medium, time, drives, settings, result.data());
   EXPECT_EQ(result, expected);
   EXPECT_GT(report.march.planes, 0);

@@ -17,8 +17,8 @@ namespace {
 using Pressures = std::vector<double>;
 using Drives = std::vector<const ExcitationFunction*>;
 
-TransientSettings by(const char* method, int nodes, int threads = 2) {
-  TransientSettings settings;
+Settings by(const char* method, int nodes, int threads = 2) {
+  Settings settings;
   settings.method = find_transient_method(method);
   settings.nodes = nodes;
   settings.threads = threads;
@@ -26,8 +26,7 @@ TransientSettings by(const char* method, int nodes, int threads = 2) {
 }
 
 Pressures computed(const std::vector<Element>& array, const CoordinateGrid& grid,
-                   const TimeSamples& time, const Drives& drives,
-                   const TransientSettings& settings) {
+                   const TimeSamples& time, const Drives& drives, const Settings& settings) {
   Pressures result(static_cast<std::size_t>(grid.npoints()) * time.nt(), std::nan(""));
   compute_transient_field(array, grid, water(), time, drives, settings, result.data());
   return result;
@@ -142,7 +141,7 @@ TEST(TransientArray, RefusesWhatCannotBe) {
   const Drives one = {pulse.get()}, two = {pulse.get(), pulse.get()};
   const Element disc = element(Circle{2e-3}), rectangle = element(Rectangle{1e-3, 1e-3});
   const auto failure = [&](const std::vector<Element>& array, const Drives& drives,
-                           const TransientSettings& settings) {
+                           const Settings& settings) {
     return outcome_of([&] { computed(array, *grid, time, drives, settings); }).error.value_or("");
   };
   EXPECT_EQ(failure({disc, rectangle}, one, by("fnm_tsd_behind_source", 4)).substr(0, 71),
@@ -158,7 +157,7 @@ TEST(TransientArray, RefusesWhatCannotBe) {
   late.time_delay = HUGE_VAL;
   EXPECT_EQ(failure({disc, late}, one, by("fnm_tsd", 4)),
             "element 2: time_delay must be real and finite, but it is inf.");
-  TransientSettings cancelled = by("fnm_transient", 64);
+  Settings cancelled = by("fnm_transient", 64);
   cancelled.progress = [](double) { return false; };
   const auto large = regular_grid({20, 20, 5}, {0, 0, 1e-3}, {1e-3, 1e-3, 1e-3});
   const TimeSamples long_time(40e-9, 0, 40e-6);

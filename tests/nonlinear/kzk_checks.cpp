@@ -148,7 +148,7 @@ std::vector<Complex> landed_march(const kzk::CwProblem& problem, int wanted, con
                                                          : kzk::kDefaultHarmonics;
   kzk::HarmonicBeam beam(equation, plan.grid, carried,
                          {fault.order, true, plan.smoothing_half_steps()});
-  kzk::Workers workers(1);
+  Workers workers(1);
   beam.start(fault.focusing * plan.beam.focusing(),
              fault.loss_over_depth ? 0 : plan.leading_loss());
   std::vector<Complex> values(wanted * problem.points.size());
@@ -235,7 +235,7 @@ double gaussian_error(const Fault& fault) {
     const double xi = j * grid.step();
     beam.harmonic(1)[2 * j] = std::exp(-xi * xi);
   }
-  kzk::Workers workers(1);
+  Workers workers(1);
   double error = 0, most = 0;
   const int steps = 100;
   for (int i = 1; i <= steps; ++i) {
@@ -392,7 +392,7 @@ Traces landed_traces(const kzk::CwProblem& problem, const Pulse& pulse, const Fa
           static_cast<float>(kzk::rim_fraction(j, plan.grid.per_radius) * pulse.at(theta / omega));
     }
   }
-  kzk::Workers workers(1);
+  Workers workers(1);
   double sigma = 0;
   for (std::size_t next = 1; sigma < reader.sigma; ++next) {
     const double to = std::min(plan.planes[next], reader.sigma);
@@ -448,7 +448,7 @@ double power(const kzk::HarmonicBeam& beam) {
 }
 
 bool march_on(kzk::HarmonicBeam& beam) {
-  kzk::Workers workers(1);
+  Workers workers(1);
   for (int i = 0; i < 100; ++i)
     if (!beam.advance(0.01, workers)) return false;
   return true;

@@ -5,7 +5,6 @@
 #include <limits>
 #include <optional>
 #include <string>
-#include <thread>
 #include <variant>
 #include <vector>
 
@@ -273,29 +272,6 @@ TEST(KzkMarch, RefusesMoreStorageThanAllowedAndSaysWhatNeedsLess) {
   };
   expect_refusal(kzk::march_cw(wave), "fewer harmonics");
   expect_refusal(kzk::march_transient(pulse), "fewer samples per period");
-}
-
-TEST(KzkMarch, WorkersAreNoMoreThanCanBeUsed) {
-  const int cores = static_cast<int>(std::thread::hardware_concurrency());
-  EXPECT_EQ(kzk::Workers::useful(1000, 1), 1);
-  EXPECT_EQ(kzk::Workers::useful(0, 1000), 1);
-  EXPECT_EQ(kzk::Workers::useful(2, 1000), 2);
-  if (cores > 0) {
-    EXPECT_EQ(kzk::Workers::useful(1000 * cores, 1000 * cores), 2 * cores);
-  }
-}
-
-TEST(KzkMarch, WorkersRunEveryTaskOnce) {
-  for (const int threads : {1, 2, 5}) {
-    kzk::Workers workers(threads);
-    for (int round = 0; round < 3000; ++round) {
-      std::vector<int> runs(static_cast<std::size_t>(round % 17));
-      workers.run(round % 17, [&](int task, int worker) {
-        runs[static_cast<std::size_t>(task)] += 0 <= worker && worker < workers.size() ? 1 : 100;
-      });
-      ASSERT_EQ(runs, std::vector<int>(runs.size(), 1)) << threads << " " << round;
-    }
-  }
 }
 
 TEST(KzkMarch, PulsesAreAttenuatedAtTheFrequencyThatTheyUse) {

@@ -84,13 +84,7 @@ function [p, info] = harmonics(array, grid, medium, f0, numbers, varargin)
     error('kestrel:argument', '%s: the numbers of the harmonics must be whole numbers, as 1:5.', ...
           caller);
   end
-  % What the compiled part wants to know besides.
   options.wanted = double(full(numbers(:).'));
-  options.method = 'kzk_cw';
-  options.instruction_set = 'auto';
-  options.reuse = false;
-  options.memory = 512e6;
-  options.tolerance = [];
   grid = kestrel.detail.check_grid(caller, grid);
   medium = kestrel.detail.check_medium(caller, medium);
   f0 = kestrel.detail.check_frequency(caller, f0);

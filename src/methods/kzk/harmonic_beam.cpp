@@ -125,9 +125,7 @@ void HarmonicBeam::diffract(double ds, Workers& workers) {
   if (_absorbing_layer) layer_factors(_grid, _equation.diffraction, _sigma, ds, _layer.data());
   _sigma += ds;
   const double weight = ds * _equation.diffraction / (_grid.step() * _grid.step());
-  std::atomic<bool> ended{false};
   workers.run(static_cast<int>(_packs.size()), [&](int pack, int worker) {
-    if (unwanted(worker, ended)) return;
     const auto kernel = [&](auto math) KESTREL_INLINE_LAMBDA {
       double* packed = _work[static_cast<std::size_t>(worker)].packed.data();
       diffract_pack<decltype(math)>(pack, weight, theta, packed);
@@ -147,9 +145,7 @@ KESTREL_INLINE bool HarmonicBeam::nonlinear_block(int block, double ds, double* 
 
 bool HarmonicBeam::steepen(double ds, Workers& workers) {
   std::atomic<bool> bounded{true};
-  std::atomic<bool> ended{false};
   workers.run(blocks(_grid.nodes, _lanes), [&](int block, int worker) {
-    if (unwanted(worker, ended)) return;
     const auto kernel = [&](auto math) KESTREL_INLINE_LAMBDA {
       double* scratch = _work[static_cast<std::size_t>(worker)].scratch.data();
       if (!nonlinear_block<decltype(math)>(block, ds, scratch)) bounded = false;

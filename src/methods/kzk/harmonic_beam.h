@@ -5,7 +5,7 @@
 #include "kestrel/instruction_set.h"
 #include "methods/kzk/buffer.h"
 #include "methods/kzk/plan.h"
-#include "methods/kzk/workers.h"
+#include "numerics/threads.h"
 
 namespace kestrel::kzk {
 

@@ -6,7 +6,7 @@
 #include "methods/kzk/plan.h"
 #include "methods/kzk/wave_absorption.h"
 #include "methods/kzk/wave_diffraction.h"
-#include "methods/kzk/workers.h"
+#include "numerics/threads.h"
 
 namespace kestrel::kzk {
 
