@@ -31,7 +31,7 @@ help:
 	@echo "make docs     measure docs/accuracy.md and its figures again"
 	@echo "make validate measure the tables of docs/nonlinear.md and docs/pulses.md again, and tolerances (minutes)"
 	@echo "make asan     the C++ tests under the address and undefined-behaviour sanitizers"
-	@echo "make tsan     the C++ tests under the thread sanitizer"
+	@echo "make tsan     the C++ tests of what runs in threads, under the thread sanitizer"
 	@echo "make fuzz     made-up calls of each plug-in for FUZZ_SECONDS, guided; make fuzz-random: at random"
 	@echo "make clang    the C++ tests built with clang, warnings as errors"
 	@echo "make cross    the C++ tests for 64-bit ARM under qemu, and for Windows under wine"
