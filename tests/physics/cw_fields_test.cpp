@@ -86,6 +86,7 @@ TEST_P(ConvergedIntegral, IsReached) {
   }
 }
 
+// The four-wide methods that fill their last block up have a node more than whole blocks.
 std::vector<Accuracy> accuracies() {
   using enum ShapeKind;
   using enum Convention;
@@ -93,10 +94,10 @@ std::vector<Accuracy> accuracies() {
   return {
       {"rectangle", rectangle, &T::fnm_cw, 64, 1e-12, nearfield},
       {"rectangle_single", rectangle, &T::fnm_cw_single, 64, 2e-5, nearfield},
-      {"rectangle_sse", rectangle, &T::fnm_cw_sse, 64, 1.5e-3, nearfield},
+      {"rectangle_sse", rectangle, &T::fnm_cw_sse, 65, 1.5e-3, nearfield},
       {"rectangle_sse2", rectangle, &T::fnm_cw_sse2, 64, 1.5e-3, no_loss},
       {"rectangle_rayleigh", rectangle, &T::rayleigh_cw, 32, 1e-12, exact},
-      {"rectangle_rayleigh_sse", rectangle, &T::rayleigh_cw_sse, 32, 2e-3, exact},
+      {"rectangle_rayleigh_sse", rectangle, &T::rayleigh_cw_sse, 33, 2e-3, exact},
       {"rectangle_radiator", rectangle, &T::radiator_cw, 32, 6e-3, exact},
       {"disc", disc, &T::fnm_cw, 64, 1e-12, nearfield},
       {"disc_sse", disc, &T::fnm_cw_sse, 64, 2e-3, nearfield},
@@ -108,7 +109,7 @@ std::vector<Accuracy> accuracies() {
       {"shell", shell, &T::fnm_cw, 96, 1e-12, nearfield},
       {"shell_sse", shell, &T::fnm_cw_sse, 96, 1e-2, nearfield},
       {"shell_rayleigh", shell, &T::rayleigh_cw, 256, 1e-4, exact},
-      {"shell_rayleigh_sse", shell, &T::rayleigh_cw_sse, 256, 4e-3, exact},
+      {"shell_rayleigh_sse", shell, &T::rayleigh_cw_sse, 257, 4e-3, exact},
       {"spherical_ring", spherical_ring, &T::fnm_cw, 96, 1e-12, nearfield},
       {"spherical_ring_rayleigh", spherical_ring, &T::rayleigh_cw, 256, 1e-4, exact},
   };
@@ -184,6 +185,25 @@ TEST(Limits, OneRadiatorIsTheFarField) {
   EXPECT_LE(difference(field(s, &Transducer::radiator_cw, kPoints),
                        field(s, &Transducer::farfield_cw, kPoints)),
             1e-14);
+}
+
+// Directivities of real and of complex argument.
+TEST(Limits, RadiatorsInATraceOfLossAreThoseWithout) {
+  Situation s = typical(ShapeKind::rectangle), trace = s;
+  trace.medium._dBcmMHz = 1e-9;
+  EXPECT_LE(difference(field(trace, &Transducer::radiator_cw, kPoints),
+                       field(s, &Transducer::radiator_cw, kPoints)),
+            1e-9);
+}
+
+// The plain sum over a disc has the loss with the other sign, so that waves grow.
+TEST(Limits, RayleighSumOfADiscGrowsByTheLoss) {
+  Situation s = typical(ShapeKind::disc), gain = s;
+  s.medium._dBcmMHz = 1;
+  gain.medium._dBcmMHz = -1;
+  EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw, kPoints),
+                       field(gain, &Transducer::rayleigh_cw_apodized, kPoints)),
+            1e-12);
 }
 
 TEST(Apodization, RayleighSumMatchesTheProfile) {
