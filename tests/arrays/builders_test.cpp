@@ -164,6 +164,7 @@ TEST(Weights, WavesMeetAtTheFocusInPhase) {
   for (const Element& e : array) {
     const double arrival = e.phase - k * (distance(e.center, point) - least);
     EXPECT_NEAR(std::remainder(arrival, 2 * kPi), 0, 1e-11);
+    EXPECT_LE(std::abs(e.phase), kPi);
   }
   focus_delays(array, point, medium);
   for (const Element& e : array) {
