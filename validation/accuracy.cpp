@@ -23,7 +23,7 @@
 
 #include "kestrel/kestrel.h"
 #include "services/off_host_thread.h"
-#include "validation/rayleigh_reference.h"
+#include "validation/reference/rayleigh.h"
 
 namespace {
 
@@ -233,21 +233,9 @@ Element make(Sizes... sizes) {
   return std::make_shared<Shape>(sizes..., 1.0, 0.0);
 }
 
-Reference disc_reference(double a) {
-  return [=](const Medium& m, CartesianCoordinate p, int n) { return reference::disc(a, m, p, n); };
-}
-Reference cap_reference(double a, double rc) {
+Reference rayleigh_over(const Geometry& face) {
   return
-      [=](const Medium& m, CartesianCoordinate p, int n) { return reference::cap(a, rc, m, p, n); };
-}
-Reference rectangle_reference(double width, double height) {
-  return [=](const Medium& m, CartesianCoordinate p, int n) {
-    return reference::rectangle(width, height, m, p, n);
-  };
-}
-Reference less(Reference whole, Reference hole) {
-  return
-      [=](const Medium& m, CartesianCoordinate p, int n) { return whole(m, p, n) - hole(m, p, n); };
+      [=](const Medium& m, CartesianCoordinate p, int n) { return reference::face(face, m, p, n); };
 }
 
 /// In front of a cap and at least `gap` away from it.
@@ -277,7 +265,7 @@ std::vector<Subject> subjects() {
   return {
       {"rectangle",
        make<RectangularTransducer>(kWidth, kHeight),
-       rectangle_reference(kWidth, kHeight),
+       rayleigh_over(Rectangle{kWidth, kHeight}),
        {{"fnm_cw", &Transducer::fnm_cw, true},
         {"fnm_cw_single", &Transducer::fnm_cw_single, true},
         {"fnm_cw_sse", &Transducer::fnm_cw_sse, true},
@@ -288,7 +276,7 @@ std::vector<Subject> subjects() {
        planar},
       {"circular",
        make<CircularTransducer>(kRadius),
-       disc_reference(kRadius),
+       rayleigh_over(Circle{kRadius}),
        {{"fnm_cw", &Transducer::fnm_cw, true},
         {"fnm_cw_sse", &Transducer::fnm_cw_sse, true},
         {"rayleigh_cw", &Transducer::rayleigh_cw},
@@ -297,12 +285,12 @@ std::vector<Subject> subjects() {
        planar},
       {"ring",
        make<RingTransducer>(kInner, kRadius),
-       less(disc_reference(kRadius), disc_reference(kInner)),
+       rayleigh_over(Ring{kInner, kRadius}),
        {{"fnm_cw", &Transducer::fnm_cw, true}, {"rayleigh_cw", &Transducer::rayleigh_cw}},
        planar},
       {"shell",
        make<SphericalTransducer>(kShellRadius, kCurvature),
-       cap_reference(kShellRadius, kCurvature),
+       rayleigh_over(Shell{kShellRadius, kCurvature}),
        {{"fnm_cw", &Transducer::fnm_cw, true},
         {"fnm_cw_sse", &Transducer::fnm_cw_sse, true},
         {"rayleigh_cw", &Transducer::rayleigh_cw},
@@ -310,7 +298,7 @@ std::vector<Subject> subjects() {
        curved},
       {"spherical_ring",
        make<SphericalRingTransducer>(kShellInner, kShellRadius, kCurvature),
-       less(cap_reference(kShellRadius, kCurvature), cap_reference(kShellInner, kCurvature)),
+       rayleigh_over(ShellRing{kShellInner, kShellRadius, kCurvature}),
        {{"fnm_cw", &Transducer::fnm_cw, true}, {"rayleigh_cw", &Transducer::rayleigh_cw}},
        curved},
   };
@@ -450,7 +438,7 @@ Subject rectangle_of(double width, double height) {
   const double w = width * kWavelength, h = height * kWavelength;
   return {"",
           make<RectangularTransducer>(w, h),
-          rectangle_reference(w, h),
+          rayleigh_over(Rectangle{w, h}),
           {{"fnm_cw", &Transducer::fnm_cw, true}},
           {{"", in_front(std::max(width, height))}}};
 }
@@ -462,12 +450,15 @@ std::vector<Family> families() {
     const NamedMethod method{"fnm_cw", &Transducer::fnm_cw, true};
     const Points points = in_front(s, clear_of_cap(a, rc, kWavelength / 2));
     if (inner == 0) {
-      return Subject{
-          "", make<SphericalTransducer>(a, rc), cap_reference(a, rc), {method}, {{"", points}}};
+      return Subject{"",
+                     make<SphericalTransducer>(a, rc),
+                     rayleigh_over(Shell{a, rc}),
+                     {method},
+                     {{"", points}}};
     }
     return Subject{"",
                    make<SphericalRingTransducer>(inner * a, a, rc),
-                   less(cap_reference(a, rc), cap_reference(inner * a, rc)),
+                   rayleigh_over(ShellRing{inner * a, a, rc}),
                    {method},
                    {{"", points}}};
   };
@@ -480,7 +471,7 @@ std::vector<Family> families() {
        [=](double s) {
          return Subject{"",
                         make<CircularTransducer>(radius(s)),
-                        disc_reference(radius(s)),
+                        rayleigh_over(Circle{radius(s)}),
                         {fnm},
                         {{"", in_front(s)}}};
        },
@@ -490,7 +481,7 @@ std::vector<Family> families() {
          const double b = radius(s);
          return Subject{"",
                         make<RingTransducer>(b / 2, b),
-                        less(disc_reference(b), disc_reference(b / 2)),
+                        rayleigh_over(Ring{b / 2, b}),
                         {fnm},
                         {{"", in_front(s)}}};
        },

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/nonlinear/kzk_table.h"
-#include "tests/nonlinear/reference_fields.h"
+#include "validation/kzk_table.h"
+#include "validation/reference/nonlinear.h"
 
 namespace {
 

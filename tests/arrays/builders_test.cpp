@@ -141,7 +141,19 @@ TEST(Builders, RefuseWhatCannotBe) {
          curved_array(9, {1, 1}, 1, 1);
        }),
        "9 elements at a pitch of 1 m are longer than a circle of radius 1 m."},
+      {refusal([] {
+         curved_array(3, {1.1, 1}, 1, 10);
+       }),
+       "a pitch of 1 m makes elements of 1.1 m overlap."},
+      {refusal([] {
+         curved_array(2, {1, 1}, 1, 0);
+       }),
+       "radius must not be 0."},
       {refusal([&] { annular_array(inner, outer); }), "the rings 1 and 2 overlap."},
+      {refusal([&] {
+         annular_array(std::vector<double>{3, 0, 1.5}, std::vector<double>{4, 2, 3});
+       }),
+       "the rings 2 and 3 overlap."},
       {refusal([&] { annular_array(inner, {}); }),
        "inner_radii and outer_radii must have one entry per ring, but they have 2 and 0."},
   };
@@ -166,6 +178,7 @@ TEST(Weights, WavesMeetAtTheFocusInPhase) {
   for (const Element& e : array) {
     const double arrival = e.phase - k * (distance(e.center, point) - least);
     EXPECT_NEAR(std::remainder(arrival, 2 * kPi), 0, 1e-11);
+    EXPECT_LE(std::abs(e.phase), kPi);
   }
   focus_delays(array, point, medium);
   for (const Element& e : array) {
@@ -242,6 +255,22 @@ TEST(Weights, WindowsReachFromOuterEdgeToOuterEdge) {
   apodize(array, {Window("cosine"), Window("hann")});
   for (int i = 0; i < 4; ++i) {
     EXPECT_NEAR(array[i].amplitude, std::cos(kPi * (i - 1.5) / 2 / 2), 1e-15);
+  }
+  struct {
+    const char* window;
+    double outer, inner;  // at 3/4 and 1/4 of the way to the edge
+  } const values[] = {{"rect", 1, 1},
+                      {"cosine", std::cos(3 * kPi / 8), std::cos(kPi / 8)},
+                      {"hann", 0.5 - std::sqrt(0.125), 0.5 + std::sqrt(0.125)},
+                      {"hamming", 0.54 - 0.46 * std::sqrt(0.5), 0.54 + 0.46 * std::sqrt(0.5)},
+                      {"blackman", 0.42 - std::sqrt(0.125), 0.42 + std::sqrt(0.125)},
+                      {"tukey", 0.5, 1},
+                      {"gauss", std::exp(-0.5625 / 0.32), std::exp(-0.0625 / 0.32)}};
+  for (const auto& [window, outer, inner] : values) {
+    auto row = linear_array(4, {1 * kMm, 5 * kMm}, 1 * kMm);
+    apodize(row, {Window(window), Window("rect")});
+    for (const int i : {0, 3}) EXPECT_NEAR(row[i].amplitude, outer, 1e-15) << window;
+    for (const int i : {1, 2}) EXPECT_NEAR(row[i].amplitude, inner, 1e-15) << window;
   }
   auto turned = linear_array(4, {1 * kMm, 5 * kMm}, 1 * kMm, {.euler = {1, 2, 3}});
   apodize(turned, {Window("cosine"), Window("hann")});

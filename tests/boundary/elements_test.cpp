@@ -12,7 +12,7 @@
 
 #include "kestrel/excitation.h"
 #include "tests/boundary/outcome.h"
-#include "tests/support/reference_fields.h"
+#include "tests/support/cw_methods.h"
 
 namespace kestrel::test {
 namespace {
@@ -200,82 +200,45 @@ std::size_t slot_of(Member member) {
   return (offset - 1) / sizeof(void*);
 }
 
+template <class... Members>
+void expect_slots(std::size_t first, Members... members) {
+  for (const std::size_t slot : {slot_of(members)...}) EXPECT_EQ(slot, first++);
+}
+
 TEST(MethodTable, KeepsItsOrder) {
   using T = Transducer;
-  const std::size_t slots[] = {slot_of(&T::debug),
-                               slot_of(&T::mex_debug),
-                               slot_of<void (T::*)(CartesianCoordinate)>(&T::set_center),
-                               slot_of<void (T::*)(double*)>(&T::set_center),
-                               slot_of<void (T::*)(double, double, double)>(&T::set_center),
-                               slot_of<void (T::*)(CartesianCoordinate)>(&T::set_euler),
-                               slot_of<void (T::*)(double*)>(&T::set_euler),
-                               slot_of<void (T::*)(double, double, double)>(&T::set_euler),
-                               slot_of(&T::set_amplitude),
-                               slot_of(&T::set_phase),
-                               slot_of(&T::set_complex_weight),
-                               slot_of(&T::set_time_delay),
-                               slot_of(&T::set_piston_apodization_index),
-                               slot_of(&T::get_amplitude),
-                               slot_of(&T::get_phase),
-                               slot_of(&T::get_piston_apodization_index),
-                               slot_of(&T::set_global_coordinate_grid),
-                               slot_of(&T::set_integral_pointer),
-                               slot_of(&T::set_medium),
-                               slot_of(&T::set_time_vector),
-                               slot_of(&T::set_complex_pressure_pointers),
-                               slot_of(&T::set_transient_pressure_pointer),
-                               slot_of(&T::farfield_cw),
-                               slot_of(&T::fnm_cw),
-                               slot_of(&T::fnm_cw_apodized),
-                               slot_of(&T::fnm_cw_single),
-                               slot_of(&T::fnm_cw_sse),
-                               slot_of(&T::fnm_cw_sse2),
-                               slot_of(&T::radiator_cw),
-                               slot_of(&T::rayleigh_cw),
-                               slot_of(&T::rayleigh_cw_apodized),
-                               slot_of(&T::rayleigh_cw_sse),
-                               slot_of(&T::impulse_begin_and_end_times),
-                               slot_of(&T::impulse_response),
-                               slot_of(&T::fnm_transient),
-                               slot_of(&T::fnm_transient_behind_source),
-                               slot_of(&T::fnm_fdtsd),
-                               slot_of(&T::fnm_tsd),
-                               slot_of(&T::init_fnm_tsd),
-                               slot_of(&T::call_fnm_tsd),
-                               slot_of(&T::free_fnm_tsd),
-                               slot_of(&T::fnm_tsd_behind_source),
-                               slot_of(&T::fnm_tsd_low_precision),
-                               slot_of(&T::fnm_tsd_sse),
-                               slot_of(&T::rayleigh_transient),
-                               slot_of(&T::kzk_transient),
-                               slot_of(&T::kzk_cw),
-                               slot_of(&T::rotateTranslate)};
-  for (std::size_t i = 0; i < std::size(slots); ++i) {
-    EXPECT_EQ(slots[i], i + 2) << "after the destructor's two";
-  }
+  const auto point = [](void (T::*set)(CartesianCoordinate)) { return set; };
+  const auto list = [](void (T::*set)(double*)) { return set; };
+  const auto three = [](void (T::*set)(double, double, double)) { return set; };
+  // After the destructor's two.
+  expect_slots(2, &T::debug, &T::mex_debug, point(&T::set_center), list(&T::set_center),
+               three(&T::set_center), point(&T::set_euler), list(&T::set_euler),
+               three(&T::set_euler), &T::set_amplitude, &T::set_phase, &T::set_complex_weight,
+               &T::set_time_delay, &T::set_piston_apodization_index, &T::get_amplitude,
+               &T::get_phase, &T::get_piston_apodization_index, &T::set_global_coordinate_grid,
+               &T::set_integral_pointer, &T::set_medium, &T::set_time_vector,
+               &T::set_complex_pressure_pointers, &T::set_transient_pressure_pointer,
+               &T::farfield_cw, &T::fnm_cw, &T::fnm_cw_apodized, &T::fnm_cw_single, &T::fnm_cw_sse,
+               &T::fnm_cw_sse2, &T::radiator_cw, &T::rayleigh_cw, &T::rayleigh_cw_apodized,
+               &T::rayleigh_cw_sse, &T::impulse_begin_and_end_times, &T::impulse_response,
+               &T::fnm_transient, &T::fnm_transient_behind_source, &T::fnm_fdtsd, &T::fnm_tsd,
+               &T::init_fnm_tsd, &T::call_fnm_tsd, &T::free_fnm_tsd, &T::fnm_tsd_behind_source,
+               &T::fnm_tsd_low_precision, &T::fnm_tsd_sse, &T::rayleigh_transient,
+               &T::kzk_transient, &T::kzk_cw, &T::rotateTranslate);
   using E = ExcitationFunction;
-  const std::size_t terms[] = {
-      slot_of<void (E::*)(double*, const double&) const>(&E::spatial_tsd),
-      slot_of<void (E::*)(float*, const float&) const>(&E::spatial_tsd),
-      slot_of<void (E::*)(double*, const TimeSamples*, const int&, const double&) const>(
-          &E::temporal_tsd),
-      slot_of<void (E::*)(float*, const TimeSamples*, const int&, const float&) const>(
-          &E::temporal_tsd),
-      slot_of(&E::at),
-      slot_of(&E::derivative),
-      slot_of(&E::number_of_tsd_terms),
-      slot_of(&E::get_nxtimesamples),
-      slot_of(&E::get_pulse_width),
-      slot_of(&E::get_A0),
-      slot_of(&E::get_f0),
-      slot_of(&E::get_B),
-      slot_of(&E::get_type),
-      slot_of(&E::get_dc_index),
-      slot_of(&E::get_nyquist_index),
-      slot_of(&E::get_omega_array),
-      slot_of(&E::get_frequency_domain_input_signal_real),
-      slot_of(&E::get_frequency_domain_input_signal_imag)};
-  for (std::size_t i = 0; i < std::size(terms); ++i) EXPECT_EQ(terms[i], i);
+  const auto at_delay = [](auto real) {
+    return [](void (E::*terms)(decltype(real)*, const decltype(real)&) const) { return terms; };
+  };
+  const auto at_times = [](auto real) {
+    return [](void (E::*terms)(decltype(real)*, const TimeSamples*, const int&,
+                               const decltype(real)&) const) { return terms; };
+  };
+  expect_slots(
+      0, at_delay(1.0)(&E::spatial_tsd), at_delay(1.0F)(&E::spatial_tsd),
+      at_times(1.0)(&E::temporal_tsd), at_times(1.0F)(&E::temporal_tsd), &E::at, &E::derivative,
+      &E::number_of_tsd_terms, &E::get_nxtimesamples, &E::get_pulse_width, &E::get_A0, &E::get_f0,
+      &E::get_B, &E::get_type, &E::get_dc_index, &E::get_nyquist_index, &E::get_omega_array,
+      &E::get_frequency_domain_input_signal_real, &E::get_frequency_domain_input_signal_imag);
 }
 #endif
 

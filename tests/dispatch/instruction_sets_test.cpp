@@ -8,7 +8,7 @@
 
 #include "kestrel/instruction_set.h"
 #include "mex/standalone/standalone_host.h"
-#include "tests/support/reference_fields.h"
+#include "tests/support/cw_methods.h"
 #include "tests/support/transient_situation.h"
 
 namespace kestrel::test {

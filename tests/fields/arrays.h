@@ -82,13 +82,9 @@ inline Field sum_of_single_calls(const std::vector<Element>& array, CoordinateGr
   const auto n = static_cast<std::size_t>(grid.npoints());
   std::vector<double> re(n), im(n);
   for (const Element& e : array) {
-    NumericalIntegration rule;
-    rule.allocate_memory(nodes);
-    rule.gauss_quadrature();
+    NumericalIntegration rule = test::gauss_rule(nodes);
     const auto transducer = make_transducer(e);
-    transducer->set_medium(&medium);
-    transducer->set_global_coordinate_grid(&grid);
-    transducer->set_integral_pointer(&rule);
+    test::wire(*transducer, grid, rule, medium);
     transducer->set_complex_pressure_pointers(re.data(), im.data());
     (*transducer.*compute)();
   }

@@ -50,9 +50,7 @@ Field by_hand(CoordinateGrid& grid, const std::vector<int>& harmonics) {
       NumericalIntegration rule;
       rule.cw_set_kzk_parameters(0, 0.05F, 0, 12, harmonic);
       const auto transducer = make_transducer(e);
-      transducer->set_medium(&medium);
-      transducer->set_global_coordinate_grid(&grid);
-      transducer->set_integral_pointer(&rule);
+      test::wire(*transducer, grid, rule, medium);
       transducer->set_complex_pressure_pointers(re.data(), im.data());
       EXPECT_EQ(transducer->kzk_cw(), kSuccess);
     }
@@ -209,12 +207,7 @@ TEST(March, SampledSignalsAreThePulsesThatTheySample) {
   };
   const auto expect_close = [](const std::vector<double>& actual,
                                const std::vector<double>& expected, double allowed) {
-    double peak = 0, apart = 0;
-    for (std::size_t i = 0; i < actual.size(); ++i) {
-      peak = std::max(peak, std::abs(expected[i]));
-      apart = std::max(apart, std::abs(actual[i] - expected[i]));
-    }
-    EXPECT_LE(apart / peak, allowed);
+    EXPECT_LE(test::difference(test::Traces{actual}, test::Traces{expected}), allowed);
   };
   const auto sampled = [](auto signal) {
     std::vector<double> samples(120);
@@ -254,12 +247,8 @@ TEST(March, AddsPulses) {
     NumericalIntegration rule;
     rule.set_kzk_parameters(0, 0.05F, 0, 40, 0);
     const auto transducer = make_transducer(array[e]);
-    transducer->set_medium(&medium);
-    transducer->set_global_coordinate_grid(grid.get());
-    transducer->set_integral_pointer(&rule);
-    transducer->set_time_vector(&time);
-    transducer->set_transient_pressure_pointer(expected.data());
-    transducer->_excitation_function = const_cast<ExcitationFunction*>(drives[e]);
+    test::wire(*transducer, *grid, rule, medium);
+    test::wire_pulse(*transducer, time, *drives[e], expected.data());
     EXPECT_EQ(transducer->kzk_transient(), kSuccess);
   }
   Settings settings;

@@ -39,35 +39,19 @@ Pressures sum_of_single_calls(const std::vector<Element>& array, CoordinateGrid&
   Pressures sum(static_cast<std::size_t>(grid.npoints()) * time.nt());
   Medium medium = water();
   for (std::size_t e = 0; e < array.size(); ++e) {
-    NumericalIntegration rule;
-    rule.allocate_memory(nodes);
-    rule.gauss_quadrature();
+    NumericalIntegration rule = test::gauss_rule(nodes);
     const auto transducer = make_transducer(array[e]);
-    transducer->set_medium(&medium);
-    transducer->set_global_coordinate_grid(&grid);
-    transducer->set_integral_pointer(&rule);
-    transducer->set_time_vector(&time);
-    transducer->set_transient_pressure_pointer(sum.data());
-    transducer->_excitation_function =
-        const_cast<ExcitationFunction*>(drives[drives.size() == 1 ? 0 : e]);
+    test::wire(*transducer, grid, rule, medium);
+    test::wire_pulse(*transducer, time, *drives[drives.size() == 1 ? 0 : e], sum.data());
     EXPECT_EQ((*transducer.*slot_of(method.name))(), kSuccess) << method.name;
   }
   return sum;
 }
 
-double peak(const Pressures& p) {
-  double largest = 0;
-  for (const double x : p) largest = std::max(largest, std::abs(x));
-  return largest;
-}
+double peak(const Pressures& p) { return test::peak(p); }
 
 double difference(const Pressures& actual, const Pressures& expected) {
-  double largest = 0;
-  for (std::size_t i = 0; i < expected.size(); ++i) {
-    const double d = std::abs(actual[i] - expected[i]);
-    largest = std::isnan(d) ? HUGE_VAL : std::max(largest, d);
-  }
-  return largest / peak(expected);
+  return test::difference(test::Traces{actual}, test::Traces{expected});
 }
 
 /// All shapes twice, so that those that refill the rule come before those that need it fresh, with

@@ -8,45 +8,12 @@
 #include "tests/support/allocation_sweep.h"
 #include "tests/support/entry_arguments.h"
 
-namespace kestrel::standalone {
+namespace kestrel::test {
 namespace {
 
-StructArray rectangles(std::size_t rows, std::size_t columns) {
-  StructArray array(rows, columns);
-  for (std::size_t i = 0; i < rows * columns; ++i) {
-    array.set("shape", "rect", i).set("width", 1e-3, i).set("height", 2e-3, i);
-    array.set("center", {1e-3 * static_cast<double>(i), 0.0, 0.0}, i);
-    array.set("euler", {0.0, 0.1, 0.0}, i);
-  }
-  return array;
-}
-
-StructArray grid(int nx = 3, int nz = 2) {
-  StructArray grid;
-  grid.set("xmin", 0.0).set("xmax", 1e-3 * (nx - 1)).set("ymin", 0.0).set("ymax", 0.0);
-  grid.set("zmin", 1e-3).set("zmax", 1e-3 * nz).set("delta", {1e-3, 1e-3, 1e-3});
-  return grid;
-}
-
-StructArray water() {
-  StructArray medium;
-  for (const char* field : {"specificheat", "specificheatofblood", "bloodperfusion",
-                            "powerlawexponent", "thermalconductivity"}) {
-    medium.set(field, 0.0);
-  }
-  medium.set("nonlinearityparameter", 3.5);
-  return std::move(
-      medium.set("density", 1000.0).set("soundspeed", 1500.0).set("attenuationdBcmMHz", 0.0));
-}
-
-StructArray options() {
-  StructArray options;
-  options.set("method", "fnm_cw").set("instruction_set", "auto");
-  options.set("threads", 2.0).set("memory", 1e8);
-  options.set("reuse", Value::logical(true)).set("progress", Value::logical(false));
-  options.set("tolerance", Value::zeros(0, 0));
-  return options;
-}
+using standalone::call;
+using standalone::CallResult;
+using standalone::RegisteredFunction;
 
 CallResult compute(const mxArray* array, const mxArray* points, const mxArray* settings,
                    double ndiv = 8, int nlhs = 2) {
@@ -60,66 +27,60 @@ std::string text(const mxArray* structure, const char* field) {
   return buffer;
 }
 
-TEST(ArrayFieldEntry, AnswersInTheShapeOfTheGridAndTellsWhatItDid) {
-  for (const auto& array : {rectangles(1, 4), rectangles(4, 1), rectangles(2, 2)}) {
-    const CallResult result = compute(array, grid(), options());
-    ASSERT_EQ(result.error, std::nullopt);
-    const mwSize* size = mxGetDimensions(result.output());
-    EXPECT_EQ(mxGetNumberOfDimensions(result.output()), 3U);
-    EXPECT_EQ(size[0], 3U);
-    EXPECT_EQ(size[1], 1U);
-    EXPECT_EQ(size[2], 2U);
-    EXPECT_TRUE(mxIsComplex(result.output()));
-    EXPECT_NE(mxGetComplexDoubles(result.output())[0].real, 0.0);
-    const mxArray* info = result.output(1);
-    EXPECT_EQ(text(info, "method"), "fnm_cw");
-    EXPECT_EQ(text(info, "way"), "direct");
-    EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "nodes")), 8.0);
-    EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "threads")), 2.0);
-    EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "result_memory")), 3 * 2 * 16);
-  }
-  const CallResult empty = compute(StructArray(0, 0), grid(), options());
-  ASSERT_EQ(empty.error, std::nullopt);
-  EXPECT_EQ(mxGetComplexDoubles(empty.output())[0].real, 0.0);
-}
-
-StructArray shells(double amplitude = 0.1) {
-  StructArray array(1, 1);
-  array.set("shape", "shel").set("radius", 5e-3).set("rad_curvature", 20e-3);
-  array.set("amplitude", amplitude);
-  array.set("center", {0.0, 0.0, 0.0}).set("euler", {0.0, 0.0, 0.0});
-  return array;
-}
-
-StructArray march_options(const char* field = "harmonics", double value = 8) {
-  StructArray march, settings = options();
-  march.set(field, value);
-  return std::move(settings.set("method", "kzk_cw").set("kzk", Value(march.release())));
-}
-
 std::vector<mwSize> size_of(const mxArray* array) {
   const mwSize* size = mxGetDimensions(array);
   return {size, size + mxGetNumberOfDimensions(array)};
 }
 
+double number(const mxArray* structure, const char* field) {
+  return mxGetScalar(mxGetField(structure, 0, field));
+}
+
+TEST(ArrayFieldEntry, AnswersInTheShapeOfTheGridAndTellsWhatItDid) {
+  for (const std::size_t rows : {1, 2, 4}) {
+    const CallResult result =
+        compute(elements("rect", 4, 1, rows), regular_points(3, 2), options());
+    ASSERT_EQ(result.error, std::nullopt);
+    EXPECT_EQ(size_of(result.output()), (std::vector<mwSize>{3, 1, 2}));
+    EXPECT_TRUE(mxIsComplex(result.output()));
+    EXPECT_NE(mxGetComplexDoubles(result.output())[0].real, 0.0);
+    const mxArray* info = result.output(1);
+    EXPECT_EQ(text(info, "method"), "fnm_cw");
+    EXPECT_EQ(text(info, "way"), "direct");
+    EXPECT_EQ(number(info, "nodes"), 8.0);
+    EXPECT_EQ(number(info, "threads"), 2.0);
+    EXPECT_EQ(number(info, "result_memory"), 3 * 2 * 16);
+  }
+  const CallResult empty = compute(StructArray(0, 0), regular_points(3, 2), options());
+  ASSERT_EQ(empty.error, std::nullopt);
+  EXPECT_EQ(mxGetComplexDoubles(empty.output())[0].real, 0.0);
+}
+
+StructArray shells(double amplitude = 0.1) { return elements("shel", 1, amplitude); }
+
+StructArray march(const char* field = "harmonics", double value = 8) {
+  StructArray kzk, settings = options("kzk_cw");
+  kzk.set(field, value);
+  return std::move(settings.set("kzk", Value(kzk.release())));
+}
+
 TEST(HarmonicsEntry, AnswersAlongOneMoreDimension) {
-  StructArray points;
-  points.set("coordinates", Value::matrix(2, 3, {0, 1e-3, 0, 0, 15e-3, 20e-3}));
-  StructArray settings = march_options();
+  const StructArray points = listed_points();
+  StructArray settings = march();
   settings.set("wanted", Value::row({1, 3}));
-  const CallResult regular = compute(shells(), grid(), settings);
+  const CallResult regular = compute(shells(), regular_points(3, 2), settings);
   ASSERT_EQ(regular.error, std::nullopt);
   EXPECT_EQ(size_of(regular.output()), (std::vector<mwSize>{3, 1, 2, 2}));
   const mxArray* info = regular.output(1);
   EXPECT_EQ(text(info, "way"), "march");
-  EXPECT_EQ(mxGetScalar(mxGetField(info, 0, "harmonics")), 8.0);
-  EXPECT_GT(mxGetScalar(mxGetField(info, 0, "planes")), 4.0);
+  EXPECT_EQ(number(info, "harmonics"), 8.0);
+  EXPECT_GT(number(info, "planes"), 4.0);
   const CallResult list = compute(shells(), points, settings);
   ASSERT_EQ(list.error, std::nullopt);
   EXPECT_EQ(size_of(list.output()), (std::vector<mwSize>{2, 2}));
 
   // The second column is what the march delivers alone when it is named.
-  StructArray third = march_options("harmonic", 3);
+  StructArray third = march("harmonic", 3);
   const CallResult alone = compute(shells(), points, third);
   ASSERT_EQ(alone.error, std::nullopt);
   EXPECT_NEAR(mxGetComplexDoubles(alone.output())[1].real,
@@ -130,12 +91,12 @@ TEST(HarmonicsEntry, AnswersAlongOneMoreDimension) {
 TEST(HarmonicsEntry, NamesWhatIsWrongWithAMarch) {
   const auto refused = [](const char* expected, StructArray settings, const StructArray& array,
                           const char* caller = "kestrel.harmonics: ") {
-    const CallResult result = compute(array, grid(), settings);
+    const CallResult result = compute(array, regular_points(3, 2), settings);
     const std::string found = result.error.value_or("no error");
     EXPECT_EQ(found.rfind(caller, 0), 0U) << found;
     EXPECT_NE(found.find(expected), std::string::npos) << found;
   };
-  const auto wanted = [](Value numbers, StructArray settings = march_options()) {
+  const auto wanted = [](Value numbers, StructArray settings = march()) {
     return std::move(settings.set("wanted", std::move(numbers)));
   };
   refused("a harmonic must be a whole number of at least 1, but one is 1.5",
@@ -144,32 +105,32 @@ TEST(HarmonicsEntry, NamesWhatIsWrongWithAMarch) {
   refused("harmonic 9 was asked for, but the march carries the harmonics 1 to 8",
           wanted(Value::row({9})), shells());
   refused("names a harmonic, but the list of harmonics says which",
-          wanted(Value::row({1}), march_options("harmonic", 2)), shells());
+          wanted(Value::row({1}), march("harmonic", 2)), shells());
   refused(
       "the option 'kzk' has a field 'harmonic_number'; what it may have is step, radial_step, "
       "radius, harmonics, harmonic.",
-      march_options("harmonic_number", 2), shells(), "kestrel.cw_field: ");
+      march("harmonic_number", 2), shells(), "kestrel.cw_field: ");
   refused("the option 'kzk': harmonics must be a whole number, but it is 2.5",
-          march_options("harmonics", 2.5), shells(), "kestrel.cw_field: ");
+          march("harmonics", 2.5), shells(), "kestrel.cw_field: ");
   refused("must be one structure", std::move(options().set("kzk", 3.0)), shells(),
           "kestrel.cw_field: ");
   refused(
       "element 1: the method 'kzk_cw' failed. The nonlinear march blew up; the drive is too "
       "strong.",
-      march_options(), shells(1e9), "kestrel.cw_field: ");
+      march(), shells(1e9), "kestrel.cw_field: ");
 }
 
 TEST(ArrayFieldEntry, NamesWhatIsWrong) {
   const auto refused = [](const char* expected, const StructArray& array,
                           const StructArray& settings = options(), double ndiv = 8) {
-    const CallResult result = compute(array, grid(), settings, ndiv);
+    const CallResult result = compute(array, regular_points(3, 2), settings, ndiv);
     const std::string found = result.error.value_or("no error");
     EXPECT_EQ(found.rfind("kestrel.cw_field: ", 0), 0U) << found;
     EXPECT_NE(found.find(expected), std::string::npos) << found;
   };
   const auto with = [](const char* field, auto value) {
-    StructArray array = rectangles(1, 3);
-    array.set(field, value, 1);
+    StructArray array = elements("rect", 3);
+    array.set(field, std::move(value), 1);
     return array;
   };
   const auto option = [](const char* name, auto value) {
@@ -182,23 +143,22 @@ TEST(ArrayFieldEntry, NamesWhatIsWrong) {
   refused("element 2: width must be positive", with("width", -1.0));
   refused("element 2: center must be three real, finite doubles", with("center", 1.0));
   refused("complex_weight", with("complex_weight", 1.0));
-  refused("unknown method 'nearly'; the methods are 'farfield_cw', 'fnm_cw'", rectangles(1, 3),
+  refused("unknown method 'nearly'; the methods are 'farfield_cw', 'fnm_cw'", elements("rect", 3),
           option("method", "nearly"));
-  refused("the option 'method' must be text", rectangles(1, 3), option("method", 1.0));
-  refused("unknown instruction set 'mmx'; there are", rectangles(1, 3),
+  refused("the option 'method' must be text", elements("rect", 3), option("method", 1.0));
+  refused("unknown instruction set 'mmx'; there are", elements("rect", 3),
           option("instruction_set", "mmx"));
-  refused("ndiv must be a whole number", rectangles(1, 3), options(), 0.5);
-  refused("element 1: the shape 'rect' has no method 'fnm_cw_apodized'", rectangles(1, 3),
+  refused("ndiv must be a whole number", elements("rect", 3), options(), 0.5);
+  refused("element 1: the shape 'rect' has no method 'fnm_cw_apodized'", elements("rect", 3),
           option("method", "fnm_cw_apodized"));
   StructArray placeless;
   placeless.set("shape", "rect");
   refused("the array lacks the field 'center'", placeless);
   // Amplitude and apodization may be declared and left empty in one element: an error, not a guess.
-  StructArray half = rectangles(1, 3);
-  half.set("amplitude", 1.0, 0);
-  refused("element 2: amplitude must be one real, finite number", half);
-  for (std::size_t i = 0; i < 3; ++i)
-    half.set("amplitude", 1.0, i).set("apodization_index", 2.5, i);
+  refused("element 2: amplitude must be one real, finite number", with("amplitude", Value()));
+  refused("element 1: apodization_index must be one", with("apodization_index", 2.5));
+  StructArray half = elements("rect", 3);
+  for (std::size_t i = 0; i < 3; ++i) half.set("apodization_index", 2.5, i);
   refused("element 1: apodization_index must be 0", half);
 }
 
@@ -207,7 +167,8 @@ TEST(ArrayFieldEntry, WarnsOfValuesThatAreNotFinite) {
   medium.set("attenuationdBcmMHz", std::nan(""));
   const Value nodes = Value::scalar(4), frequency = Value::scalar(1e6);
   const CallResult result =
-      call(mexFunction, 1, {rectangles(1, 1), grid(), medium, nodes, frequency, options()});
+      call(mexFunction, 1,
+           {elements("rect", 1), regular_points(3, 2), medium, nodes, frequency, options()});
   ASSERT_EQ(result.warnings.size(), 1U);
   EXPECT_NE(result.warnings[0].find("6 of 6 pressures are NaN or Inf, the first at point 1, (0, 0, "
                                     "0.001) m"),
@@ -236,39 +197,40 @@ TEST(ArrayFieldEntry, AnInterruptEndsIt) {
   const RegisteredFunction interrupt(
       "pause(0);", [](int, mxArray**, int, const mxArray**) { mexErrMsgTxt("interrupt"); });
   // Work for a minute, were it not ended.
-  const CallResult result = compute(rectangles(20, 20), grid(300, 300), options(), 500);
+  const CallResult result =
+      compute(elements("rect", 400), regular_points(300, 300), options(), 500);
   EXPECT_EQ(result.error, "kestrel.cw_field: The calculation was cancelled.");
   // One tile of these takes minutes: the rule, the sum over the face.
   const std::string cancelled = "kestrel.cw_field: The calculation was cancelled.";
-  EXPECT_EQ(compute(rectangles(1, 1), grid(), options(), 1e6).error, cancelled);
+  EXPECT_EQ(compute(elements("rect", 1), regular_points(3, 2), options(), 1e6).error, cancelled);
   StructArray sum = options();
   sum.set("method", "rayleigh_cw");
-  EXPECT_EQ(compute(rectangles(1, 1), grid(60, 60), sum, 10000).error, cancelled);
-  const CallResult march = compute(shells(), grid(), march_options("radial_step", 0.0006));
-  EXPECT_EQ(march.error, "kestrel.cw_field: The calculation was cancelled.");
+  EXPECT_EQ(compute(elements("rect", 1), regular_points(60, 60), sum, 10000).error, cancelled);
+  const CallResult marched = compute(shells(), regular_points(3, 2), march("radial_step", 0.0006));
+  EXPECT_EQ(marched.error, "kestrel.cw_field: The calculation was cancelled.");
 }
 
 // By one method directly and by reuse, with the estimate of the error; the march of four threads.
 TEST(ArrayFieldEntry, EveryAllocationMayFail) {
-  const StructArray medium = water(), points = test::regular_points(5, 3, 10e-3);
+  const StructArray medium = water(), points = regular_points(5, 3, 10e-3);
   const Value nodes = Value::scalar(4), none = Value::zeros(0, 0), frequency = Value::scalar(1e6);
   const auto sweep = [&](const StructArray& array, const StructArray& settings,
                          const mxArray* ndiv) {
-    EXPECT_GT(test::fail_every_allocation(mexFunction, 2,
-                                          {array, points, medium, ndiv, frequency, settings}),
-              20);
+    EXPECT_GT(
+        fail_every_allocation(mexFunction, 2, {array, points, medium, ndiv, frequency, settings}),
+        20);
   };
-  sweep(test::elements("circ", 2), test::options("fnm_cw"), nodes);
-  StructArray tolerance = test::options("fnm_cw");
+  sweep(elements("circ", 2), options("fnm_cw"), nodes);
+  StructArray tolerance = options("fnm_cw");
   tolerance.set("tolerance", 1e-3);
-  StructArray row = test::elements("rect", 6);
+  StructArray row = elements("rect", 6);
   for (std::size_t i = 0; i < 6; ++i) row.set("euler", {0.0, 0.0, 0.0}, i);
   sweep(row, tolerance, none);
-  StructArray harmonics = test::march_options("kzk_cw", 4);
+  StructArray harmonics = march_options("kzk_cw", 4);
   harmonics.set("wanted", Value::row({1, 2}));
-  sweep(test::elements("shel", 1, 0.1), harmonics, nodes);
-  sweep(test::elements("shel", 2, 0.1), harmonics, nodes);
+  sweep(elements("shel", 1, 0.1), harmonics, nodes);
+  sweep(elements("shel", 2, 0.1), harmonics, nodes);
 }
 
 }  // namespace
-}  // namespace kestrel::standalone
+}  // namespace kestrel::test

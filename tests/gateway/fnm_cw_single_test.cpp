@@ -12,6 +12,7 @@
 #include "mex/entries/compute_element.h"
 #include "mex/standalone/standalone_host.h"
 #include "tests/support/allocation_sweep.h"
+#include "tests/support/entry_arguments.h"
 #include "tests/support/situation.h"
 
 extern "C" void mexfilerequiredapiversion(unsigned int* built_by, unsigned int* required);
@@ -73,19 +74,11 @@ StructArray regular_grid() {
   return grid;
 }
 
-StructArray medium() {
-  StructArray medium;
-  for (const char* field : {"bloodperfusion", "specificheat", "specificheatofblood",
-                            "thermalconductivity", "nonlinearityparameter", "powerlawexponent"}) {
-    medium.set(field, 0.0);
-  }
-  medium.set("soundspeed", 1500.0).set("density", 1000.0).set("attenuationdBcmMHz", 0.5);
-  return medium;
-}
+StructArray medium() { return std::move(water().set("attenuationdBcmMHz", 0.5)); }
 
 /// The arguments of one call, good until something is spoiled.
 struct Arguments {
-  StructArray elements = transducers(2), grid = point_list(), water = medium();
+  StructArray elements = transducers(2), grid = point_list(), fluid = medium();
   Value ndiv = Value::scalar(7), frequency = Value::scalar(1e6), flag, seventh = Value::scalar(0);
   /// Stands in for an argument where it is not null.
   Value replacement[3];
@@ -93,7 +86,7 @@ struct Arguments {
   std::size_t count = 5;
 
   CallResult run() const {
-    const mxArray* all[] = {elements, grid, water, ndiv, frequency, flag, seventh};
+    const mxArray* all[] = {elements, grid, fluid, ndiv, frequency, flag, seventh};
     for (int i = 0; i < 3; ++i) {
       if (replacement[i] != nullptr) all[i] = replacement[i];
     }
@@ -117,7 +110,7 @@ TEST(Messages, ComeInTheOrderOfTheChecks) {
   a.count = 4;
   for (Value& r : a.replacement) r = Value::scalar(1);
   a.grid = StructArray();
-  a.water = StructArray();
+  a.fluid = StructArray();
   a.ndiv = Value::text("seven");
   a.frequency = Value::complex_matrix(1, 1, {{1e6, 0}});
   a.flag = Value::scalar(1);
@@ -151,7 +144,7 @@ TEST(Messages, ComeInTheOrderOfTheChecks) {
       {"Medium must be a MATLAB structure.\n", [&] { a.replacement[2] = Value(); }},
       {"Medium object is not structured correctly. Please see the documentation for the correct "
        "structure.",
-       [&] { a.water = medium(); }},
+       [&] { a.fluid = medium(); }},
       {"ndiv must be an integer.\n", [&] { a.ndiv = Value::logical(true); }},
       {"ndiv must be an integer.\n", [&] { a.ndiv = Value::scalar(0.9); }},
       {"Frequency must a real number.\n", [&] { a.frequency = Value::text("f"); }},
@@ -438,7 +431,7 @@ TEST(Release, EveryPathLeavesNothingBehind) {
     const long before = objects_alive();
     char text[200] = "";  // not a string: it must not be alive either
     {
-      const mxArray* all[] = {a.elements, a.grid, a.water, a.ndiv, a.frequency};
+      const mxArray* all[] = {a.elements, a.grid, a.fluid, a.ndiv, a.frequency};
       const CallResult result = call(mexFunction, 1, {all, all + 5});
       if (result.error) std::snprintf(text, sizeof text, "%s", result.error->c_str());
     }
@@ -460,7 +453,7 @@ TEST(Release, EveryPathLeavesNothingBehind) {
   // five elements, their lists, the tables of the method.
   a.elements = transducers(5);
   EXPECT_GE(
-      fail_every_allocation(mexFunction, 1, {a.elements, a.grid, a.water, a.ndiv, a.frequency}),
+      fail_every_allocation(mexFunction, 1, {a.elements, a.grid, a.fluid, a.ndiv, a.frequency}),
       19);
 }
 

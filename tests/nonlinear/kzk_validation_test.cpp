@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <ostream>
 
-#include "tests/nonlinear/kzk_table.h"
+#include "validation/kzk_table.h"
 
 namespace kestrel {
 

@@ -228,13 +228,7 @@ end
 function windows()
   row = kestrel.linear_array(5, 1e-3, 10e-3, 1e-3, 'amplitude', 2, 'euler', [0.3 0.1 0.2]);
   t = [-0.8 -0.4 0 0.4 0.8];
-  table = {'rect', ones(1, 5)
-           'hann', cos(pi * t / 2) .^ 2
-           'hamming', 0.54 + 0.46 * cos(pi * t)
-           'blackman', 0.42 + 0.5 * cos(pi * t) + 0.08 * cos(2 * pi * t)
-           'cosine', cos(pi * t / 2)
-           'tukey', [cos(0.3 * pi)^2 1 1 1 cos(0.3 * pi)^2]
-           'gauss', exp(-t .^ 2 / 0.32)
+  table = {'hann', cos(pi * t / 2) .^ 2
            [1 0 3 4 5], [1 0 3 4 5]};
   for i = 1:size(table, 1)
     weighted = kestrel.apodize(row, table{i, 1});
@@ -250,29 +244,6 @@ function windows()
   rings = kestrel.annular_array([0 2e-3 6e-3], [2e-3 4e-3 10e-3]);
   rings = kestrel.apodize(rings, 'hann', 'along', 'radius');
   expect_close([rings.amplitude], cos(pi / 2 * [0 0.3 0.8]) .^ 2, 1e-9, 'over the radius');
-
-  % The aperture of elements that look all ways, from points of their faces.
-  mixed = [kestrel.rectangle(3e-3, 5e-3, 'center', [-9e-3 1e-3 0], 'euler', [0.3 -0.6 0.5]), ...
-           kestrel.circle(3e-3, 'center', [1e-3 -9e-3 1e-3], 'euler', [0.2 -0.9 0]), ...
-           kestrel.ring(2e-3, 4e-3, 'center', [9e-3 1e-3 0], 'euler', [-0.9 0 0]), ...
-           kestrel.shell(8e-3, 9e-3, 'center', [0 9e-3 -2e-3], 'euler', [1.3 0.9 0]), ...
-           kestrel.shell_ring(1e-3, 4e-3, 5e-3, 'center', [8e-3 8e-3 0], 'euler', [-0.6 1.1 2])];
-  turn = 2 * pi * (0:3600) / 3600;
-  rim = @(a, z) [a * cos(turn); a * sin(turn); z * ones(size(turn))];
-  circles = @(a, rc) arrayfun(@(r) rim(r, rc - sqrt(rc^2 - r^2)), a, 'uniformoutput', false);
-  zone = @(a, b, rc) cell2mat(circles(linspace(a, b, 201), rc));
-  edges = {[-1.5 1.5 1.5 -1.5; -2.5 -2.5 2.5 2.5; 0 0 0 0] * 1e-3, rim(3e-3, 0), rim(4e-3, 0), ...
-           zone(0, 8e-3, 9e-3), zone(1e-3, 4e-3, 5e-3)};
-  for i = 1:5
-    edges{i} = kestrel.detail.to_global(edges{i}, mixed(i).center, mixed(i).euler);
-  end
-  edges = [edges{:}];
-  middle = (min(edges, [], 2) + max(edges, [], 2)) / 2;
-  half = (max(edges, [], 2) - min(edges, [], 2)) / 2;
-  t = (vertcat(mixed.center).' - repmat(middle, 1, 5)) ./ repmat(half, 1, 5);
-  weighted = kestrel.apodize(mixed, 'cosine');
-  expect_close([weighted.amplitude], cos(pi * t(1, :) / 2) .* cos(pi * t(2, :) / 2), 1e-5, ...
-               'the aperture of tilted elements');
 end
 
 % Centres and facing directions, n by 3, the latter from a second point of the axis.

@@ -255,8 +255,9 @@ function files()
            char(start));
   end
   mkdir('folder.png');
-  expect_error_match(@() kestrel.show_field(p, grid, 'file', 'folder.png'), ...
-                     '^kestrel.show_field: ''folder.png'' cannot be written: ');
+  expect_refused('kestrel.show_field', {
+    {p, grid, 'file', 'folder.png'}, '''folder.png'' cannot be written: '
+  });
 end
 
 function refusals()

@@ -1,5 +1,6 @@
 % Both forms, one row and one row per element, and what is refused.
 
+addpath(fullfile(fileparts(mfilename('fullpath')), 'support'));
 tone = set_excitation_function(1, 2.5, 1e6, 3e-6, 0);
 assert(tone, struct('type', 1, 'A0', 2.5, 'f0', 1e6, 'pulse_width', 3e-6, 'B', 0));
 
@@ -22,7 +23,7 @@ assert([two.w], [2e-7 3e-7]);
 widths = set_excitation_function([1 2 3], 1e-7, [2e-7 3e-7], 0);
 assert(widths(2).signal, [1 2 3]);
 
-refused = {
+expect_refused('set_excitation_function', {
   {}, 'arguments'
   {1, 1, 1e6}, 'there were 3 arguments'
   {4, 1, 1e6, 3e-6, 0}, 'type must be'
@@ -42,17 +43,4 @@ refused = {
   {[1 2; 3 4], 1e-7, [1 2 3], 0}, 'signal must be one number or a vector'
   {[1 2], 0, 1e-6, 0}, 'ts must be greater'
   {[1 2], 1e-7, -1, 0}, 'w must be greater'
-};
-for i = 1:size(refused, 1)
-  text = '';
-  try
-    set_excitation_function(refused{i, 1}{:});
-  catch failure
-    text = failure.message;
-    assert(failure.identifier, 'kestrel:argument');
-  end
-  if isempty(strfind(text, refused{i, 2}))
-    error('case %d: expected "%s", but got "%s"', i, refused{i, 2}, text);
-  end
-end
-
+});

@@ -5,7 +5,7 @@
 
 #include "mex/standalone/standalone_host.h"
 #include "tests/support/situation.h"
-#include "tests/support/surface_integral.h"
+#include "validation/reference/rayleigh.h"
 
 namespace kestrel::test {
 namespace {
@@ -17,11 +17,34 @@ const Points kPoints = {{0, 0, 12e-3},        {0, 0, 40e-3},       {1e-3, -1.5e-
                         {7e-3, 2e-3, 11e-3},  {0, 9e-3, 12e-3},    {15e-3, -9e-3, 25e-3},
                         {4e-3, 4e-3, 17e-3},  {-3e-3, 1e-3, 60e-3}};
 
+/// alpha + jk.
+Complex propagation_constant(const Medium& m) {
+  return {reference::attenuation(m), reference::wavenumber(m)};
+}
+
+/// At points of the element's frame.
 std::vector<Complex> converged(const Situation& s, const Points& points) {
-  const SurfaceIntegral integral(s);
   std::vector<Complex> field;
-  for (const Point p : points) field.push_back(integral(p));
+  for (const Point p : points) {
+    field.push_back(s.weight() * reference::face(s.geometry(), s.medium, p));
+  }
   return field;
+}
+
+/// The same points where the element stands: turned about z, then x, then y.
+Points placed(const Situation& s, Points points) {
+  const auto turn = [](double angle, double& from, double& to) {
+    const double x = from, y = to;
+    from = std::cos(angle) * x - std::sin(angle) * y;
+    to = std::sin(angle) * x + std::cos(angle) * y;
+  };
+  for (Point& p : points) {
+    turn(s.euler.z, p.x, p.y);
+    turn(s.euler.y, p.y, p.z);
+    turn(s.euler.x, p.z, p.x);
+    p = {p.x + s.center.x, p.y + s.center.y, p.z + s.center.z};
+  }
+  return points;
 }
 
 enum class Convention {
@@ -51,17 +74,19 @@ TEST_P(ConvergedIntegral, IsReached) {
     s.amplitude = 1.3;
     s.phase = 0.7;
     s.medium._dBcmMHz = slope;
+    if (slope > 0) s.center = {1e-3, -2e-3, 3e-3}, s.euler = {0.4, -0.7, 1.9};
     std::vector<Complex> expected = converged(s, kPoints);
     const Complex g = propagation_constant(s.medium);
     if (c.convention == Convention::nearfield) {
       for (Complex& p : expected) p *= g / Complex(0, g.imag());
     }
-    const double error = difference(field(s, c.method, kPoints), expected);
+    const double error = difference(field(s, c.method, placed(s, kPoints)), expected);
     EXPECT_LE(error, c.tolerance) << slope << " dB/(cm MHz)";
     EXPECT_GE(error, c.tolerance / 100) << "the budget is too wide to watch anything";
   }
 }
 
+// The four-wide methods that fill their last block up have a node more than whole blocks.
 std::vector<Accuracy> accuracies() {
   using enum ShapeKind;
   using enum Convention;
@@ -69,10 +94,10 @@ std::vector<Accuracy> accuracies() {
   return {
       {"rectangle", rectangle, &T::fnm_cw, 64, 1e-12, nearfield},
       {"rectangle_single", rectangle, &T::fnm_cw_single, 64, 2e-5, nearfield},
-      {"rectangle_sse", rectangle, &T::fnm_cw_sse, 64, 1.5e-3, nearfield},
+      {"rectangle_sse", rectangle, &T::fnm_cw_sse, 65, 1.5e-3, nearfield},
       {"rectangle_sse2", rectangle, &T::fnm_cw_sse2, 64, 1.5e-3, no_loss},
       {"rectangle_rayleigh", rectangle, &T::rayleigh_cw, 32, 1e-12, exact},
-      {"rectangle_rayleigh_sse", rectangle, &T::rayleigh_cw_sse, 32, 2e-3, exact},
+      {"rectangle_rayleigh_sse", rectangle, &T::rayleigh_cw_sse, 33, 2e-3, exact},
       {"rectangle_radiator", rectangle, &T::radiator_cw, 32, 6e-3, exact},
       {"disc", disc, &T::fnm_cw, 64, 1e-12, nearfield},
       {"disc_sse", disc, &T::fnm_cw_sse, 64, 2e-3, nearfield},
@@ -84,7 +109,7 @@ std::vector<Accuracy> accuracies() {
       {"shell", shell, &T::fnm_cw, 96, 1e-12, nearfield},
       {"shell_sse", shell, &T::fnm_cw_sse, 96, 1e-2, nearfield},
       {"shell_rayleigh", shell, &T::rayleigh_cw, 256, 1e-4, exact},
-      {"shell_rayleigh_sse", shell, &T::rayleigh_cw_sse, 256, 4e-3, exact},
+      {"shell_rayleigh_sse", shell, &T::rayleigh_cw_sse, 257, 4e-3, exact},
       {"spherical_ring", spherical_ring, &T::fnm_cw, 96, 1e-12, nearfield},
       {"spherical_ring_rayleigh", spherical_ring, &T::rayleigh_cw, 256, 1e-4, exact},
   };
@@ -162,15 +187,34 @@ TEST(Limits, OneRadiatorIsTheFarField) {
             1e-14);
 }
 
+// Directivities of real and of complex argument.
+TEST(Limits, RadiatorsInATraceOfLossAreThoseWithout) {
+  Situation s = typical(ShapeKind::rectangle), trace = s;
+  trace.medium._dBcmMHz = 1e-9;
+  EXPECT_LE(difference(field(trace, &Transducer::radiator_cw, kPoints),
+                       field(s, &Transducer::radiator_cw, kPoints)),
+            1e-9);
+}
+
+// The plain sum over a disc has the loss with the other sign, so that waves grow.
+TEST(Limits, RayleighSumOfADiscGrowsByTheLoss) {
+  Situation s = typical(ShapeKind::disc), gain = s;
+  s.medium._dBcmMHz = 1;
+  gain.medium._dBcmMHz = -1;
+  EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw, kPoints),
+                       field(gain, &Transducer::rayleigh_cw_apodized, kPoints)),
+            1e-12);
+}
+
 TEST(Apodization, RayleighSumMatchesTheProfile) {
   Situation s = typical(ShapeKind::disc);
   s.nodes = 256;
   for (const int profile : {1, 2, 3, 4}) {
     s.profile = profile;
-    const SurfaceIntegral integral(
-        s, [&](double rho) { return piston_apodization::evaluate(profile, rho, s.a); });
     std::vector<Complex> expected;
-    for (const Point p : kPoints) expected.push_back(integral(p));
+    for (const Point p : kPoints) {
+      expected.push_back(reference::apodized_disc(profile, s.a, s.medium, p, 96));
+    }
     EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw_apodized, kPoints), expected), 1e-4);
     if (profile != 2) continue;
     // The nearfield form carries -pi a; only the raised cosine, which has no corner on the rim,

@@ -218,60 +218,6 @@ TEST(AnalyticPulses, SinglePrecisionToneTerms) {
   }
 }
 
-// All other single-precision terms are the double ones, rounded when they are stored.
-TEST(ExcitationTerms, OfSinglePrecisionAreTheRoundedOnes) {
-  auto signals = pulses();
-  const auto samples = sampled(random_signal(24, 5), 1e-7, 24e-7);
-  const ExcitationFunction* const all[] = {signals[0].pulse.get(), signals[1].pulse.get(),
-                                           signals[2].pulse.get(), samples.get()};
-  const TimeSamples axis(0.21e-6, 0, 2.1e-6);
-  for (const ExcitationFunction* e : all) {
-    const int n = e->number_of_tsd_terms(), nt = axis.nt();
-    std::vector<double> wide(static_cast<std::size_t>(n * nt));
-    std::vector<float> narrow(wide.size());
-    const auto expect_rounded = [&](int count) {
-      for (int i = 0; i < count; ++i) {
-        EXPECT_EQ(narrow[i], static_cast<float>(wide[i])) << e->get_type() << ", term " << i;
-      }
-    };
-    for (const float tau : {0.3e-6f, 1.1e-6f, 1.9e-6f}) {
-      e->spatial_tsd(wide.data(), double{tau});
-      e->spatial_tsd(narrow.data(), tau);
-      expect_rounded(n);
-      if (e->get_type() == 1) continue;  // the tone's are four-wide
-      e->temporal_tsd(wide.data(), &axis, nt, double{tau});
-      e->temporal_tsd(narrow.data(), &axis, nt, tau);
-      expect_rounded(n * nt);
-    }
-  }
-}
-
-// To the last bit: frequencies of lines and the rate of a tone are multiplied out in this order.
-TEST(ExcitationTerms, KeepTheirOrderOfOperations) {
-  for (const int n : {7, 12, 31, 45, 100}) {
-    const double ts = 47e-9;
-    const auto e = sampled(random_signal(n, n), ts, n * ts);
-    const double step = ((1.0 / n + 1.0 / n) * 3.14159265358979) / ts;
-    for (int k = 0; k < e->number_of_tsd_terms(); ++k) {
-      EXPECT_EQ(e->get_omega_array()[k], k * step) << n;
-    }
-  }
-  const double a0 = 1.7, f0 = 1.3e6;
-  const ToneBurst tone(a0, f0, 3e-6, 0, 1);
-  for (const double t : {0.1e-6, 0.7e-6, 2.9e-6}) {
-    EXPECT_EQ(tone.derivative(t), 2 * a0 * 3.14159265358979 * f0 * std::cos(two_pi * f0 * t)) << t;
-  }
-}
-
-TEST(AnalyticPulses, FourWideSpatialTermsAreLeftAlone) {
-  float4 out[8];
-  for (float4& x : out) x = float4::splat(5);
-  ToneBurst(1, 1e6, 3e-6, 0, 1).spatial_tsd(out, float4::splat(1e-6f));
-  HanningPulse(1, 1e6, 3e-6, 0, 2).spatial_tsd(out, float4::splat(1e-6f));
-  TCubedPulse(1, 1e6, 3e-6, 1e6, 3).spatial_tsd(out, float4::splat(1e-6f));
-  for (const float4& x : out) EXPECT_EQ(x.lane(0), 5);
-}
-
 // ---- sampled signals ---------------------------------------------------------------------------
 
 TEST(SampledSignal, LinesAreThoseOfTheTransform) {

@@ -6,8 +6,8 @@
 
 #include "kestrel/instruction_set.h"
 #include "mex/standalone/standalone_host.h"
-#include "tests/support/reference_fields.h"
-#include "tests/support/surface_integral.h"
+#include "tests/support/cw_methods.h"
+#include "validation/reference/rayleigh.h"
 
 namespace kestrel::test {
 namespace {
@@ -49,35 +49,59 @@ Points special_points(const Situation& s) {
   return {};
 }
 
-// Finite where a formula could divide by zero, the same on all instruction sets, and as the plain
-// evaluation has it.
-TEST(SpecialPoints, AreFiniteAndAsThePlainEvaluationHasThem) {
+std::vector<Situation> situations() {
   Situation hemisphere = typical(ShapeKind::shell);  // its rim's plane goes through the centre
   hemisphere.a = hemisphere.b;
-  std::vector<Situation> situations = {hemisphere};
-  for (const ShapeKind shape : kShapes) situations.push_back(typical(shape));
-  for (Situation s : situations) {
-    s.profile = 2;
-    s.medium._rho_density = 987.3;  // so that the order of a product shows
+  std::vector<Situation> list = {hemisphere};
+  for (const ShapeKind shape : kShapes) list.push_back(typical(shape));
+  for (Situation& s : list) s.profile = 2;
+  return list;
+}
+
+// Finite where a formula could divide by zero, and the same on all instruction sets.
+TEST(SpecialPoints, AreFiniteOnEveryInstructionSet) {
+  const standalone::Capture quiet;
+  for (Situation s : situations()) {
     const Points points = special_points(s);
     for (const double slope : {0.0, 1.0}) {
       s.medium._dBcmMHz = slope;
       for (const CwMethod& m : kCwMethods) {
-        if (m.shape != s.shape || m.tolerance > 1e-9) continue;
-        const auto expected = reference_field(m, s, points);
+        if (m.shape != s.shape) continue;
+        std::vector<Complex> scalar;
         for (const InstructionSet set :
              {InstructionSet::scalar, InstructionSet::baseline, instruction_set()}) {
           const ScopedInstructionSet scope(set);
           const auto actual = field(s, m.method, points);
+          if (scalar.empty()) scalar = actual;
           for (std::size_t i = 0; i < points.size(); ++i) {
             EXPECT_TRUE(finite(actual[i])) << m.name << ", point " << i;
           }
           // Next to the centre of curvature nearly equal waves are divided by what is left of them.
-          EXPECT_LE(difference(actual, expected),
-                    set == InstructionSet::scalar && m.tolerance == 0 ? 0 : 1e-9)
-              << m.name << ", " << name(set);
+          EXPECT_LE(difference(actual, scalar), 1e-9) << m.name << ", " << name(set);
         }
       }
+    }
+  }
+}
+
+// With nodes enough the edge integrals converge there too, but for points that all but lie on an
+// edge, and in the plane of a hemisphere's rim. Next to the centre of curvature digits are lost.
+TEST(SpecialPoints, HaveTheFieldOfTheFace) {
+  for (Situation s : situations()) {
+    s.nodes = 600;
+    const double ring_gap = s.shape == ShapeKind::spherical_ring ? 20e-3 : -1;
+    for (const Point p : special_points(s)) {
+      const double beside = std::abs(std::remainder(p.x, 1e-4));
+      const bool in_rim_plane = s.shape == ShapeKind::shell && s.a == s.b && p.z > s.b - 1e-9;
+      if ((beside > 0.9e-9 && beside < 1.1e-9) || (in_rim_plane && p.x > 0 && p.z < s.b + 1e-9)) {
+        continue;
+      }
+      const bool at_centre = std::abs(p.z - 15e-3) < 1e-9 && p.x == 0;
+      const Complex expected = p.x == ring_gap ? -reference::cap(s.a, s.c, s.medium, p)
+                                               : reference::face(s.geometry(), s.medium, p);
+      EXPECT_LE(std::abs(field(s, &Transducer::fnm_cw, {p})[0] - expected),
+                at_centre ? 0.4 : 1.5e-3)
+          << static_cast<int>(s.shape) << ": " << p.x << " " << p.y << " " << p.z;
     }
   }
 }
@@ -125,11 +149,19 @@ TEST(SpecialPoints, SumsOnTheFaceItself) {
   Situation s = typical(ShapeKind::rectangle);
   s.nodes = 3;  // the middle node is the origin
   const Points origin = {{0, 0, 0}};
-  const std::vector<Complex> node = {reference::rectangle_rayleigh(s, origin[0])};
+  Complex sum = 0;
+  const double node_at = std::sqrt(0.6), w[] = {5 / 9.0, 8 / 9.0, 5 / 9.0};
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) {
+      const double r = node_at / 2 * std::hypot((i - 1) * s.a, (j - 1) * s.b);
+      sum += w[i] * w[j] * (r == 0 ? Complex(1, 1) : std::polar(1 / r, -2 * M_PI / 1.5e-3 * r));
+    }
+  }
+  const std::vector<Complex> node = {Complex(0, 1e9) * (s.a * s.b / 4) * sum};
   {
     const standalone::Capture quiet;
     const ScopedInstructionSet scalar(InstructionSet::scalar);
-    EXPECT_EQ(field(s, &Transducer::rayleigh_cw, origin), node);
+    EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw, origin), node), 1e-12);
     EXPECT_LE(difference(field(s, &Transducer::rayleigh_cw_sse, origin), node), 8e-3);
   }
   // Against the fast nearfield method; the sum converges as 1/n there.

@@ -13,9 +13,10 @@ namespace kestrel::test {
 using standalone::StructArray;
 using standalone::Value;
 
-/// Elements of one shape, side by side, one turned against the next.
-inline StructArray elements(const char* shape, std::size_t count, double amplitude = 1) {
-  StructArray array(1, count);
+/// Elements of one shape, side by side, one turned against the next; in `rows` rows.
+inline StructArray elements(const char* shape, std::size_t count, double amplitude = 1,
+                            std::size_t rows = 1) {
+  StructArray array(rows, count / rows);
   for (std::size_t i = 0; i < count; ++i) {
     const double n = static_cast<double>(i);
     array.set("shape", shape, i).set("width", 1e-3, i).set("height", 2e-3, i);
@@ -79,7 +80,7 @@ inline StructArray samples() {
   return excitation;
 }
 
-inline StructArray options(const char* method, double threads = 2) {
+inline StructArray options(const char* method = "fnm_cw", double threads = 2) {
   StructArray settings;
   settings.set("method", method).set("instruction_set", "auto");
   settings.set("threads", threads).set("memory", 1e8);

@@ -51,30 +51,27 @@ struct Situation {
 
   Complex weight() const { return {amplitude * std::cos(phase), amplitude * std::sin(phase)}; }
 
-  std::unique_ptr<Transducer> element() const {
-    std::unique_ptr<Transducer> made = bare_element();
-    made->set_amplitude(amplitude);
-    made->set_phase(phase);
-    made->set_center(center);
-    made->set_euler(euler);
-    made->set_piston_apodization_index(profile);
-    return made;
-  }
-
- private:
-  std::unique_ptr<Transducer> bare_element() const {
+  Geometry geometry() const {
     switch (shape) {
       case ShapeKind::rectangle:
-        return std::make_unique<RectangularTransducer>(a, b);
+        return Rectangle{a, b};
       case ShapeKind::disc:
-        return std::make_unique<CircularTransducer>(a);
+        return Circle{a};
       case ShapeKind::ring:
-        return std::make_unique<RingTransducer>(a, b);
+        return Ring{a, b};
       case ShapeKind::shell:
-        return std::make_unique<SphericalTransducer>(a, b);
+        return Shell{a, b};
       default:
-        return std::make_unique<SphericalRingTransducer>(a, b, c);
+        return ShellRing{a, b, c};
     }
+  }
+  std::unique_ptr<Transducer> element() const {
+    return fields::make_transducer({.geometry = geometry(),
+                                    .center = center,
+                                    .euler = euler,
+                                    .amplitude = amplitude,
+                                    .phase = phase,
+                                    .apodization_index = profile});
   }
 };
 
@@ -101,17 +98,28 @@ inline void fill_grid(CoordinateGrid& grid, const Points& points) {
   grid.CoordinateGridVector(columns.data(), static_cast<int>(points.size()));
 }
 
+/// Gives an element what every method needs.
+inline void wire(Transducer& element, CoordinateGrid& grid, NumericalIntegration& rule,
+                 Medium& medium) {
+  element.set_global_coordinate_grid(&grid);
+  element.set_integral_pointer(&rule);
+  element.set_medium(&medium);
+}
+
+inline NumericalIntegration gauss_rule(int nodes) {
+  NumericalIntegration rule;
+  rule.allocate_memory(nodes);
+  rule.gauss_quadrature();
+  return rule;
+}
+
 /// An element with its medium, rule and grid.
 class Setup {
  public:
   Setup(std::unique_ptr<Transducer> element, const Medium& medium, const Points& points, int nodes)
-      : _element(std::move(element)), _medium(medium) {
+      : _element(std::move(element)), _medium(medium), _rule(gauss_rule(nodes)) {
     set_points(points);
-    _rule.allocate_memory(nodes);
-    _rule.gauss_quadrature();
-    _element->set_global_coordinate_grid(&_grid);
-    _element->set_integral_pointer(&_rule);
-    _element->set_medium(&_medium);
+    wire(*_element, _grid, _rule, _medium);
   }
   Setup(const Situation& s, const Points& points) : Setup(s.element(), s.medium, points, s.nodes) {}
 

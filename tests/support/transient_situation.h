@@ -43,15 +43,21 @@ inline std::vector<NamedExcitation> excitations() {
   return {{"tone", tone()}, {"hanning", hanning()}, {"t-cubed", t_cubed()}, {"sampled", sampled()}};
 }
 
+/// Gives an element what every method for pulses needs besides.
+inline void wire_pulse(Transducer& element, TimeSamples& axis, const ExcitationFunction& excitation,
+                       double* traces) {
+  element.set_time_vector(&axis);
+  element.set_transient_pressure_pointer(traces);
+  element._excitation_function = const_cast<ExcitationFunction*>(&excitation);
+}
+
 /// An element with an axis, an excitation and an array for its traces, which starts at zero.
 class TransientBench : public Setup {
  public:
   TransientBench(const Situation& s, const Points& points, TimeSamples& axis,
                  const ExcitationFunction& excitation)
       : Setup(s, points), _axis(axis), _points(points.size()), _pressure(_points * axis.nt()) {
-    element().set_time_vector(&axis);
-    element().set_transient_pressure_pointer(_pressure.data());
-    element()._excitation_function = const_cast<ExcitationFunction*>(&excitation);
+    wire_pulse(element(), axis, excitation, _pressure.data());
   }
   void fill(double value) { std::fill(_pressure.begin(), _pressure.end(), value); }
   bool all_equal(double value) const {

@@ -1,9 +1,10 @@
-#include "validation/rayleigh_reference.h"
+#include "validation/reference/rayleigh.h"
 
 #include <algorithm>
 #include <cmath>
 #include <map>
 #include <numbers>
+#include <variant>
 #include <vector>
 
 #include "kestrel/quadrature.h"
@@ -145,6 +146,25 @@ Complex cap(double a, double rc, const Medium& medium, CartesianCoordinate p, in
   };
   return rayleigh_prefactor(medium) * rc *
          (piece(first, near_rim) + piece(near_rim, far_rim) + piece(far_rim, 1.0));
+}
+
+Complex face(const Geometry& geometry, const Medium& medium, CartesianCoordinate p, int nodes) {
+  struct Face {
+    const Medium& m;
+    CartesianCoordinate p;
+    int n;
+    Complex operator()(const Rectangle& g) const { return rectangle(g.width, g.height, m, p, n); }
+    Complex operator()(const Circle& g) const { return disc(g.radius, m, p, n); }
+    Complex operator()(const Ring& g) const {
+      return disc(g.outer_radius, m, p, n) - disc(g.inner_radius, m, p, n);
+    }
+    Complex operator()(const Shell& g) const { return cap(g.radius, g.rad_curvature, m, p, n); }
+    Complex operator()(const ShellRing& g) const {
+      return cap(g.outer_radius, g.geometric_focus, m, p, n) -
+             cap(g.inner_radius, g.geometric_focus, m, p, n);
+    }
+  };
+  return std::visit(Face{medium, p, nodes}, geometry);
 }
 
 Complex apodized_disc(int index, double a, const Medium& medium, CartesianCoordinate p, int nodes) {

@@ -1,4 +1,4 @@
-#include "tests/nonlinear/kzk_checks.h"
+#include "validation/kzk_checks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include "methods/kzk/compat.h"
 #include "methods/kzk/nonlinear_step.h"
 #include "methods/kzk/wave_beam.h"
-#include "tests/nonlinear/reference_fields.h"
+#include "validation/reference/nonlinear.h"
 
 namespace kestrel::checks {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/nonlinear/kzk_checks.h"
+#include "validation/kzk_checks.h"
 
 /// The marches against what is known without them: one table for the tests, which run its quick
 /// rows and prove that faults are caught, and for the validation table of docs/nonlinear.md.

@@ -1,4 +1,4 @@
-#include "tests/nonlinear/kzk_table.h"
+#include "validation/kzk_table.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Converged Rayleigh-Sommerfeld integrals, the yardstick of the accuracy page.
+/// Converged Rayleigh-Sommerfeld integrals, the yardstick of the accuracy page and of the tests.
 ///
 ///     p = j rho f0 w * surface integral of e^{-(alpha + jk)R}/R
 ///
@@ -31,6 +31,9 @@ std::complex<double> rectangle(double width, double height, const Medium& medium
 /// Apex at the origin, centre of curvature at z = curvature.
 std::complex<double> cap(double radius, double curvature, const Medium& medium,
                          CartesianCoordinate p, int nodes = kNodes);
+/// A face of any shape, with the apex of a curved one at the origin.
+std::complex<double> face(const Geometry& geometry, const Medium& medium, CartesianCoordinate p,
+                          int nodes = kNodes);
 /// A disc with the velocity profile `index`, as a superposition of uniform discs.
 std::complex<double> apodized_disc(int index, double radius, const Medium& medium,
                                    CartesianCoordinate p, int nodes = kNodes);
