@@ -12,7 +12,7 @@ array = kestrel.annular_array(inner, outer);
 grid = set_coordinate_grid([0.15e-3 0 0.3e-3], -7.5e-3, 7.5e-3, 0, 0, 5e-3, 110e-3);
 axis_grid = set_coordinate_grid([0 0 0.1e-3], 0, 0, 0, 0, 5e-3, 110e-3);
 z = (5:0.1:110) * 1e-3;
-k = 2 * pi * f0 / medium.soundspeed;
+k = real(kestrel.wavenumber(medium, f0));
 
 if exist('OCTAVE_VERSION', 'builtin')
   warning('off', 'Octave:gnuplot-graphics');

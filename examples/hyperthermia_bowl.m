@@ -32,7 +32,7 @@ kestrel.show_field(two, plane, 'title', 'Two foci', 'file', 'hyperthermia_two_fo
 % Check: the centre of the sphere lies on the axis of every disc, at the same distance; so the
 % pressure is n times the closed form rho c v (exp(-q R) - exp(-q sqrt(R^2 + a^2))), q = alpha + jk.
 p0 = kestrel.cw_field(array, set_coordinate_grid([0 0 radius]), medium, 12, f0);
-q = medium.attenuationdBcmMHz * 1e-4 * f0 * log(10) / 20 + 2j * pi * f0 / medium.soundspeed;
+q = 1j * kestrel.wavenumber(medium, f0);
 expected = n * medium.density * medium.soundspeed * 0.05 ...
            * (exp(-q * radius) - exp(-q * hypot(radius, 2.8e-3)));
 difference = abs(p0 / expected - 1);

@@ -22,8 +22,10 @@ kestrel.show_field(p, grid, 'range', [-30 0], 'at', [16.8e-3 8.4e-3 40.2e-3], ..
 [theta, phi] = ndgrid(linspace(0, 85, 60) * pi / 180, linspace(-pi, pi, 60));
 direction = [sin(theta(:)) .* cos(phi(:)), sin(theta(:)) .* sin(phi(:)), cos(theta(:))];
 r = 50;
+earlier = warning('off', 'kestrel:units');   % 50 m are meant
 far = kestrel.cw_field(array, set_coordinate_grid(r * direction), medium, 8, f0);
-k = 2 * pi * f0 / medium.soundspeed;
+warning(earlier);
+k = real(kestrel.wavenumber(medium, f0));
 wanted = sin(angles(1)) * [cos(angles(2)), sin(angles(2))];
 expected = k * 1.5e6 / (2 * pi * r) * 32^2 * 0.5e-3^2 * ones(size(far));
 for d = 1:2

@@ -26,11 +26,11 @@ fprintf('peak at %.2f mm, %.2f mm before the centre of curvature; gain %.1f; %.2
 
 % Check: rho c (exp(-qz) - exp(-q r)) / (1 - z / radius) with q = alpha + jk and the distance r to
 % the rim; at the centre of curvature, where both vanish, its limit with the depth h of the bowl.
-q = medium.attenuationdBcmMHz * 1e-4 * f0 * log(10) / 20 + 2j * pi * f0 / medium.soundspeed;
+q = 1j * kestrel.wavenumber(medium, f0);
 h = radius - sqrt(radius^2 - a^2);
 expected = impedance * (exp(-q * z) - exp(-q * hypot(z - h, a))) ./ (1 - z / radius);
 centre = abs(z - radius) < 1e-9;
-expected(centre) = impedance * 2j * pi * f0 / medium.soundspeed * h * exp(-q * radius);
+expected(centre) = impedance * 1j * imag(q) * h * exp(-q * radius);
 difference = max(abs(p(~centre) - expected(~centre))) / max(abs(expected));
 fprintf('check: %.1e of the peak from the closed form on the axis, allowed 1e-9\n', difference);
 at_centre = abs(p(centre) / expected(centre) - 1);

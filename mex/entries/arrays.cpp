@@ -4,12 +4,14 @@
 ///     [amplitude, phase, time_delay, euler1, euler2, euler3] = arrays (name, arguments, array)
 ///     [area, extent, inscribed_radius] = arrays ('faces', arguments, array)
 ///     shapes = arrays ('shapes', arguments)
+///     wave = arrays ('wavenumber', arguments)
 ///
 /// `name` is that of the user's function, for example 'linear_array' or 'focus'. `arguments` is a
 /// structure with the function's arguments and options by their names. The first form makes an
 /// array of elements, the second returns the drive and the angles of the elements of `array`, and
-/// the third what their shapes say of their faces, rows of one number for each element. The last
-/// lists the shapes that there are, each with its name and the fields of its sizes.
+/// the third what their shapes say of their faces, rows of one number for each element. The fourth
+/// lists the shapes that there are, each with its name and the fields of its sizes. The last has a
+/// column for each frequency f0: wavenumber (rad/m) and attenuation (Np/m).
 
 #include "kestrel/arrays.h"
 
@@ -247,6 +249,14 @@ void compute(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, const std
   if (nrhs == 2) {
     if (name == "shapes") {
       plhs[0] = write_shapes();
+      return;
+    }
+    if (name == "wavenumber") {
+      const Medium medium = arguments.medium();
+      const std::vector<double> f0 = arguments.numbers("f0");
+      plhs[0] = write_matrix(2, f0.size(), [&](std::size_t row, std::size_t i) {
+        return row == 0 ? medium.wavenumber(f0[i]) : medium.attenuation(f0[i]);
+      });
       return;
     }
     for (const Layout& layout : kLayouts) {

@@ -41,6 +41,7 @@ function odd_inputs_test()
     'kestrel.time_window', {a, g, m, e}, {'samples', 20}
     'kestrel.grid_axes', {g}, {}
     'kestrel.medium', {'water'}, {'density', 1000}
+    'kestrel.wavenumber', {m, 1e6}, {}
     'kestrel.intensity', {1, m}, {}
     'kestrel.cw_field', {a, g, m, 4, 1e6}, {'method', 'fnm_cw', 'tolerance', 1e-3, 'threads', 1, ...
                                             'reuse', true, 'memory', 1e6, 'kzk', []}

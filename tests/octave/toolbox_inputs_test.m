@@ -99,6 +99,10 @@ function media()
   medium = kestrel.medium('Fat', 'density', 1, 'attenuationdBcmMHz', 2);
   expect(medium.density == 1 && medium.attenuationdBcmMHz == 2 && medium.soundspeed == 1430, ...
          'values put in');
+  f0 = [1e6; 5e6];
+  expected = 2 * pi * f0 / 1430 - 1j * 2 * 100 * f0 / 1e6 * log(10) / 20;
+  expect(max(abs(kestrel.wavenumber(medium, f0) - expected)) < 1e-12 * abs(expected(1)), ...
+         'wavenumber and attenuation at two frequencies');
 end
 
 % A call with fewer arguments than it takes says which ones those are, as its help does.
@@ -107,7 +111,7 @@ function missing_arguments()
     'rectangle', 2; 'circle', 1; 'ring', 2; 'shell', 2; 'shell_ring', 3; 'linear_array', 4
     'planar_array', 4; 'curved_array', 5; 'annular_array', 2; 'bowl_array', 4; 'focus', 4
     'focus_delays', 3; 'from_positions', 3; 'aim', 2; 'plane_wave_delays', 3; 'drive', 4
-    'time_window', 4; 'grid_axes', 1; 'steer', 4; 'apodize', 2; 'cw_field', 5
+    'time_window', 4; 'grid_axes', 1; 'wavenumber', 2; 'steer', 4; 'apodize', 2; 'cw_field', 5
     'transient_field', 6; 'harmonics', 5; 'intensity', 2; 'beam_metrics', 2; 'show_field', 2
     'show_array', 1
   };
@@ -133,6 +137,11 @@ function refusals()
   no_width(2).width = [];
   no_density = rmfield(water, 'density');
   grid = small_grid();
+  expect_refusals('kestrel.wavenumber', {
+    {no_density, 1e6}, 'the medium lacks the field ''density''.'
+    {water, [1e6 0]}, 'f0 must be greater than 0.'
+    {water, 1j}, 'f0 must be real and finite.'
+  });
   expect_refusals('set_coordinate_grid', {
     {1, 2}, ...
       ['expected (delta, xmin, xmax, ymin, ymax, zmin, zmax) or (points), but there were 2 ' ...

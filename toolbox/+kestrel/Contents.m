@@ -8,6 +8,7 @@
 %   set_excitation_function - Signal that drives the elements in a transient calculation.
 %   kestrel.grid_axes       - The x, y and z values of a regular grid.
 %   kestrel.medium          - Properties of a homogeneous medium.
+%   kestrel.wavenumber      - Complex wavenumber of a plane wave in a medium.
 %
 % Elements and arrays
 %   kestrel.rectangle       - Flat rectangular element.

@@ -99,7 +99,7 @@ function [good, remark] = disc_axis(medium)
   f0 = 1.3e6;
   z = (1:59).' * 1e-3;
   p = kestrel.cw_field(kestrel.circle(a), on_axis(z), medium, 48, f0);
-  q = wavenumber(medium, f0);
+  q = kestrel.wavenumber(medium, f0);
   [good, remark] = compare(p, 1.5e6 * (exp(-1j * q * z) - exp(-1j * q * hypot(z, a))), 1e-9);
 end
 
@@ -108,7 +108,7 @@ function [good, remark] = shell_axis()
   [element, medium, f0] = bowl();
   z = [2:0.7:39, 41.3:0.7:80].' * 1e-3;
   p = kestrel.cw_field(element, on_axis(z), medium, 64, f0);
-  q = wavenumber(medium, f0);
+  q = kestrel.wavenumber(medium, f0);
   rim = hypot(z - sagitta(element), element.radius);
   expected = 1.5e6 * (exp(-1j * q * z) - exp(-1j * q * rim)) ./ (1 - z / element.rad_curvature);
   [good, remark] = compare(p, expected, 1e-9);
@@ -118,7 +118,7 @@ end
 function [good, remark] = shell_centre()
   [element, medium, f0] = bowl();
   p = kestrel.cw_field(element, on_axis(40e-3), medium, 16, f0);
-  q = wavenumber(medium, f0);
+  q = kestrel.wavenumber(medium, f0);
   [good, remark] = compare(p, 1.5e6 * 1j * q * sagitta(element) * exp(-1j * q * 40e-3), 1e-9);
 end
 
@@ -174,10 +174,6 @@ end
 
 function grid = on_axis(z)
   grid = set_coordinate_grid([zeros(numel(z), 2), z]);
-end
-
-function q = wavenumber(medium, f0)
-  q = 2 * pi * f0 / medium.soundspeed - 1j * medium.attenuationdBcmMHz * 1e-4 * f0 * log(10) / 20;
 end
 
 function [good, remark] = compare(p, expected, allowed)
