@@ -39,7 +39,7 @@ constexpr double kFrequency = 1e6;
 constexpr double kSpeed = 1500;
 constexpr double kWavelength = kSpeed / kFrequency;
 constexpr double kLoss = 1;  // dB/(cm MHz), wherever a study says "lossy"
-constexpr double mm = 1e-3;
+constexpr double kMm = 1e-3;
 
 // ---- output
 // --------------------------------------------------------------------------------------
@@ -249,16 +249,16 @@ std::function<bool(const CartesianCoordinate&)> clear_of_cap(double a, double rc
 }
 
 // The five subjects of the tables and their sizes.
-constexpr double kWidth = 6 * mm, kHeight = 10 * mm;
-constexpr double kRadius = 7.5 * mm, kInner = 4.5 * mm;
-constexpr double kShellRadius = 15 * mm, kCurvature = 40 * mm, kShellInner = 8 * mm;
+constexpr double kWidth = 6 * kMm, kHeight = 10 * kMm;
+constexpr double kRadius = 7.5 * kMm, kInner = 4.5 * kMm;
+constexpr double kShellRadius = 15 * kMm, kCurvature = 40 * kMm, kShellInner = 8 * kMm;
 
 std::vector<Subject> subjects() {
-  const Range near_z{kWavelength / 2, 30 * mm}, far_z{60 * mm, 150 * mm};
-  const Range far_x{0, 60 * mm};
-  const Points flat = scatter(400, {0, 12 * mm}, {0, 12 * mm}, near_z);
+  const Range near_z{kWavelength / 2, 30 * kMm}, far_z{60 * kMm, 150 * kMm};
+  const Range far_x{0, 60 * kMm};
+  const Points flat = scatter(400, {0, 12 * kMm}, {0, 12 * kMm}, near_z);
   const Points flat_far = scatter(400, far_x, far_x, far_z);
-  const Points bowl = scatter(400, {0, 12 * mm}, {0, 12 * mm}, {kWavelength / 2, 55 * mm},
+  const Points bowl = scatter(400, {0, 12 * kMm}, {0, 12 * kMm}, {kWavelength / 2, 55 * kMm},
                               clear_of_cap(kShellRadius, kCurvature, kWavelength / 2));
   const std::vector<Zone> planar{{"near", flat}, {"far", flat_far}};
   const std::vector<Zone> curved{{"near", bowl}, {"far", flat_far}};
@@ -360,7 +360,7 @@ void study_reference(Results& results, const std::vector<Subject>& all) {
   results.set("reference_doubled", number(worst));
 
   Points axis;
-  for (int i = 1; i <= 300; ++i) axis.emplace_back(0, 0, i * 0.5 * mm + 1e-5);
+  for (int i = 1; i <= 300; ++i) axis.emplace_back(0, 0, i * 0.5 * kMm + 1e-5);
   const Points focus{{0, 0, kCurvature}};
   struct Form {
     const char* name;
@@ -600,7 +600,7 @@ void study_loss(Results& results, const std::vector<Subject>& all) {
   const Subject &rectangle = all[0], &disc = all[1];
   const Medium medium = fluid(kLoss);
   Points axis;
-  for (int i = 1; i <= 240; ++i) axis.emplace_back(0, 0, i * 0.5 * mm);
+  for (int i = 1; i <= 240; ++i) axis.emplace_back(0, 0, i * 0.5 * kMm);
   const Field columns[] = {evaluate(disc.exact, medium, axis),
                            run(*disc.element, &Transducer::fnm_cw, medium, axis, 64),
                            run(*disc.element, &Transducer::rayleigh_cw, medium, axis, 256),
@@ -610,7 +610,7 @@ void study_loss(Results& results, const std::vector<Subject>& all) {
                            run(*rectangle.element, &Transducer::fnm_cw_sse2, medium, axis, 64),
                            evaluate(rectangle.exact, fluid(0), axis)};
   for (std::size_t i = 0; i < axis.size(); ++i) {
-    axial << axis[i].z / mm;
+    axial << axis[i].z / kMm;
     for (const Field& column : columns) axial << ' ' << std::abs(column[i]) / 1e6;
     axial << '\n';
   }
@@ -686,7 +686,7 @@ void study_focus(Results& results, const Subject& shell) {
       points.emplace_back(distance * std::sin(polar), 0, kCurvature + distance * std::cos(polar));
     }
     const Field exact = evaluate(shell.exact, medium, points);
-    std::vector<std::string> row{text("%g mm", distance / mm)};
+    std::vector<std::string> row{text("%g mm", distance / kMm)};
     data << distance;
     for (const Method method :
          {&Transducer::fnm_cw, &Transducer::fnm_cw_sse, &Transducer::rayleigh_cw_sse}) {
@@ -704,7 +704,7 @@ void study_focus(Results& results, const Subject& shell) {
 void study_apodized(Results& results, const Subject& disc) {
   Table table({"profile", "method", "32", "64", "128", "256"});
   std::ofstream data = results.file("apodized.dat");
-  const Points points = scatter(60, {0, 12 * mm}, {0, 12 * mm}, {kWavelength / 2, 30 * mm});
+  const Points points = scatter(60, {0, 12 * kMm}, {0, 12 * kMm}, {kWavelength / 2, 30 * kMm});
   const char* names[] = {"", "1, cosine", "2, raised cosine", "3, quadratic", "4, quartic"};
   const Medium medium = fluid(0);
   for (int index = 1; index <= 4; ++index) {
@@ -746,7 +746,7 @@ void map_rectangle(Results& results, const Subject& rectangle) {
   const int ny = 121, nz = 141;
   Points points;
   for (int k = 0; k < nz; ++k) {
-    for (int j = 0; j < ny; ++j) points.emplace_back(0, (j - 60) * 0.2 * mm, (k + 2) * 0.25 * mm);
+    for (int j = 0; j < ny; ++j) points.emplace_back(0, (j - 60) * 0.2 * kMm, (k + 2) * 0.25 * kMm);
   }
   const Field exact = evaluate(rectangle.exact, medium, points, 128);
   const double scale = peak(exact);
@@ -758,7 +758,7 @@ void map_rectangle(Results& results, const Subject& rectangle) {
   }
   std::ofstream data = results.file("rectangle_map.dat");
   for (std::size_t i = 0; i < points.size(); ++i) {
-    data << points[i].z / mm << ' ' << points[i].y / mm << ' ' << std::abs(exact[i]) / scale;
+    data << points[i].z / kMm << ' ' << points[i].y / kMm << ' ' << std::abs(exact[i]) / scale;
     for (const Field& field : fields) data << ' ' << std::abs(field[i] - exact[i]) / scale;
     data << '\n';
     if ((i + 1) % ny == 0) data << '\n';
@@ -767,20 +767,21 @@ void map_rectangle(Results& results, const Subject& rectangle) {
 
 /// The spherical ring beside and behind its rim.
 void map_spherical_ring(Results& results) {
-  const double inner = 10 * mm, outer = 15 * mm, rc = 25 * mm;
+  const double inner = 10 * kMm, outer = 15 * kMm, rc = 25 * kMm;
   const Element element = make<SphericalRingTransducer>(inner, outer, rc);
   const Medium medium = fluid(0);
   const int nx = 161;
   Points points;
   for (int k = 0; k < 121; ++k) {
     for (int i = 0; i < nx; ++i) {
-      points.emplace_back((i + 0.5) * 0.125 * mm, 0, (k - 12 + 0.5) * 0.1 * mm);
+      points.emplace_back((i + 0.5) * 0.125 * kMm, 0, (k - 12 + 0.5) * 0.1 * kMm);
     }
   }
   const Field field = run(*element, &Transducer::fnm_cw, medium, points, 128);
   std::ofstream data = results.file("spherical_ring_map.dat");
   for (std::size_t i = 0; i < points.size(); ++i) {
-    data << points[i].x / mm << ' ' << points[i].z / mm << ' ' << std::abs(field[i]) / 1e6 << '\n';
+    data << points[i].x / kMm << ' ' << points[i].z / kMm << ' ' << std::abs(field[i]) / 1e6
+         << '\n';
     if ((i + 1) % nx == 0) data << '\n';
   }
 }

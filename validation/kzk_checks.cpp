@@ -15,7 +15,7 @@ using kzk::Point;
 
 namespace {
 
-constexpr double pi = reference::pi;
+using reference::kPi;
 constexpr double density = 1000;
 constexpr double sound_speed = 1500;
 
@@ -62,7 +62,7 @@ kzk::CwProblem linear(const kzk::Aperture& aperture, double wavenumber,
                       const std::vector<Point>& points) {
   kzk::CwProblem problem;
   problem.aperture = aperture;
-  problem.fluid = {wavenumber * sound_speed / (2 * pi), sound_speed, density, 0, 0};
+  problem.fluid = {wavenumber * sound_speed / (2 * kPi), sound_speed, density, 0, 0};
   problem.weight = 1;
   problem.points = points;
   return problem;
@@ -88,7 +88,7 @@ kzk::CwProblem linear_piston(double ka, const std::vector<Point>& points) {
 
 kzk::CwProblem linear_shell(double half_angle, double gain, const std::vector<Point>& points) {
   const double curvature = 0.06;
-  const double angle = half_angle * pi / 180;
+  const double angle = half_angle * kPi / 180;
   const double rim_depth = curvature * (1 - std::cos(angle));
   // G = k a_e^2 / (2 R) = k h
   return linear({curvature * std::sin(angle), curvature}, gain / rim_depth, points);
@@ -103,7 +103,7 @@ kzk::CwProblem focused(const std::vector<Point>& points) {
 }
 
 double wavenumber(const kzk::Problem& problem) {
-  return 2 * pi * problem.fluid.f0 / problem.fluid.sound_speed;
+  return 2 * kPi * problem.fluid.f0 / problem.fluid.sound_speed;
 }
 
 kzk::Beam beam_of(const kzk::Problem& problem) {
@@ -210,17 +210,17 @@ double wave_step_error(double sigma, int per_period, const Fault& fault) {
   std::vector<float> wave(samples * columns), scratch(kzk::burgers_scratch(columns));
   for (long i = 0; i < samples; ++i)
     for (int l = 0; l < columns; ++l)
-      wave[i * columns + l] = static_cast<float>(std::sin(2 * pi * i / per_period));
+      wave[i * columns + l] = static_cast<float>(std::sin(2 * kPi * i / per_period));
   const int steps = static_cast<int>(std::ceil(sigma / 0.01));
   for (int i = 0; i < steps; ++i)
-    if (kzk::burgers_step<columns>(sigma / steps, fault.nonlinearity, 2 * pi / per_period,
+    if (kzk::burgers_step<columns>(sigma / steps, fault.nonlinearity, 2 * kPi / per_period,
                                    wave.data(), samples, scratch.data()))
       return INFINITY;
   std::vector<double> amplitudes;
   for (int n = 1; n <= 3; ++n) {
     double sum = 0;
     for (int i = 0; i < per_period; ++i)
-      sum += wave[(2 * per_period + i) * columns + 7] * std::sin(2 * pi * n * i / per_period);
+      sum += wave[(2 * per_period + i) * columns + 7] * std::sin(2 * kPi * n * i / per_period);
     amplitudes.push_back(2 * sum / per_period);
   }
   return off_by(amplitudes, 3, [&](int n) { return reference::plane_harmonic(n, sigma); });
@@ -281,15 +281,17 @@ std::vector<double> burst_errors(const kzk::CwProblem& problem, double samples_p
   pulse.parameters.samples_per_period = static_cast<float>(samples_per_period);
   pulse.amplitude = std::abs(problem.weight);
   const double duration = (settled + 5) / f0;
-  const auto ramp = [](double x) { return x <= 0 ? 0 : x >= 1 ? 1 : 0.5 - 0.5 * std::cos(pi * x); };
+  const auto ramp = [](double x) {
+    return x <= 0 ? 0 : x >= 1 ? 1 : 0.5 - 0.5 * std::cos(kPi * x);
+  };
   pulse.drive.at = [=](double t) {
-    return ramp(t * f0 / 2) * ramp((duration - t) * f0 / 2) * std::cos(2 * pi * f0 * t);
+    return ramp(t * f0 / 2) * ramp((duration - t) * f0 / 2) * std::cos(2 * kPi * f0 * t);
   };
   pulse.drive.frequency = f0;
   pulse.drive.duration = duration;
   const int samples = 400;
   std::vector<double> times;
-  const double from = (settled - (beam.focused() ? std::floor(beam.gain() / (2 * pi)) : 0)) / f0 +
+  const double from = (settled - (beam.focused() ? std::floor(beam.gain() / (2 * kPi)) : 0)) / f0 +
                       point.z / problem.fluid.sound_speed;
   for (int i = 0; i < samples; ++i) times.push_back(from + i / (f0 * samples));
   pulse.times = times;
@@ -299,7 +301,7 @@ std::vector<double> burst_errors(const kzk::CwProblem& problem, double samples_p
     Complex sum = 0;
     for (int i = 0; i < samples; ++i)
       sum += static_cast<double>(traces.pressure.at(i)) *
-             std::polar(2.0 / samples, -2 * pi * n * f0 * times[i]);
+             std::polar(2.0 / samples, -2 * kPi * n * f0 * times[i]);
     const Complex expected = cw.pressure.at(n - 1);
     errors.push_back(std::abs(sum - expected) / std::abs(expected));
   }
@@ -314,13 +316,13 @@ struct Pulse {
   double duration() const { return (shape == PulseShape::raised_cosine ? 3 : 2.5) / frequency; }
   double at(double t) const {
     if (!(t > 0 && t < duration())) return 0;
-    if (shape == PulseShape::abrupt) return std::sin(2 * pi * frequency * t);
-    return 0.5 * (1 - std::cos(2 * pi * t / duration())) * std::sin(2 * pi * frequency * t);
+    if (shape == PulseShape::abrupt) return std::sin(2 * kPi * frequency * t);
+    return 0.5 * (1 - std::cos(2 * kPi * t / duration())) * std::sin(2 * kPi * frequency * t);
   }
   /// Of the raised cosine, which has one everywhere.
   double slope(double t) const {
     if (!(t > 0 && t < duration())) return 0;
-    const double w = 2 * pi * frequency, v = 2 * pi / duration();
+    const double w = 2 * kPi * frequency, v = 2 * kPi / duration();
     return 0.5 * (1 - std::cos(v * t)) * w * std::cos(w * t) +
            0.5 * v * std::sin(v * t) * std::sin(w * t);
   }
@@ -360,7 +362,7 @@ Traces marched_traces(const kzk::CwProblem& problem, const Pulse& pulse, const F
   task.drive = {[&](double t) { return pulse.at(t); }, pulse.frequency, pulse.duration(), 0, 0};
   Traces traces;
   for (const Point& point : problem.points) {
-    const double early = beam_of(problem).focusing() / (2 * pi) / pulse.frequency;
+    const double early = beam_of(problem).focusing() / (2 * kPi) / pulse.frequency;
     const double rim = std::hypot(point.z, problem.aperture.radius + point.r) / c;
     for (double t = point.z / c - early; t < rim + 2 * pulse.duration();
          t += 0.05 / pulse.frequency)
@@ -377,11 +379,11 @@ Traces landed_traces(const kzk::CwProblem& problem, const Pulse& pulse, const Fa
   std::vector<std::string> warnings;
   const kzk::Plan plan = kzk::make_plan(problem, 0, warnings);
   const kzk::ReceiverSample& reader = plan.receivers.front();
-  const double dtheta = 2 * pi / 100;
-  const double omega = 2 * pi * pulse.frequency;
+  const double dtheta = 2 * kPi / 100;
+  const double omega = 2 * kPi * pulse.frequency;
   const double focusing = plan.beam.focusing();
-  const double start = -focusing - 6 * pi;
-  const long samples = static_cast<long>((focusing + omega * pulse.duration() + 40 * pi) / dtheta);
+  const double start = -focusing - 6 * kPi;
+  const long samples = static_cast<long>((focusing + omega * pulse.duration() + 40 * kPi) / dtheta);
   kzk::WaveBeam beam({fault.diffraction * 0.25 / plan.beam.gain(), 0, 0}, plan.grid, samples,
                      dtheta, {true, plan.smoothing_half_steps()});
   for (int j = 0; j <= plan.grid.per_radius; ++j) {
@@ -500,7 +502,7 @@ double absorbed_pulse_error(const Fault& fault) {
   for (const double f : {0.7e6, 1e6, 1.5e6}) {
     Complex before = 0, after = 0;
     for (std::size_t i = 0; i < lossy.times.size(); ++i) {
-      const Complex turn = std::polar(1.0, -2 * pi * f * lossy.times[i]);
+      const Complex turn = std::polar(1.0, -2 * kPi * f * lossy.times[i]);
       before += turn * static_cast<double>(lossless.values.at(i));
       after += turn * static_cast<double>(lossy.values.at(i));
     }
@@ -537,8 +539,8 @@ double lossy_pulse_error(const kzk::CwProblem& problem) {
     for (int line = 1; line < lines; ++line) {
       const double f = line * spacing;
       for (int n = 0; n < instants; ++n)
-        spectrum[line] += pulse.at((n + 0.5) * dt) * std::polar(dt, -2 * pi * f * (n + 0.5) * dt);
-      spectrum[line] *= reference::on_axis(source_of(problem), 2 * pi * f / c, problem.points[i].z,
+        spectrum[line] += pulse.at((n + 0.5) * dt) * std::polar(dt, -2 * kPi * f * (n + 0.5) * dt);
+      spectrum[line] *= reference::on_axis(source_of(problem), 2 * kPi * f / c, problem.points[i].z,
                                            attenuation(problem) * f);
     }
     double peak = 0, error = 0;
@@ -546,7 +548,7 @@ double lossy_pulse_error(const kzk::CwProblem& problem) {
       double exact = 0;
       for (int line = 1; line < lines; ++line)
         exact += 2 * spacing *
-                 std::real(spectrum[line] * std::polar(1.0, 2 * pi * line * spacing * times[j]));
+                 std::real(spectrum[line] * std::polar(1.0, 2 * kPi * line * spacing * times[j]));
       peak = std::max(peak, std::fabs(exact));
       error = std::max(error, std::fabs(values[i * times.size() + j] - exact));
     }

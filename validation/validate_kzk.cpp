@@ -21,7 +21,7 @@ using namespace kestrel;
 using checks::Complex;
 using kzk::CwProblem;
 using kzk::Point;
-using reference::pi;
+using reference::kPi;
 
 std::string table;
 
@@ -69,10 +69,11 @@ void shared_rows() {
     }
     const std::vector<double> measured = check.measure({});
     for (std::size_t i = 0; i < measured.size(); ++i) {
-      if (check.accepted[i] > 0)
+      if (check.accepted[i] > 0) {
         row(check.label(i), measured[i], check.accepted[i]);
-      else
+      } else {
         note(check.label(i), measured[i]);
+      }
     }
   }
 }
@@ -85,7 +86,7 @@ Complex linear_field(const reference::Source& source, double k, double r, double
   if (curvature == 0) {
     if (std::fabs(r - a) < 1e-12) r += 1e-9;
     for (int i = 0; i < nodes; ++i) {
-      const double c = std::cos((i + 0.5) * pi / nodes);
+      const double c = std::cos((i + 0.5) * kPi / nodes);
       const double q = r * r + a * a - 2 * a * r * c;
       sum +=
           (r * c - a) / q * (std::polar(1.0, -k * std::sqrt(q + z * z)) - std::polar(1.0, -k * z));
@@ -97,7 +98,7 @@ Complex linear_field(const reference::Source& source, double k, double r, double
   if (std::fabs(zeta) < 1e-9) zeta = 1e-9;
   const double direct = curvature + std::copysign(std::hypot(r, zeta), zeta);
   for (int i = 0; i < nodes; ++i) {
-    const double c = std::cos((i + 0.5) * pi / nodes);
+    const double c = std::cos((i + 0.5) * kPi / nodes);
     const double t1 = r * c * h, t2 = a * zeta, t3 = r * a * c;
     const double factor =
         (t1 + t2) / (2 * a * zeta * t1 + r * r * curvature * curvature - t3 * t3 + t2 * t2);
@@ -113,7 +114,7 @@ Complex linear_field(const reference::Source& source, double k, double r, double
 /// the observation point, where r dr = R dR takes out the singularity. Waves from behind the point
 /// and from far off the axis are tapered off.
 Complex second_harmonic(const reference::Source& source, double k, double z) {
-  const double wavelength = 2 * pi / k;
+  const double wavelength = 2 * kPi / k;
   const double dz = wavelength / 16, dR = wavelength / 32;
   const double widest = source.radius * (source.curvature > 0 ? 4 : 7);
   const double behind = 6 * wavelength;
@@ -137,7 +138,7 @@ Complex second_harmonic(const reference::Source& source, double k, double z) {
       const int base = static_cast<int>(at);
       const double share = at - base;
       const double taper =
-          at < 0.6 * count ? 1 : 0.5 + 0.5 * std::cos(pi * (at / count - 0.6) / 0.4);
+          at < 0.6 * count ? 1 : 0.5 + 0.5 * std::cos(kPi * (at / count - 0.6) / 0.4);
       Complex value = square[0] * (1 - share * share) + square[1] * (share * share);
       if (base > 0) {
         const double nodes[4] = {-1, 0, 1, 2};
@@ -148,7 +149,7 @@ Complex second_harmonic(const reference::Source& source, double k, double z) {
       }
       slice += taper * value * std::polar(dR, -2 * k * R);
     }
-    total += (beyond <= 0 ? 1 : 0.5 + 0.5 * std::cos(pi * beyond / behind)) * dz * slice;
+    total += (beyond <= 0 ? 1 : 0.5 + 0.5 * std::cos(kPi * beyond / behind)) * dz * slice;
   }
   return -k * k * total;
 }
@@ -203,8 +204,9 @@ void second_harmonics() {
     double error = 0, plain_error = 0, scaled_error = 0, peak = 0;
     const double k = checks::wavenumber(problem);
     const kzk::Beam beam = checks::beam_of(problem);
-    if (!near)
+    if (!near) {
       peak = std::abs(second_harmonic(source, k, beam.length() * (source.curvature > 0 ? 1 : 0.8)));
+    }
     for (std::size_t i = 0; i < points.size(); ++i) {
       const Complex exact = second_harmonic(source, k, points[i].z);
       const double scaling = points[i].z / beam.corrected_depth(points[i]).depth;
@@ -213,10 +215,11 @@ void second_harmonics() {
       scaled_error = std::max(scaled_error, std::abs(scaling * with_depth[i] / scale - exact));
       if (near) peak = std::max(peak, std::abs(exact));
     }
-    if (near)
+    if (near) {
       note(c.name, error / peak);
-    else
+    } else {
       row(c.name, error / peak, c.accepted);
+    }
     note(std::string(c.name) + ", without the reading depth", plain_error / peak);
     note(std::string(c.name) + ", times z over the reading depth", scaled_error / peak);
   }
@@ -236,20 +239,22 @@ void plane_part() {
     burst.points = points;
     burst.amplitude = pressure / (1000 * c);
     burst.drive.at = [=](double t) {
-      return t <= 0 ? 0 : std::min(1.0, t * f0 / 2) * std::sin(2 * pi * f0 * t);
+      return t <= 0 ? 0 : std::min(1.0, t * f0 / 2) * std::sin(2 * kPi * f0 * t);
     };
     burst.drive.frequency = f0;
     std::vector<double> times;
     const int samples = 200;
-    for (int i = 0; i < samples; ++i)
+    for (int i = 0; i < samples; ++i) {
       times.push_back(points[0].z / c + (5 + static_cast<double>(i) / samples) / f0);
+    }
     burst.times = times;
     const auto trace = kzk::march_transient(burst).pressure;
     Complex second = 0;
-    for (int i = 0; i < samples; ++i)
+    for (int i = 0; i < samples; ++i) {
       second += static_cast<double>(trace.at(i)) *
-                std::polar(2.0 / samples, -4 * pi * static_cast<double>(i) / samples);
-    const double per_metre = beta * 2 * pi * f0 * pressure / (1000 * c * c * c);
+                std::polar(2.0 / samples, -4 * kPi * static_cast<double>(i) / samples);
+    }
+    const double per_metre = beta * 2 * kPi * f0 * pressure / (1000 * c * c * c);
     const double depth = checks::beam_of(burst).corrected_depth(points[0]).depth;
     const auto off = [&](double way) {
       return std::fabs(std::abs(second) / pressure / reference::plane_harmonic(2, way * per_metre) -
@@ -274,7 +279,7 @@ void windows_and_parameters() {
   const double f0 = 1e6;
   const auto tone = [=](double t) {
     return t > 0 && t < 3 / f0
-               ? 0.5 * (1 - std::cos(2 * pi * f0 * t / 3)) * std::sin(2 * pi * f0 * t)
+               ? 0.5 * (1 - std::cos(2 * kPi * f0 * t / 3)) * std::sin(2 * kPi * f0 * t)
                : 0.0;
   };
   std::vector<Point> points = {{0, 0.03}, {0.01, 0.03}, {0, 0.2}, {0.03, 0.1}};

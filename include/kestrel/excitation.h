@@ -138,8 +138,6 @@ class ExcitationFunction {
   /// An analytic pulse.
   ExcitationFunction(double a0, double f0, double pulse_width, double b, int type);
 
-  static constexpr double _two_pi = 6.28318530717958;
-
   int _type = 0;
   double _a0 = 0.0;           ///< amplitude
   double _f0 = 0.0;           ///< centre frequency, Hz

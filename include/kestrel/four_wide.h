@@ -279,12 +279,12 @@ float4 sin_ps(float4 x);
 /// cos x; cos(-x) = cos(x) to the bit. Range as for `sin_ps`.
 float4 cos_ps(float4 x);
 
-/// *s = sin x and *c = cos x by shortened polynomials: absolute error up to `sincos_ps_error`.
+/// *s = sin x and *c = cos x by shortened polynomials: absolute error up to `kSincosPsError`.
 void sincos_ps(float4 x, float4* s, float4* c);
 
 /// The largest error of `sincos_ps`, at the odd multiples of pi/4: what is left of the sine's
 /// series there, (pi/4)^5/120.
-inline constexpr double sincos_ps_error = 2.46e-3;
+inline constexpr double kSincosPsError = 2.46e-3;
 
 /// *re + i *im = e^(a + ib), with the accuracy of `sincos_ps`.
 void complex_exp(float4 a, float4 b, float4* re, float4* im);

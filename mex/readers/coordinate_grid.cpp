@@ -10,7 +10,7 @@ namespace kestrel {
 
 namespace {
 
-constexpr const char* owner = "coordinate grid";
+constexpr const char* kOwner = "coordinate grid";
 
 /// The sentence after each line that says what is missing.
 [[noreturn]] void fail_with_structure_help() {
@@ -24,7 +24,7 @@ double read_bound(const mxArray* structure, const char* field) {
     services::print("Expecting '%s', but this field is not defined\n", field);
     fail_with_structure_help();
   }
-  return read_scalar(field_value(structure, field), owner, field);
+  return read_scalar(field_value(structure, field), kOwner, field);
 }
 
 }  // namespace
@@ -33,7 +33,7 @@ template <>
 bool CoordinateGrid::allocate_memory_and_set_values(mxArray const** structure) {
   if (has_field(*structure, "coordinates")) {
     const mxArray* value = field_value(*structure, "coordinates");
-    const double* coordinates = read_real_doubles(value, owner, "coordinates");
+    const double* coordinates = read_real_doubles(value, kOwner, "coordinates");
     const std::size_t rows = value == nullptr ? 0 : mxGetM(value);
     if (rows > 0 && mxGetN(value) < 3) {
       fail(
@@ -72,7 +72,7 @@ bool CoordinateGrid::allocate_memory_and_set_values(mxArray const** structure) {
         "See the documentation or the online help for set_coordinate_grid for examples showing how "
         "to correctly define 'delta'\n");
   }
-  const double* steps = read_real_doubles(delta, owner, "delta");
+  const double* steps = read_real_doubles(delta, kOwner, "delta");
   return RegularCoordinateGrid(xmin, xmax, ymin, ymax, zmin, zmax, steps[0], steps[1], steps[2]);
 }
 

@@ -13,7 +13,7 @@ struct Property {
   double Medium::*value;
 };
 
-constexpr Property properties[] = {
+constexpr Property kProperties[] = {
     {"soundspeed", &Medium::_soundspeed},
     {"density", &Medium::_rho_density},
     {"attenuationdBcmMHz", &Medium::_dBcmMHz},
@@ -37,14 +37,14 @@ double read_property(const mxArray* structure, const char* field) {
 template <>
 Medium::Medium(mxArray const** structure) {
   // All fields are looked for before any is read.
-  for (const Property& property : properties) {
+  for (const Property& property : kProperties) {
     if (!has_field(*structure, property.field)) {
       fail(
           "Medium object is not structured correctly. Please see the documentation for the correct "
           "structure.");
     }
   }
-  for (const Property& property : properties) {
+  for (const Property& property : kProperties) {
     this->*property.value = read_property(*structure, property.field);
   }
 }

@@ -16,8 +16,8 @@ namespace {
 thread_local CallId running_call = 0;
 std::atomic<CallId> last_call{0};
 
-constexpr std::int64_t no_limit = std::numeric_limits<std::int64_t>::max();
-std::atomic<std::int64_t> granted_allocations{no_limit};
+constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max();
+std::atomic<std::int64_t> granted_allocations{kNoLimit};
 
 }  // namespace
 
@@ -110,7 +110,7 @@ Ledger& arrays() {
 
 bool allocation_granted() {
   std::int64_t left = granted_allocations.load();
-  while (left != no_limit) {
+  while (left != kNoLimit) {
     if (left <= 0) return false;
     if (granted_allocations.compare_exchange_weak(left, left - 1)) break;
   }

@@ -15,6 +15,7 @@ namespace kestrel {
 namespace {
 
 constexpr double kPi = constants::kShortPi;
+constexpr double kTwoPi = constants::kShortTwoPi;
 constexpr double kHalfPi = constants::kShortHalfPi;
 
 /// The angle of x, in (-pi, pi].
@@ -35,8 +36,8 @@ ExcitationFunction::ExcitationFunction(double a0, double f0, double pulse_width,
       _f0(f0),
       _b(b),
       _pulse_width(pulse_width),
-      _omega0(_two_pi * f0),
-      _omegaw(_two_pi / pulse_width) {}
+      _omega0(kTwoPi * f0),
+      _omegaw(kTwoPi / pulse_width) {}
 
 namespace {
 
@@ -144,7 +145,7 @@ double ExcitationFunction::mean_frequency() const {
   double power = 0, moment = 0;
   for (int j = 0; j < _nterms; ++j) {
     power += _line_amplitude[j] * _line_amplitude[j];
-    moment += _line_amplitude[j] * _line_amplitude[j] * _omega[j] / _two_pi;
+    moment += _line_amplitude[j] * _line_amplitude[j] * _omega[j] / kTwoPi;
   }
   return power > 0 ? std::max(moment / power, 1 / _pulse_width) : 0.0;
 }

@@ -2,6 +2,7 @@
 
 #include "excitation/pulse_terms.h"
 #include "kestrel/excitation.h"
+#include "numerics/constants.h"
 
 namespace kestrel {
 
@@ -12,7 +13,8 @@ HanningPulse::HanningPulse(double A0, double f0, double pulse_width, double B, i
 
 double HanningPulse::at(const double& t) const {
   if (!inside(t)) return 0.0;
-  return _a0 * (1 - std::cos(_two_pi * t / _pulse_width)) * std::sin(_two_pi * _f0 * t);
+  return _a0 * (1 - std::cos(constants::kShortTwoPi * t / _pulse_width)) *
+         std::sin(constants::kShortTwoPi * _f0 * t);
 }
 
 double HanningPulse::derivative(const double& t) const {

@@ -2,6 +2,7 @@
 
 #include "excitation/pulse_terms.h"
 #include "kestrel/excitation.h"
+#include "numerics/constants.h"
 
 namespace kestrel {
 
@@ -12,7 +13,7 @@ TCubedPulse::TCubedPulse(double A0, double f0, double pulse_width, double B, int
 
 double TCubedPulse::at(const double& t) const {
   if (!inside(t)) return 0.0;
-  return _a0 * (t * t * t) * std::exp(-_b * t) * std::sin(_two_pi * _f0 * t);
+  return _a0 * (t * t * t) * std::exp(-_b * t) * std::sin(constants::kShortTwoPi * _f0 * t);
 }
 
 double TCubedPulse::derivative(const double& t) const {

@@ -76,8 +76,8 @@ TEST(FourWideMath, AccuracyBudgets) {
       {"sin, far", sin_ps, std::sin, 100.0f, 8000.0f, 0, 2e-7},
       {"cos", cos_ps, std::cos, -100.0f, 100.0f, 0, 1.2e-7},
       {"cos, far", cos_ps, std::cos, 100.0f, 8000.0f, 0, 2e-7},
-      {"sincos sine", sincos_sine, std::sin, -100.0f, 100.0f, 0, sincos_ps_error},
-      {"sincos cosine", sincos_cosine, std::cos, -100.0f, 100.0f, 0, sincos_ps_error},
+      {"sincos sine", sincos_sine, std::sin, -100.0f, 100.0f, 0, kSincosPsError},
+      {"sincos cosine", sincos_cosine, std::cos, -100.0f, 100.0f, 0, kSincosPsError},
   };
   std::mt19937 random(20240611);
   for (const auto& b : budgets) {

@@ -11,7 +11,7 @@
 namespace kestrel::reference {
 
 using Complex = std::complex<double>;
-inline constexpr double pi = 3.14159265358979323846;
+inline constexpr double kPi = 3.14159265358979323846;
 
 /// A point in an element's frame, and a round source: a flat piston, or a cap when curved.
 struct Source {
@@ -49,9 +49,9 @@ void over_surface(const Source& source, double r, double z, int rings, int azimu
       depth = source.curvature * (1 - std::cos(at));
       area = source.curvature * rho;
     }
-    area *= opening / rings * 2 * pi / azimuths;
+    area *= opening / rings * 2 * kPi / azimuths;
     for (int j = 0; j < azimuths; ++j) {
-      const double phi = (j + 0.5) * pi / azimuths;
+      const double phi = (j + 0.5) * kPi / azimuths;
       const double d2 = rho * rho + r * r - 2 * rho * r * std::cos(phi) + (z - depth) * (z - depth);
       visit(std::sqrt(d2), area);
     }
@@ -64,7 +64,7 @@ inline Complex rayleigh(const Source& source, double k, double r, double z) {
   Complex sum = 0;
   over_surface(source, r, z, rings, rings,
                [&](double d, double area) { sum += std::polar(area / d, -k * d); });
-  return Complex(0, k / (2 * pi)) * sum;
+  return Complex(0, k / (2 * kPi)) * sum;
 }
 
 /// Pressure over rho for a normal velocity v(t) with derivative `slope`, by the Rayleigh integral
@@ -74,7 +74,7 @@ inline double rayleigh_pulse(const Source& source, double c, double r, double z,
   double sum = 0;
   over_surface(source, r, z, rings, rings,
                [&](double d, double area) { sum += slope(t - d / c) * area / d; });
-  return sum / (2 * pi);
+  return sum / (2 * kPi);
 }
 
 /// Harmonic n of a lossless plane wave, sin at the source, at sigma shock distances: Fubini's
@@ -82,7 +82,7 @@ inline double rayleigh_pulse(const Source& source, double c, double r, double z,
 inline double plane_harmonic(int n, double sigma) {
   double arrived = 0;  // the phase swallowed by the shock: x = sigma sin x
   if (sigma > 1) {
-    double low = 1e-6, high = pi;
+    double low = 1e-6, high = kPi;
     for (int i = 0; i < 200; ++i) {
       const double x = 0.5 * (low + high);
       (sigma * std::sin(x) > x ? low : high) = x;
@@ -92,10 +92,10 @@ inline double plane_harmonic(int n, double sigma) {
   const int steps = 4000;
   double sum = 0;
   for (int i = 0; i < steps; ++i) {
-    const double x = arrived + (i + 0.5) * (pi - arrived) / steps;
+    const double x = arrived + (i + 0.5) * (kPi - arrived) / steps;
     sum += std::cos(n * (x - sigma * std::sin(x)));
   }
-  return 2 / (n * pi) * std::sin(arrived) + 2 / (n * pi * sigma) * sum * (pi - arrived) / steps;
+  return 2 / (n * kPi) * std::sin(arrived) + 2 / (n * kPi * sigma) * sum * (kPi - arrived) / steps;
 }
 
 /// Harmonic n of a plane wave in a thermoviscous fluid (absorption n^2 / goldberg), sin at the
@@ -106,7 +106,7 @@ inline double thermoviscous_harmonic(int n, double sigma, double goldberg) {
   const int samples = 400;
   double harmonic = 0;
   for (int i = 0; i < samples; ++i) {
-    const double y = (i + 0.5) * pi / samples;
+    const double y = (i + 0.5) * kPi / samples;
     double mass = 0, mean = 0, most = -1e300;
     std::vector<double> exponent(2 * steps + 1);
     for (int k = -steps; k <= steps; ++k) {

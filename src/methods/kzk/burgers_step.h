@@ -104,8 +104,9 @@ KESTREL_INLINE int burgers_step(double ds, double nonlinearity, double dtheta,
   const double substeps = std::max(1.0, std::ceil(reach / kCourantBound));
   if (!(substeps <= 10000.0)) return 1;
   const auto ratio = static_cast<float>(nonlinearity * ds / (substeps * dtheta));
-  for (int step = 0; step < static_cast<int>(substeps); ++step)
+  for (int step = 0; step < static_cast<int>(substeps); ++step) {
     burgers_substep<columns>(ratio, wave, samples, scratch);
+  }
   return 0;
 }
 

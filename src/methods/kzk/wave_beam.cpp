@@ -85,8 +85,9 @@ bool WaveBeam::steepen(double ds, Workers& workers) {
 
 void WaveBeam::absorb(double loss, Workers& workers) {
   _absorption->set_loss(loss);
-  while (static_cast<int>(_work.size()) < workers.size())
+  while (static_cast<int>(_work.size()) < workers.size()) {
     _work.emplace_back(_absorption->work_size(kBlock));
+  }
   workers.run(_diffraction.run(), [&](int index, int worker) {
     const auto kernel = [&](auto) KESTREL_INLINE_LAMBDA {
       _absorption->apply<kBlock>(_waves.data() + index * _stride * kBlock, kBlock,
