@@ -24,6 +24,14 @@ inline constexpr double kPhaseLimit = 8.0e5;
 /// Largest magnitude of exponent for the wide exponential: results stay normal numbers.
 inline constexpr double kExponentLimit = 700;
 
+/// body(0) to body(n - 1), written out, so that a loop around it still vectorises and small local
+/// arrays stay in registers.
+template <int n, class Body>
+KESTREL_INLINE void unrolled(const Body& body) {
+  if constexpr (n > 1) unrolled<n - 1>(body);
+  if constexpr (n > 0) body(n - 1);
+}
+
 /// The plain path: the standard library's functions, with the shortcuts for exact zeros.
 struct StandardMath {
   static constexpr bool wide = false;
@@ -111,6 +119,25 @@ struct WideMath {
     c = mul_add(z * z, c, mul_add(z, -0.5, 1.0));
     sine = std::bit_cast<double>(std::bit_cast<std::uint64_t>(s) ^ sign);
     cosine = std::bit_cast<double>(std::bit_cast<std::uint64_t>(c) ^ sign);
+  }
+
+  /// Replaces each of n values, a power of two, by its reciprocal at the price of one division.
+  /// The product of all must be a normal number. Each result is right to 2n units in the last
+  /// place.
+  template <int n>
+  static KESTREL_INLINE void invert(double (&q)[n]) {
+    if constexpr (n == 1) {
+      q[0] = 1 / q[0];
+    } else {
+      double pairs[n / 2];
+      unrolled<n / 2>([&](int m) KESTREL_INLINE_LAMBDA { pairs[m] = q[2 * m] * q[2 * m + 1]; });
+      invert(pairs);
+      unrolled<n / 2>([&](int m) KESTREL_INLINE_LAMBDA {
+        const double first = q[2 * m];
+        q[2 * m] = pairs[m] * q[2 * m + 1];
+        q[2 * m + 1] = pairs[m] * first;
+      });
+    }
   }
 
   static KESTREL_INLINE double exponential(double x) {

@@ -98,8 +98,8 @@ struct Edge {
 
   /// q at a squared node of (0, 1) when split, at a node of the whole edge otherwise.
   T squared(T unit_node_squared, T node) const {
-    return split ? split_edge_squared(unit_node_squared, along, across)
-                 : whole_edge_squared(node, offset, across);
+    return split ? split_edge_squared(unit_node_squared, along * along, across * across)
+                 : whole_edge_squared(node, offset, across * across);
   }
   template <class Product>
   Product factor() const {
