@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <complex>
 #include <vector>
 
@@ -49,7 +50,9 @@ struct CapFnm {
 
   static constexpr int regions = 2;
   int region(double x, double y, double z) const { return cap.region(x, y, z); }
-  double wide_math_limit() const { return propagation.wide_math_limit(cap.extent()); }
+  double wide_math_limit() const {
+    return propagation.wide_math_limit(cap.extent(), std::min(cap.radius, cap.curvature));
+  }
   void evaluate(FieldTile& tile, int region) const;
   /// Value at the centre of curvature, where every path has the length R_c:
   /// p = j 2 pi rho f0 (R_c - h) e^{-(alpha + jk)R_c} w.

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
 
+#include "methods/common/quotient_terms.h"
 #include "methods/fnm/rim_terms.h"
 #include "numerics/interruption.h"
 
@@ -45,36 +47,55 @@ struct DiscPoints {
 
 template <bool fold_prefactor>
 double DiscFnm<fold_prefactor>::wide_math_limit() const {
-  double extent = 0;
-  for (const DiscEdge& edge : edges) extent = std::max(extent, std::abs(edge.radius));
-  return propagation.wide_math_limit(extent);
+  const auto [smallest, largest] = std::minmax_element(
+      edges.begin(), edges.end(),
+      [](const DiscEdge& a, const DiscEdge& b) { return std::abs(a.radius) < std::abs(b.radius); });
+  return propagation.wide_math_limit(largest->radius, smallest->radius);
 }
 
 template <bool fold_prefactor>
 void DiscFnm<fold_prefactor>::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
   run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+    using Wave = std::decay_t<decltype(wave)>;
     const DiscPoints points(tile, count, wave);
-    for (std::size_t j = 0; j < cosine.size(); ++j) {
-      for (const DiscEdge& edge : edges) {
-        const double a = edge.radius, a_squared = a * a;
-        const double cos_psi = cosine[j], twice_a_cosine = edge.twice_radius_cosine[j];
-        const double w = edge.sign * weight[j];
-        const LaneComplex<double> prefactor{edge.prefactor.real(), edge.prefactor.imag()};
-        KESTREL_LANES
-        for (int i = 0; i < count; ++i) {
-          const DiscRimTerm<double> rim(points.r[i], points.r_squared[i], a, a_squared, cos_psi,
-                                        twice_a_cosine * points.r[i]);
-          const double f = rim.radial / rim.squared;
-          const auto difference = points.difference(i, rim.squared, wave);
-          if constexpr (fold_prefactor) {
-            tile.add_pressure(i, w * (difference * (f * prefactor)));
-          } else {
-            tile.add_pressure(i, w * (f * difference));
+    for_node_groups<typename Wave::Arithmetic>(
+        cosine.size(), [&](auto group, std::size_t first) KESTREL_INLINE_LAMBDA {
+          for (const DiscEdge& edge : edges) {
+            const double a = edge.radius, a_squared = a * a;
+            const LaneComplex<double> prefactor{edge.prefactor.real(), edge.prefactor.imag()};
+            double cos_psi[group], twice_a_cosine[group], w[group];
+            for (int m = 0; m < group; ++m) {
+              cos_psi[m] = cosine[first + m];
+              twice_a_cosine[m] = edge.twice_radius_cosine[first + m];
+              w[m] = edge.sign * weight[first + m];
+            }
+            const auto rim = [&](int m, int i) KESTREL_INLINE_LAMBDA {
+              return DiscRimTerm<double>(points.r[i], points.r_squared[i], a, a_squared, cos_psi[m],
+                                         twice_a_cosine[m] * points.r[i]);
+            };
+            KESTREL_LANES
+            for (int i = 0; i < count; ++i) {
+              if constexpr (Wave::Arithmetic::wide) {
+                const auto sum = sum_quotients<typename Wave::Arithmetic, group>(
+                    [&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
+                      const auto of = rim(m, i);
+                      return {w[m] * of.radial, of.squared, points.difference(i, of.squared, wave)};
+                    });
+                tile.add_pressure(i, fold_prefactor ? sum * prefactor : sum);
+              } else {
+                const auto of = rim(0, i);
+                const double f = of.radial / of.squared;
+                const auto difference = points.difference(i, of.squared, wave);
+                if constexpr (fold_prefactor) {
+                  tile.add_pressure(i, w[0] * (difference * (f * prefactor)));
+                } else {
+                  tile.add_pressure(i, w[0] * (f * difference));
+                }
+              }
+            }
           }
-        }
-      }
-    }
+        });
   });
   if constexpr (!fold_prefactor) tile.multiply(edges.front().prefactor);
 }
@@ -85,20 +106,42 @@ template struct DiscFnm<true>;
 void ApodizedDiscFnm::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
   run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+    using Wave = std::decay_t<decltype(wave)>;
     const DiscPoints points(tile, count, wave);
     for (const auto [sigma, sigma_squared, derivative, radial_weight] : radii) {
       if (interruption_asked()) return;
-      for (std::size_t j = 0; j < cosine.size(); ++j) {
-        const double cos_psi = cosine[j], twice_cos_psi = twice_cosine[j], w = weight[j];
-        KESTREL_LANES
-        for (int i = 0; i < count; ++i) {
-          const DiscRimTerm<double> rim(points.r[i], points.r_squared[i], sigma, sigma_squared,
-                                        cos_psi, twice_cos_psi * points.r[i] * sigma);
-          const double g = derivative * rim.radial * sigma / rim.squared;
-          const auto difference = points.difference(i, rim.squared, wave);
-          tile.add_pressure(i, radial_weight * (w * (g * difference)));
-        }
-      }
+      for_node_groups<typename Wave::Arithmetic>(
+          cosine.size(),
+          [&, sigma = sigma, sigma_squared = sigma_squared, derivative = derivative,
+           radial_weight = radial_weight](auto group, std::size_t first) KESTREL_INLINE_LAMBDA {
+            double cos_psi[group], twice_cos_psi[group], w[group];
+            for (int m = 0; m < group; ++m) {
+              cos_psi[m] = cosine[first + m];
+              twice_cos_psi[m] = twice_cosine[first + m];
+              w[m] = weight[first + m];
+            }
+            const auto rim = [&](int m, int i) KESTREL_INLINE_LAMBDA {
+              return DiscRimTerm<double>(points.r[i], points.r_squared[i], sigma, sigma_squared,
+                                         cos_psi[m], twice_cos_psi[m] * points.r[i] * sigma);
+            };
+            const double scale = radial_weight * (derivative * sigma);
+            KESTREL_LANES
+            for (int i = 0; i < count; ++i) {
+              if constexpr (Wave::Arithmetic::wide) {
+                const auto sum = sum_quotients<typename Wave::Arithmetic, group>(
+                    [&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
+                      const auto of = rim(m, i);
+                      return {w[m] * of.radial, of.squared, points.difference(i, of.squared, wave)};
+                    });
+                tile.add_pressure(i, scale * sum);
+              } else {
+                const auto of = rim(0, i);
+                const double g = derivative * of.radial * sigma / of.squared;
+                const auto difference = points.difference(i, of.squared, wave);
+                tile.add_pressure(i, radial_weight * (w[0] * (g * difference)));
+              }
+            }
+          });
     }
   });
   tile.multiply(prefactor);

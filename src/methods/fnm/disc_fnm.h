@@ -61,7 +61,7 @@ struct ApodizedDiscFnm {
 
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z >= 0 ? 0 : -1; }
-  double wide_math_limit() const { return propagation.wide_math_limit(4 * radius); }
+  double wide_math_limit() const { return propagation.wide_math_limit(4 * radius, radius); }
   void evaluate(FieldTile& tile, int region) const;
 };
 

@@ -3,6 +3,7 @@
 #include <type_traits>
 
 #include "kestrel/special_functions.h"
+#include "methods/common/quotient_terms.h"
 
 namespace kestrel {
 
@@ -96,37 +97,19 @@ class RectangleTile {
     }
   }
 
-  /// What an edge contributes to one point is weight * factor * difference / q.
-  struct EdgeTerm {
-    double q, factor;
-    LaneComplex<double> difference;
-  };
-  KESTREL_INLINE EdgeTerm edge_term(Real q, double factor, int i) const {
-    return {static_cast<double>(q), factor,
+  KESTREL_INLINE QuotientTerm edge_term(Real q, double factor, int i) const {
+    return {factor, static_cast<double>(q),
             _wave(static_cast<double>(std::sqrt(_z_squared[i] + q))) -
                 LaneComplex<double>{_direct_re[i], _direct_im[i]}};
   }
 
-  /// All edges of a point at once, in registers, with one division for all.
+  /// All edges of a point at once.
   template <int edges, class Term>
   KESTREL_INLINE void add_together(const Term& term, double weight) {
     KESTREL_LANES
     for (int i = 0; i < _count; ++i) {
-      double scale[edges], factor[edges];
-      LaneComplex<double> difference[edges];
-      unrolled<edges>([&](int m) KESTREL_INLINE_LAMBDA {
-        const EdgeTerm of = term(m, i);
-        scale[m] = of.q;
-        factor[m] = of.factor;
-        difference[m] = of.difference;
-      });
-      Arithmetic::invert(scale);
-      LaneComplex<double> sum{0, 0};
-      unrolled<edges>([&](int m) KESTREL_INLINE_LAMBDA {
-        scale[m] *= factor[m];
-        sum.re = Arithmetic::mul_add(scale[m], difference[m].re, sum.re);
-        sum.im = Arithmetic::mul_add(scale[m], difference[m].im, sum.im);
-      });
+      const auto sum =
+          sum_quotients<Arithmetic, edges>([&](int m) KESTREL_INLINE_LAMBDA { return term(m, i); });
       _tile.re[i] = Arithmetic::mul_add(weight, sum.re, _tile.re[i]);
       _tile.im[i] = Arithmetic::mul_add(weight, sum.im, _tile.im[i]);
     }
@@ -138,8 +121,8 @@ class RectangleTile {
   KESTREL_INLINE void add_in_order(const Term& term, double weight, const int (&term_of)[terms]) {
     for (int m = 0; m < edges; ++m) {
       for (int i = 0; i < _count; ++i) {
-        const EdgeTerm of = term(m, i);
-        _term[m][i] = Precision::contribution(of.difference, of.factor, of.q, weight);
+        const QuotientTerm of = term(m, i);
+        _term[m][i] = Precision::contribution(of.value, of.numerator, of.denominator, weight);
       }
     }
     for (int i = 0; i < _count; ++i) {
