@@ -25,7 +25,7 @@ struct AxisymmetricSurface {
   Propagation propagation;
 
   using NodeDistance = Distance;
-  double wide_math_limit() const { return propagation.wide_math_limit(extent); }
+  double wide_math_limit() const { return propagation.wide_math_limit(extent, extent); }
   void sum(FieldTile& tile) const;
 };
 
@@ -81,7 +81,7 @@ struct RectangleSurface {
 
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z < 0 ? -1 : 0; }
-  double wide_math_limit() const { return propagation.wide_math_limit(extent); }
+  double wide_math_limit() const { return propagation.wide_math_limit(extent, extent); }
   void evaluate(FieldTile& tile, int region) const;
   /// Turns sums over the face into pressures.
   void scale(FieldTile& tile) const;
