@@ -24,6 +24,9 @@ inline constexpr double kPhaseLimit = 8.0e5;
 /// Largest magnitude of exponent for the wide exponential: results stay normal numbers.
 inline constexpr double kExponentLimit = 700;
 
+/// Largest magnitude of exponent for the short polynomial.
+inline constexpr double kSmallExponentLimit = 0.2;
+
 /// body(0) to body(n - 1), written out, so that a loop around it still vectorises and small local
 /// arrays stay in registers.
 template <int n, class Body>
@@ -138,6 +141,19 @@ struct WideMath {
         q[2 * m + 1] = pairs[m] * first;
       });
     }
+  }
+
+  /// e^x for |x| <= kSmallExponentLimit: interpolates at the Chebyshev points to 1.1e-16.
+  static KESTREL_INLINE double small_exponential(double x) {
+    double p = mul_add(x, 0x1.722bba6c99132p-19, 0x1.a08493a862917p-16);
+    p = mul_add(x, p, 0x1.a019f85300a12p-13);
+    p = mul_add(x, p, 0x1.6c16b4a1c6cbep-10);
+    p = mul_add(x, p, 0x1.111111117ae61p-7);
+    p = mul_add(x, p, 0x1.555555567866bp-5);
+    p = mul_add(x, p, 0x1.5555555555504p-3);
+    p = mul_add(x, p, 0x1.ffffffffffe41p-2);
+    p = mul_add(x, p, 0x1.0000000000000p+0);
+    return mul_add(x, p, 1.0);
   }
 
   static KESTREL_INLINE double exponential(double x) {

@@ -35,6 +35,11 @@ double exponential(double x) {
   return Math::exponential(x);
 }
 
+template <class Math>
+double small_exponential(double x) {
+  return Math::small_exponential(x);
+}
+
 using Fused = WideMath<true>;  // std::fma in software is exact too, only slow
 using Plain = WideMath<false>;
 
@@ -54,6 +59,8 @@ void expect_budgets(double scale) {
       {"cosine, near", cosine<Math>, std::cos, -100, 100, 2.7e-16, 0},
       {"cosine, all", cosine<Math>, std::cos, -kPhaseLimit, kPhaseLimit, 2.7e-16, 0},
       {"exponential, decay", exponential<Math>, std::exp, -40, 0, 0, 4.4e-16},
+      {"small exponential", small_exponential<Math>, std::exp, -kSmallExponentLimit,
+       kSmallExponentLimit, 0, 2.3e-16},
       {"exponential, all", exponential<Math>, std::exp, -kExponentLimit, kExponentLimit, 0,
        4.4e-16},
   };

@@ -62,10 +62,24 @@ struct Propagation {
   }
 };
 
+/// How a wave's loss is computed.
+enum class Loss {
+  none,
+  full,   ///< an exponential a path
+  small,  ///< an exponential a point, times a short polynomial a path
+};
+
+/// A path length of a point and its loss e^{-alpha length}. With Loss::small, the point's other
+/// paths through the element have almost the same length.
+struct PathReference {
+  double length = 0, decay = 1;
+};
+
 /// E(R) in doubles, with the sine, cosine and exponential of an instruction set.
-template <class Math, bool lossy>
+template <class Math, Loss loss>
 struct Wave {
   using Arithmetic = Math;
+  static constexpr bool lossy = loss != Loss::none;
   Propagation rates;
 
   // By way of local variables: written to members, sine and cosine take GCC two calls.
@@ -73,6 +87,16 @@ struct Wave {
     double re, im;
     Math::template attenuated_phase<lossy>(rates.attenuation * path, rates.phase * path, re, im);
     return {re, im};
+  }
+  /// E(R) of a path from a node of the element.
+  KESTREL_INLINE LaneComplex<double> operator()(double path, PathReference of_point) const {
+    if constexpr (loss == Loss::small) {
+      const double excess = path - of_point.length;
+      return (of_point.decay * Math::small_exponential(rates.attenuation * excess)) *
+             oscillation(path);
+    } else {
+      return (*this)(path);
+    }
   }
   /// The two factors of E(R) by themselves.
   KESTREL_INLINE double decay(double path) const {

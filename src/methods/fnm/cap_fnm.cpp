@@ -1,5 +1,6 @@
 #include "methods/fnm/cap_fnm.h"
 
+#include <limits>
 #include <type_traits>
 
 #include "methods/common/quotient_terms.h"
@@ -20,7 +21,10 @@ std::complex<double> CapFnm::closed_form() const {
 void CapFnm::evaluate(FieldTile& tile, int region) const {
   if (region == CapGeometry::focus) return tile.fill(closed_form());
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  // Next to the centre of curvature what is left of nearly equal waves hangs on their last bits,
+  // and so on those of the loss: it is never taken for small.
+  constexpr double reach = std::numeric_limits<double>::infinity();
+  run_tile(tile, propagation, reach, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     const double a = cap.radius, rc = cap.curvature, h = cap.rim_depth;
     alignas(64) double r[FieldTile::capacity];
     alignas(64) double zeta[FieldTile::capacity];

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <vector>
 
@@ -28,7 +29,10 @@ struct CapGeometry {
     return r < 1e-10 && std::abs(zeta) < 1e-10 ? focus : general;
   }
 
-  /// The cap reaches no farther from the apex than the sphere does.
+  /// From the apex to the rim, which is as far as the cap gets.
+  double chord() const { return std::hypot(radius, curvature - rim_depth); }
+  /// Bounds every path's excess over |x| + |y| + |z|, the one along the line through the centre of
+  /// curvature included.
   double extent() const { return 3 * curvature; }
 };
 

@@ -14,6 +14,7 @@ namespace {
 
 /// What every edge term of a planar axisymmetric source starts from, per point.
 struct DiscPoints {
+  const FieldTile& tile;
   alignas(64) double r[FieldTile::capacity];  ///< distance from the axis
   alignas(64) double r_squared[FieldTile::capacity];
   alignas(64) double z_squared[FieldTile::capacity];
@@ -21,8 +22,8 @@ struct DiscPoints {
   alignas(64) double direct_im[FieldTile::capacity];
 
   template <class Wave>
-  KESTREL_INLINE DiscPoints(FieldTile& tile, int count, const Wave& wave) {
-    tile.clear_pressures(count);
+  KESTREL_INLINE DiscPoints(FieldTile& of, int count, const Wave& wave) : tile(of) {
+    of.clear_pressures(count);
     KESTREL_LANES
     for (int i = 0; i < count; ++i) {
       const double z = tile.z[i];
@@ -38,7 +39,7 @@ struct DiscPoints {
   /// E(R) - E(z) at a distance from the projection.
   template <class Wave>
   KESTREL_INLINE LaneComplex<double> difference(int i, double squared, const Wave& wave) const {
-    return wave(std::sqrt(z_squared[i] + squared)) -
+    return wave(std::sqrt(z_squared[i] + squared), tile.reference(i)) -
            LaneComplex<double>{direct_re[i], direct_im[i]};
   }
 };
@@ -46,17 +47,23 @@ struct DiscPoints {
 }  // namespace
 
 template <bool fold_prefactor>
+double DiscFnm<fold_prefactor>::reach() const {
+  double largest = 0;
+  for (const DiscEdge& edge : edges) largest = std::max(largest, std::abs(edge.radius));
+  return largest;
+}
+
+template <bool fold_prefactor>
 double DiscFnm<fold_prefactor>::wide_math_limit() const {
-  const auto [smallest, largest] = std::minmax_element(
-      edges.begin(), edges.end(),
-      [](const DiscEdge& a, const DiscEdge& b) { return std::abs(a.radius) < std::abs(b.radius); });
-  return propagation.wide_math_limit(largest->radius, smallest->radius);
+  double smallest = reach();
+  for (const DiscEdge& edge : edges) smallest = std::min(smallest, std::abs(edge.radius));
+  return propagation.wide_math_limit(reach(), smallest);
 }
 
 template <bool fold_prefactor>
 void DiscFnm<fold_prefactor>::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach(), [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     using Wave = std::decay_t<decltype(wave)>;
     const DiscPoints points(tile, count, wave);
     for_node_groups<typename Wave::Arithmetic>(
@@ -105,7 +112,7 @@ template struct DiscFnm<true>;
 
 void ApodizedDiscFnm::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach(), [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     using Wave = std::decay_t<decltype(wave)>;
     const DiscPoints points(tile, count, wave);
     for (const auto [sigma, sigma_squared, derivative, radial_weight] : radii) {

@@ -99,7 +99,7 @@ class RectangleTile {
 
   KESTREL_INLINE QuotientTerm edge_term(Real q, double factor, int i) const {
     return {factor, static_cast<double>(q),
-            _wave(static_cast<double>(std::sqrt(_z_squared[i] + q))) -
+            _wave(static_cast<double>(std::sqrt(_z_squared[i] + q)), _tile.reference(i)) -
                 LaneComplex<double>{_direct_re[i], _direct_im[i]}};
   }
 
@@ -152,7 +152,7 @@ void RectangleFnm<Precision>::evaluate(FieldTile& tile, int region) const {
   const int count = tile.pad();
   const auto in_x = static_cast<Projection>(region / 3);
   const auto in_y = static_cast<Projection>(region % 3);
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach(), [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     RectangleTile<Precision, std::decay_t<decltype(wave)>> work(*this, tile, count, wave);
     for (const int axis : {0, 1}) {
       work.add_direction(axis, axis == 0 ? in_x : in_y, axis == 0 ? in_y : in_x);

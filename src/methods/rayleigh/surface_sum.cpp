@@ -8,10 +8,10 @@
 namespace kestrel {
 
 template <class Distance>
-void AxisymmetricSurface<Distance>::sum(FieldTile& tile) const {
+void AxisymmetricSurface<Distance>::sum(FieldTile& tile, double reach) const {
   constexpr int most_surfaces = 2;
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     using Arithmetic = typename std::decay_t<decltype(wave)>::Arithmetic;
     alignas(64) double r[FieldTile::capacity];
     alignas(64) double r_squared[FieldTile::capacity];
@@ -49,7 +49,7 @@ void AxisymmetricSurface<Distance>::sum(FieldTile& tile) const {
               tile.add_pressure(i, weight * sum_quotients<Arithmetic, group>(
                                                 [&](int n) KESTREL_INLINE_LAMBDA -> QuotientTerm {
                                                   const double of = path(n, i);
-                                                  return {1, of, wave(of)};
+                                                  return {1, of, wave(of, tile.reference(i))};
                                                 }));
             } else {
               tile.add_pressure(i, circle_term(wave, path(0, i), weight));
@@ -79,7 +79,7 @@ std::complex<double> CapSurface::closed_form() const {
 }
 
 void CapSurface::evaluate(FieldTile& tile, int region) const {
-  region == 0 ? sum(tile) : tile.fill(closed_form());
+  region == 0 ? sum(tile, cap.chord()) : tile.fill(closed_form());
 }
 
 template <class Surface>
@@ -104,7 +104,7 @@ template struct SurfaceFourWide<CapSurface>;
 
 void RectangleSurface::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, extent, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     using Arithmetic = typename std::decay_t<decltype(wave)>::Arithmetic;
     tile.clear_pressures(count);
     for (std::size_t m = 0; m < x_node.size(); ++m) {
@@ -124,7 +124,7 @@ void RectangleSurface::evaluate(FieldTile& tile, int) const {
         for (int i = 0; i < count; ++i) {
           if constexpr (Arithmetic::wide) {
             tile.add_pressure(i, sum_quotients<Arithmetic, group>([&](int n) KESTREL_INLINE_LAMBDA {
-                                return node_quotient(wave, path(n, i), w[n]);
+                                return node_quotient(wave, path(n, i), tile.reference(i), w[n]);
                               }));
           } else {
             tile.add_pressure(i, node_term(wave, path(0, i), w[0]));

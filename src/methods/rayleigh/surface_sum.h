@@ -26,7 +26,8 @@ struct AxisymmetricSurface {
 
   using NodeDistance = Distance;
   double wide_math_limit() const { return propagation.wide_math_limit(extent, extent); }
-  void sum(FieldTile& tile) const;
+  /// `reach`: no node lies farther from the element's origin.
+  void sum(FieldTile& tile, double reach) const;
 };
 
 extern template struct AxisymmetricSurface<PlanarDistance>;
@@ -36,7 +37,7 @@ extern template struct AxisymmetricSurface<SphericalDistance>;
 struct PlanarSurface : AxisymmetricSurface<PlanarDistance> {
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z >= 0 ? 0 : -1; }
-  void evaluate(FieldTile& tile, int) const { sum(tile); }
+  void evaluate(FieldTile& tile, int) const { sum(tile, extent); }
 };
 
 /// Shell, or one of the two caps of a spherical ring. The apex has a closed form: seen from there

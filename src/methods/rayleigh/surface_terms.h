@@ -97,8 +97,9 @@ KESTREL_INLINE LaneComplex<double> node_term(const Wave& wave, double path, doub
 }
 /// The same before its division.
 template <class Wave>
-KESTREL_INLINE QuotientTerm node_quotient(const Wave& wave, double path, double weight) {
-  const LaneComplex<double> e = wave(path);
+KESTREL_INLINE QuotientTerm node_quotient(const Wave& wave, double path, PathReference of_point,
+                                          double weight) {
+  const LaneComplex<double> e = wave(path, of_point);
   const bool at_node = path == 0;
   return {weight, at_node ? 1 : path, {at_node ? 1 : e.re, at_node ? 1 : e.im}};
 }
