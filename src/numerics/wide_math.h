@@ -4,7 +4,7 @@
 ///
 /// Straight-line double-precision code without calls, branches or tables, so that a loop around it
 /// vectorises. Accuracy (tests/rounding/wide_math_test.cpp holds the budgets): sine and cosine to
-/// 1.7e-16 absolute (2.1e-16 without fused multiply-add) for |y| <= kPhaseLimit, the exponential to
+/// 2.7e-16 absolute (3.8e-16 without fused multiply-add) for |y| <= kPhaseLimit, the exponential to
 /// 2 units in the last place for |x| <= kExponentLimit. Outside those ranges callers use
 /// StandardMath.
 
@@ -19,10 +19,21 @@
 namespace kestrel {
 
 /// Largest phase, in radians, that the wide sine and cosine reduce without loss: the number of
-/// quarter turns times the 33-bit leading part of pi/2 must be exact.
+/// half turns times the 33-bit leading part of pi must be exact.
 inline constexpr double kPhaseLimit = 8.0e5;
 /// Largest magnitude of exponent for the wide exponential: results stay normal numbers.
 inline constexpr double kExponentLimit = 700;
+
+/// Largest magnitude of exponent for the short polynomial.
+inline constexpr double kSmallExponentLimit = 0.2;
+
+/// body(0) to body(n - 1), written out, so that a loop around it still vectorises and small local
+/// arrays stay in registers.
+template <int n, class Body>
+KESTREL_INLINE void unrolled(const Body& body) {
+  if constexpr (n > 1) unrolled<n - 1>(body);
+  if constexpr (n > 0) body(n - 1);
+}
 
 /// The plain path: the standard library's functions, with the shortcuts for exact zeros.
 struct StandardMath {
@@ -45,7 +56,7 @@ struct StandardMath {
 };
 
 /// `fused`: with a fused multiply-add, which lets the argument reduction get by with two parts of
-/// pi/2; without it three parts are needed to keep the same accuracy.
+/// pi; without it three parts are needed to keep the same accuracy.
 template <bool fused>
 struct WideMath {
   static constexpr bool wide = true;
@@ -75,44 +86,74 @@ struct WideMath {
   }
 
   static KESTREL_INLINE void sine_cosine(double y, double& sine, double& cosine) {
-    // Adding 1.5*2^52 rounds to the nearest whole number of quarter turns and leaves that number
-    // in the low bits.
+    // Adding 1.5*2^52 rounds to the nearest whole number of half turns and leaves that number in
+    // the low bits. Half turns, because an odd one then merely turns both signs. Quarter turns
+    // would allow shorter polynomials, but an exchange of sine and cosine costs more than that.
     constexpr double to_integer = 0x1.8p52;
-    const double shifted = mul_add(y, 0x1.45f306dc9c883p-1, to_integer);
+    const double shifted = mul_add(y, 0x1.45f306dc9c883p-2, to_integer);
     const double turns = shifted - to_integer;
-    const std::uint64_t quadrant = std::bit_cast<std::uint64_t>(shifted);
+    const std::uint64_t sign = std::bit_cast<std::uint64_t>(shifted) << 63;
     double r;
     if constexpr (fused) {
-      r = mul_add(-turns, 0x1.921fb54442d18p0, y);
-      r = mul_add(-turns, 0x1.1a62633145c07p-54, r);
+      r = mul_add(-turns, 0x1.921fb54442d18p1, y);
+      r = mul_add(-turns, 0x1.1a62633145c07p-53, r);
     } else {
-      r = y - turns * 0x1.921fb544p0;
-      r = r - turns * 0x1.0b4611a6p-34;
-      r = r - turns * 0x1.3198a2e037073p-69;
+      r = y - turns * 0x1.921fb544p1;
+      r = r - turns * 0x1.0b4611a6p-33;
+      r = r - turns * 0x1.3198a2e037073p-68;
     }
+    // (sin r - r)/r^3 and (cos r - 1 + r^2/2)/r^4 in powers of r^2, which interpolate at the
+    // Chebyshev points of |r| <= pi/2 to 7e-17.
     const double z = r * r;
-    double s = mul_add(z, 1.58969099521155010221e-10, -2.50507602534068634195e-08);
-    s = mul_add(z, s, 2.75573137070700676789e-06);
-    s = mul_add(z, s, -1.98412698298579493134e-04);
-    s = mul_add(z, s, 8.33333333332248946124e-03);
-    s = mul_add(z, s, -1.66666666666666324348e-01);
+    double s = mul_add(z, 0x1.89a43bea5b135p-49, -0x1.ae51366b753a9p-41);
+    s = mul_add(z, s, 0x1.612401540ed0fp-33);
+    s = mul_add(z, s, -0x1.ae6455a1c0795p-26);
+    s = mul_add(z, s, 0x1.71de3a54564dfp-19);
+    s = mul_add(z, s, -0x1.a01a01a018aaap-13);
+    s = mul_add(z, s, 0x1.1111111111107p-7);
+    s = mul_add(z, s, -0x1.5555555555555p-3);
     s = mul_add(z * r, s, r);
-    double c = mul_add(z, -1.13596475577881948265e-11, 2.08757232129817482790e-09);
-    c = mul_add(z, c, -2.75573143513906633035e-07);
-    c = mul_add(z, c, 2.48015872894767294178e-05);
-    c = mul_add(z, c, -1.38888888888741095749e-03);
-    c = mul_add(z, c, 4.16666666666666019037e-02);
-    c = mul_add(z * z, c, 1.0 - 0.5 * z);
+    double c = mul_add(z, 0x1.a2833757d771cp-45, -0x1.936ecf8fc484ap-37);
+    c = mul_add(z, c, 0x1.1eed4b09a06f0p-29);
+    c = mul_add(z, c, -0x1.27e4fb02497bap-22);
+    c = mul_add(z, c, 0x1.a01a019f593f1p-16);
+    c = mul_add(z, c, -0x1.6c16c16c164a9p-10);
+    c = mul_add(z, c, 0x1.5555555555554p-5);
+    c = mul_add(z * z, c, mul_add(z, -0.5, 1.0));
+    sine = std::bit_cast<double>(std::bit_cast<std::uint64_t>(s) ^ sign);
+    cosine = std::bit_cast<double>(std::bit_cast<std::uint64_t>(c) ^ sign);
+  }
 
-    // Odd quarter turns swap the two; the signs follow from the quadrant.
-    const std::uint64_t swap = 0 - (quadrant & 1);
-    const std::uint64_t s_bits = std::bit_cast<std::uint64_t>(s);
-    const std::uint64_t c_bits = std::bit_cast<std::uint64_t>(c);
-    const std::uint64_t exchange = (s_bits ^ c_bits) & swap;
-    const std::uint64_t s_sign = (quadrant & 2) << 62;
-    const std::uint64_t c_sign = ((quadrant + 1) & 2) << 62;
-    sine = std::bit_cast<double>((s_bits ^ exchange) ^ s_sign);
-    cosine = std::bit_cast<double>((c_bits ^ exchange) ^ c_sign);
+  /// Replaces each of n values, a power of two, by its reciprocal at the price of one division.
+  /// The product of all must be a normal number. Each result is right to 2n units in the last
+  /// place.
+  template <int n>
+  static KESTREL_INLINE void invert(double (&q)[n]) {
+    if constexpr (n == 1) {
+      q[0] = 1 / q[0];
+    } else {
+      double pairs[n / 2];
+      unrolled<n / 2>([&](int m) KESTREL_INLINE_LAMBDA { pairs[m] = q[2 * m] * q[2 * m + 1]; });
+      invert(pairs);
+      unrolled<n / 2>([&](int m) KESTREL_INLINE_LAMBDA {
+        const double first = q[2 * m];
+        q[2 * m] = pairs[m] * q[2 * m + 1];
+        q[2 * m + 1] = pairs[m] * first;
+      });
+    }
+  }
+
+  /// e^x for |x| <= kSmallExponentLimit: interpolates at the Chebyshev points to 1.1e-16.
+  static KESTREL_INLINE double small_exponential(double x) {
+    double p = mul_add(x, 0x1.722bba6c99132p-19, 0x1.a08493a862917p-16);
+    p = mul_add(x, p, 0x1.a019f85300a12p-13);
+    p = mul_add(x, p, 0x1.6c16b4a1c6cbep-10);
+    p = mul_add(x, p, 0x1.111111117ae61p-7);
+    p = mul_add(x, p, 0x1.555555567866bp-5);
+    p = mul_add(x, p, 0x1.5555555555504p-3);
+    p = mul_add(x, p, 0x1.ffffffffffe41p-2);
+    p = mul_add(x, p, 0x1.0000000000000p+0);
+    return mul_add(x, p, 1.0);
   }
 
   static KESTREL_INLINE double exponential(double x) {

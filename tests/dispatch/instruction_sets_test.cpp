@@ -129,6 +129,27 @@ TEST_P(InstructionSets, KnowHowFarTheNodesReach) {
   }
 }
 
+// Several terms share a division by the product of their denominators, which leaves the range of
+// numbers long before a denominator does.
+TEST_P(InstructionSets, AgreeAboutElementsOfAnySize) {
+  RandomSituations random(11);
+  for (const CwMethod& method : kCwMethods) {
+    if (!method.vectorised || method.method == &Transducer::fnm_cw_single) continue;
+    const Situation ordinary = typical(method.shape);
+    const Points around = random.points(ordinary, 33);
+    for (const double scale : {0x1p-150, 0x1p-60, 0x1p-40, 0x1p40, 0x1p60, 0x1p150}) {
+      Situation s = ordinary;
+      for (double* length : {&s.a, &s.b, &s.c}) *length *= scale;
+      s.medium._f0 /= scale;
+      Points points = around;
+      for (Point& p : points) p = {p.x * scale, p.y * scale, p.z * scale};
+      const auto expected = field_on(InstructionSet::scalar, s, method.method, points);
+      EXPECT_LE(difference(field_on(GetParam(), s, method.method, points), expected), 1e-12)
+          << method.name << ", " << scale;
+    }
+  }
+}
+
 TEST_P(InstructionSets, GiveAPointTheSameValueInAnyCompany) {
   RandomSituations random(23);
   for (const CwMethod& method : kCwMethods) {

@@ -27,6 +27,13 @@ struct FieldTile {
   alignas(64) double z[capacity];
   alignas(64) double re[capacity];
   alignas(64) double im[capacity];
+  /// Of each point, where the loss is small (see run_tile).
+  alignas(64) double reference_length[capacity];
+  alignas(64) double reference_decay[capacity];
+
+  KESTREL_INLINE PathReference reference(int i) const {
+    return {reference_length[i], reference_decay[i]};
+  }
 
   bool full() const { return count == capacity; }
 
@@ -99,26 +106,45 @@ inline double extent_of_nodes(double half_side, const std::vector<double>& nodes
 
 /// A kernel over a tile, `template <class Wave> KESTREL_INLINE void operator()(const Wave&) const`,
 /// with the wave of one instruction set.
-template <class Kernel, bool lossy>
+template <class Kernel, Loss loss>
 struct TileKernel {
   const Kernel& kernel;
+  FieldTile& tile;
   Propagation propagation;
 
   template <class Math>
   KESTREL_INLINE void operator()(Math) const {
-    kernel(Wave<Math, lossy>{propagation});
+    if constexpr (loss != Loss::small) {
+      kernel(Wave<Math, loss>{propagation});
+    } else if constexpr (Math::wide) {
+      const int count = tile.pad();
+      KESTREL_LANES
+      for (int i = 0; i < count; ++i) {
+        const double x = tile.x[i], y = tile.y[i], z = tile.z[i];
+        const double length = std::sqrt(x * x + y * y + z * z);
+        tile.reference_length[i] = length;
+        tile.reference_decay[i] = Math::exponential(propagation.attenuation * length);
+      }
+      kernel(Wave<Math, loss>{propagation});
+    }
   }
 };
 
 /// Runs such a kernel on the instruction set in use, or on the plain path when the tile holds
-/// points that the wide functions cannot take.
+/// points that the wide functions cannot take. `reach`: no node of the element lies farther from
+/// its origin. By the triangle inequality a point's paths then differ from its distance to the
+/// origin by at most as much, which decides for the whole element, and so for a point in any
+/// company, whether the loss counts as small.
 template <class Kernel>
-void run_tile(const FieldTile& tile, const Propagation& propagation, const Kernel& kernel) {
+void run_tile(FieldTile& tile, const Propagation& propagation, double reach, const Kernel& kernel) {
   const InstructionSet set = tile.within_limit ? instruction_set() : InstructionSet::scalar;
   if (propagation.lossless()) {
-    run_kernel(set, TileKernel<Kernel, false>{kernel, propagation});
+    run_kernel(set, TileKernel<Kernel, Loss::none>{kernel, tile, propagation});
+  } else if (set != InstructionSet::scalar &&
+             std::abs(propagation.attenuation) * std::abs(reach) <= kSmallExponentLimit) {
+    run_kernel(set, TileKernel<Kernel, Loss::small>{kernel, tile, propagation});
   } else {
-    run_kernel(set, TileKernel<Kernel, true>{kernel, propagation});
+    run_kernel(set, TileKernel<Kernel, Loss::full>{kernel, tile, propagation});
   }
 }
 

@@ -4,6 +4,7 @@
 /// over a value type T: a double in loops over points, or float4 where four nodes or integrals of
 /// one point run side by side.
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 
@@ -48,16 +49,37 @@ struct Propagation {
   /// an element that stays within `extent` of the origin is short enough for the wide functions.
   /// NaN when the phase is NaN; then no point counts as within the limit. (A loss that is NaN makes
   /// every pressure NaN on either path.)
-  double wide_math_limit(double extent) const {
+  ///
+  /// `smallest`: the smallest size of the element. The wide paths divide once by the product of
+  /// four denominators, which are fourth powers of lengths at most. Lengths between 1e-15 and 1e15
+  /// metres keep such a product a normal number; of an element outside that range, no point counts.
+  double wide_math_limit(double extent, double smallest = 1) const {
+    constexpr double shortest = 1e-15, longest = 1e15;
+    if (!(std::abs(smallest) >= shortest)) return -1;
     const double by_phase = kPhaseLimit / std::abs(phase);
     const double by_loss = lossless() ? by_phase : kExponentLimit / std::abs(attenuation);
-    return (by_loss < by_phase ? by_loss : by_phase) - std::abs(extent);
+    return std::min(std::min(by_phase, by_loss), longest) - std::abs(extent);
   }
 };
 
+/// How a wave's loss is computed.
+enum class Loss {
+  none,
+  full,   ///< an exponential a path
+  small,  ///< an exponential a point, times a short polynomial a path
+};
+
+/// A path length of a point and its loss e^{-alpha length}. With Loss::small, the point's other
+/// paths through the element have almost the same length.
+struct PathReference {
+  double length = 0, decay = 1;
+};
+
 /// E(R) in doubles, with the sine, cosine and exponential of an instruction set.
-template <class Math, bool lossy>
+template <class Math, Loss loss>
 struct Wave {
+  using Arithmetic = Math;
+  static constexpr bool lossy = loss != Loss::none;
   Propagation rates;
 
   // By way of local variables: written to members, sine and cosine take GCC two calls.
@@ -65,6 +87,16 @@ struct Wave {
     double re, im;
     Math::template attenuated_phase<lossy>(rates.attenuation * path, rates.phase * path, re, im);
     return {re, im};
+  }
+  /// E(R) of a path from a node of the element.
+  KESTREL_INLINE LaneComplex<double> operator()(double path, PathReference of_point) const {
+    if constexpr (loss == Loss::small) {
+      const double excess = path - of_point.length;
+      return (of_point.decay * Math::small_exponential(rates.attenuation * excess)) *
+             oscillation(path);
+    } else {
+      return (*this)(path);
+    }
   }
   /// The two factors of E(R) by themselves.
   KESTREL_INLINE double decay(double path) const {

@@ -1,5 +1,9 @@
 #include "methods/fnm/cap_fnm.h"
 
+#include <limits>
+#include <type_traits>
+
+#include "methods/common/quotient_terms.h"
 #include "methods/common/wave_constants.h"
 #include "methods/fnm/rim_terms.h"
 
@@ -17,7 +21,10 @@ std::complex<double> CapFnm::closed_form() const {
 void CapFnm::evaluate(FieldTile& tile, int region) const {
   if (region == CapGeometry::focus) return tile.fill(closed_form());
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  // Next to the centre of curvature what is left of nearly equal waves hangs on their last bits,
+  // and so on those of the loss: it is never taken for small.
+  constexpr double reach = std::numeric_limits<double>::infinity();
+  run_tile(tile, propagation, reach, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     const double a = cap.radius, rc = cap.curvature, h = cap.rim_depth;
     alignas(64) double r[FieldTile::capacity];
     alignas(64) double zeta[FieldTile::capacity];
@@ -32,15 +39,32 @@ void CapFnm::evaluate(FieldTile& tile, int region) const {
       direct_re[i] = direct.re;
       direct_im[i] = direct.im;
     }
-    for (std::size_t j = 0; j < cosine.size(); ++j) {
-      const double cos_psi = cosine[j], w = node_weight[j];
+    using Arithmetic = typename std::decay_t<decltype(wave)>::Arithmetic;
+    for_node_groups<Arithmetic>(cosine.size(), [&](auto group,
+                                                   std::size_t first) KESTREL_INLINE_LAMBDA {
+      double cos_psi[group], sine_squared[group], w[group];
+      for (int m = 0; m < group; ++m) {
+        cos_psi[m] = cosine[first + m];
+        sine_squared[m] = (1 - cos_psi[m]) * (1 + cos_psi[m]);
+        w[m] = node_weight[first + m];
+      }
       KESTREL_LANES
       for (int i = 0; i < count; ++i) {
-        const CapRimTerm<double> rim(a, rc, h, r[i], zeta[i], cos_psi);
         const LaneComplex<double> direct{direct_re[i], direct_im[i]};
-        tile.add_pressure(i, w * (rim.factor * (wave(rim.path) - direct)));
+        if constexpr (Arithmetic::wide) {
+          const CapRimPoint point(a, rc, h, r[i], zeta[i]);
+          tile.add_pressure(
+              i, sum_quotients<Arithmetic, group>([&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
+                const double t = point.numerator(cos_psi[m]);
+                return {w[m] * t, point.denominator(t, sine_squared[m]),
+                        wave(point.path(cos_psi[m])) - direct};
+              }));
+        } else {
+          const CapRimTerm<double> rim(a, rc, h, r[i], zeta[i], cos_psi[0]);
+          tile.add_pressure(i, w[0] * (rim.factor * (wave(rim.path) - direct)));
+        }
       }
-    }
+    });
   });
   tile.multiply(prefactor);
   tile.multiply(weight);

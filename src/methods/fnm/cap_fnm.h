@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <complex>
 #include <vector>
 
@@ -27,7 +29,10 @@ struct CapGeometry {
     return r < 1e-10 && std::abs(zeta) < 1e-10 ? focus : general;
   }
 
-  /// The cap reaches no farther from the apex than the sphere does.
+  /// From the apex to the rim, which is as far as the cap gets.
+  double chord() const { return std::hypot(radius, curvature - rim_depth); }
+  /// Bounds every path's excess over |x| + |y| + |z|, the one along the line through the centre of
+  /// curvature included.
   double extent() const { return 3 * curvature; }
 };
 
@@ -49,7 +54,9 @@ struct CapFnm {
 
   static constexpr int regions = 2;
   int region(double x, double y, double z) const { return cap.region(x, y, z); }
-  double wide_math_limit() const { return propagation.wide_math_limit(cap.extent()); }
+  double wide_math_limit() const {
+    return propagation.wide_math_limit(cap.extent(), std::min(cap.radius, cap.curvature));
+  }
   void evaluate(FieldTile& tile, int region) const;
   /// Value at the centre of curvature, where every path has the length R_c:
   /// p = j 2 pi rho f0 (R_c - h) e^{-(alpha + jk)R_c} w.

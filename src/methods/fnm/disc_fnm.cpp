@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
 
+#include "methods/common/quotient_terms.h"
 #include "methods/fnm/rim_terms.h"
 #include "numerics/interruption.h"
 
@@ -12,6 +14,7 @@ namespace {
 
 /// What every edge term of a planar axisymmetric source starts from, per point.
 struct DiscPoints {
+  const FieldTile& tile;
   alignas(64) double r[FieldTile::capacity];  ///< distance from the axis
   alignas(64) double r_squared[FieldTile::capacity];
   alignas(64) double z_squared[FieldTile::capacity];
@@ -19,8 +22,8 @@ struct DiscPoints {
   alignas(64) double direct_im[FieldTile::capacity];
 
   template <class Wave>
-  KESTREL_INLINE DiscPoints(FieldTile& tile, int count, const Wave& wave) {
-    tile.clear_pressures(count);
+  KESTREL_INLINE DiscPoints(FieldTile& of, int count, const Wave& wave) : tile(of) {
+    of.clear_pressures(count);
     KESTREL_LANES
     for (int i = 0; i < count; ++i) {
       const double z = tile.z[i];
@@ -36,7 +39,7 @@ struct DiscPoints {
   /// E(R) - E(z) at a distance from the projection.
   template <class Wave>
   KESTREL_INLINE LaneComplex<double> difference(int i, double squared, const Wave& wave) const {
-    return wave(std::sqrt(z_squared[i] + squared)) -
+    return wave(std::sqrt(z_squared[i] + squared), tile.reference(i)) -
            LaneComplex<double>{direct_re[i], direct_im[i]};
   }
 };
@@ -44,37 +47,62 @@ struct DiscPoints {
 }  // namespace
 
 template <bool fold_prefactor>
+double DiscFnm<fold_prefactor>::reach() const {
+  double largest = 0;
+  for (const DiscEdge& edge : edges) largest = std::max(largest, std::abs(edge.radius));
+  return largest;
+}
+
+template <bool fold_prefactor>
 double DiscFnm<fold_prefactor>::wide_math_limit() const {
-  double extent = 0;
-  for (const DiscEdge& edge : edges) extent = std::max(extent, std::abs(edge.radius));
-  return propagation.wide_math_limit(extent);
+  double smallest = reach();
+  for (const DiscEdge& edge : edges) smallest = std::min(smallest, std::abs(edge.radius));
+  return propagation.wide_math_limit(reach(), smallest);
 }
 
 template <bool fold_prefactor>
 void DiscFnm<fold_prefactor>::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach(), [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+    using Wave = std::decay_t<decltype(wave)>;
     const DiscPoints points(tile, count, wave);
-    for (std::size_t j = 0; j < cosine.size(); ++j) {
-      for (const DiscEdge& edge : edges) {
-        const double a = edge.radius, a_squared = a * a;
-        const double cos_psi = cosine[j], twice_a_cosine = edge.twice_radius_cosine[j];
-        const double w = edge.sign * weight[j];
-        const LaneComplex<double> prefactor{edge.prefactor.real(), edge.prefactor.imag()};
-        KESTREL_LANES
-        for (int i = 0; i < count; ++i) {
-          const DiscRimTerm<double> rim(points.r[i], points.r_squared[i], a, a_squared, cos_psi,
-                                        twice_a_cosine * points.r[i]);
-          const double f = rim.radial / rim.squared;
-          const auto difference = points.difference(i, rim.squared, wave);
-          if constexpr (fold_prefactor) {
-            tile.add_pressure(i, w * (difference * (f * prefactor)));
-          } else {
-            tile.add_pressure(i, w * (f * difference));
+    for_node_groups<typename Wave::Arithmetic>(
+        cosine.size(), [&](auto group, std::size_t first) KESTREL_INLINE_LAMBDA {
+          for (const DiscEdge& edge : edges) {
+            const double a = edge.radius, a_squared = a * a;
+            const LaneComplex<double> prefactor{edge.prefactor.real(), edge.prefactor.imag()};
+            double cos_psi[group], twice_a_cosine[group], w[group];
+            for (int m = 0; m < group; ++m) {
+              cos_psi[m] = cosine[first + m];
+              twice_a_cosine[m] = edge.twice_radius_cosine[first + m];
+              w[m] = edge.sign * weight[first + m];
+            }
+            const auto rim = [&](int m, int i) KESTREL_INLINE_LAMBDA {
+              return DiscRimTerm<double>(points.r[i], points.r_squared[i], a, a_squared, cos_psi[m],
+                                         twice_a_cosine[m] * points.r[i]);
+            };
+            KESTREL_LANES
+            for (int i = 0; i < count; ++i) {
+              if constexpr (Wave::Arithmetic::wide) {
+                const auto sum = sum_quotients<typename Wave::Arithmetic, group>(
+                    [&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
+                      const auto of = rim(m, i);
+                      return {w[m] * of.radial, of.squared, points.difference(i, of.squared, wave)};
+                    });
+                tile.add_pressure(i, fold_prefactor ? sum * prefactor : sum);
+              } else {
+                const auto of = rim(0, i);
+                const double f = of.radial / of.squared;
+                const auto difference = points.difference(i, of.squared, wave);
+                if constexpr (fold_prefactor) {
+                  tile.add_pressure(i, w[0] * (difference * (f * prefactor)));
+                } else {
+                  tile.add_pressure(i, w[0] * (f * difference));
+                }
+              }
+            }
           }
-        }
-      }
-    }
+        });
   });
   if constexpr (!fold_prefactor) tile.multiply(edges.front().prefactor);
 }
@@ -84,21 +112,43 @@ template struct DiscFnm<true>;
 
 void ApodizedDiscFnm::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach(), [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+    using Wave = std::decay_t<decltype(wave)>;
     const DiscPoints points(tile, count, wave);
     for (const auto [sigma, sigma_squared, derivative, radial_weight] : radii) {
       if (interruption_asked()) return;
-      for (std::size_t j = 0; j < cosine.size(); ++j) {
-        const double cos_psi = cosine[j], twice_cos_psi = twice_cosine[j], w = weight[j];
-        KESTREL_LANES
-        for (int i = 0; i < count; ++i) {
-          const DiscRimTerm<double> rim(points.r[i], points.r_squared[i], sigma, sigma_squared,
-                                        cos_psi, twice_cos_psi * points.r[i] * sigma);
-          const double g = derivative * rim.radial * sigma / rim.squared;
-          const auto difference = points.difference(i, rim.squared, wave);
-          tile.add_pressure(i, radial_weight * (w * (g * difference)));
-        }
-      }
+      for_node_groups<typename Wave::Arithmetic>(
+          cosine.size(),
+          [&, sigma = sigma, sigma_squared = sigma_squared, derivative = derivative,
+           radial_weight = radial_weight](auto group, std::size_t first) KESTREL_INLINE_LAMBDA {
+            double cos_psi[group], twice_cos_psi[group], w[group];
+            for (int m = 0; m < group; ++m) {
+              cos_psi[m] = cosine[first + m];
+              twice_cos_psi[m] = twice_cosine[first + m];
+              w[m] = weight[first + m];
+            }
+            const auto rim = [&](int m, int i) KESTREL_INLINE_LAMBDA {
+              return DiscRimTerm<double>(points.r[i], points.r_squared[i], sigma, sigma_squared,
+                                         cos_psi[m], twice_cos_psi[m] * points.r[i] * sigma);
+            };
+            const double scale = radial_weight * (derivative * sigma);
+            KESTREL_LANES
+            for (int i = 0; i < count; ++i) {
+              if constexpr (Wave::Arithmetic::wide) {
+                const auto sum = sum_quotients<typename Wave::Arithmetic, group>(
+                    [&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
+                      const auto of = rim(m, i);
+                      return {w[m] * of.radial, of.squared, points.difference(i, of.squared, wave)};
+                    });
+                tile.add_pressure(i, scale * sum);
+              } else {
+                const auto of = rim(0, i);
+                const double g = derivative * of.radial * sigma / of.squared;
+                const auto difference = points.difference(i, of.squared, wave);
+                tile.add_pressure(i, radial_weight * (w[0] * (g * difference)));
+              }
+            }
+          });
     }
   });
   tile.multiply(prefactor);

@@ -37,6 +37,7 @@ struct DiscFnm {
   static constexpr int regions = 1;
   /// Behind the face, or NaN: -1.
   int region(double, double, double z) const { return z >= 0 ? 0 : -1; }
+  double reach() const;  ///< the largest radius
   double wide_math_limit() const;
   void evaluate(FieldTile& tile, int region) const;
 };
@@ -61,7 +62,8 @@ struct ApodizedDiscFnm {
 
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z >= 0 ? 0 : -1; }
-  double wide_math_limit() const { return propagation.wide_math_limit(4 * radius); }
+  double reach() const { return 4 * radius; }
+  double wide_math_limit() const { return propagation.wide_math_limit(reach(), radius); }
   void evaluate(FieldTile& tile, int region) const;
 };
 

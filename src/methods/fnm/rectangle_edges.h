@@ -30,13 +30,13 @@ inline constexpr std::array<EdgeIntegral, 4> kEdgeIntegrals[2] = {
 /// projection, which runs along a side of length s with nodes t on (0, 1), and of a whole one,
 /// whose nodes count from its middle, `offset` away from the projection.
 template <class T>
-KESTREL_INLINE T split_edge_squared(T t_squared, T s, T l) {
-  return t_squared * (s * s) + l * l;
+KESTREL_INLINE T split_edge_squared(T t_squared, T s_squared, T l_squared) {
+  return t_squared * s_squared + l_squared;
 }
 template <class T>
-KESTREL_INLINE T whole_edge_squared(T node, T offset, T l) {
+KESTREL_INLINE T whole_edge_squared(T node, T offset, T l_squared) {
   const T along = node + offset;
-  return l * l + along * along;
+  return l_squared + along * along;
 }
 
 /// Where a point projects, in one direction.

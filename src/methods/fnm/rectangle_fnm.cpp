@@ -3,6 +3,7 @@
 #include <type_traits>
 
 #include "kestrel/special_functions.h"
+#include "methods/common/quotient_terms.h"
 
 namespace kestrel {
 
@@ -28,10 +29,11 @@ class RectangleTile {
       _position[0][i] = x;
       _position[1][i] = y;
       _z_squared[i] = z * z;
-      _distance[dxp][i] = a + x;
-      _distance[dxm][i] = a - x;
-      _distance[dyp][i] = b + y;
-      _distance[dym][i] = b - y;
+      const Real distance[] = {a + x, a - x, b + y, b - y};
+      unrolled<4>([&](int side) KESTREL_INLINE_LAMBDA {
+        _distance[side][i] = static_cast<double>(distance[side]);
+        _squared[side][i] = distance[side] * distance[side];
+      });
       const auto direct = _wave(static_cast<double>(z));
       _direct_re[i] = direct.re;
       _direct_im[i] = direct.im;
@@ -40,79 +42,95 @@ class RectangleTile {
 
   /// Adds the integrals along x (axis 0) or y (axis 1).
   KESTREL_INLINE void add_direction(int axis, Projection along, Projection across) {
-    const auto& integrals = kEdgeIntegrals[axis];
-    const bool split = along != Projection::outside;
-    const int edges = split ? 4 : 2;
-    // Equal edges are evaluated once and added in the order in which they stand.
-    int evaluated_as[4];
-    for (int m = 0; m < edges; ++m) {
-      evaluated_as[m] = m;
-      for (int earlier = m - 1; earlier >= 0; --earlier) {
-        const auto same = [&](RectangleDistance EdgeIntegral::*side, Projection where) {
-          return where == Projection::centred || integrals[m].*side == integrals[earlier].*side;
-        };
-        const bool equal_edges =
-            (!split || same(&EdgeIntegral::along, along)) && same(&EdgeIntegral::across, across);
-        if (equal_edges) evaluated_as[m] = evaluated_as[earlier];
-      }
-    }
-    for (std::size_t j = 0; j < _rule.unit_weight.size(); ++j) {
-      for (int m = 0; m < edges; ++m) {
-        if (evaluated_as[m] != m) continue;
-        const Real* l = _distance[integrals[m].across];
-        if (split) {
-          evaluate_split_edge(_distance[integrals[m].along], l, j, m);
-        } else {
-          evaluate_whole_edge(axis, l, j, m);
-        }
-      }
-      split ? add<4>(evaluated_as) : add<2>(evaluated_as);
+    const bool same_along = along == Projection::centred;
+    const bool same_across = across == Projection::centred;
+    if (along == Projection::outside) {
+      same_across ? add_integrals<2, 1>(axis, {0, 0}) : add_integrals<2, 2>(axis, {0, 1});
+    } else if (same_along) {
+      same_across ? add_integrals<4, 1>(axis, {0, 0, 0, 0})
+                  : add_integrals<4, 2>(axis, {0, 1, 0, 1});
+    } else {
+      same_across ? add_integrals<4, 2>(axis, {0, 0, 2, 2})
+                  : add_integrals<4, 4>(axis, {0, 1, 2, 3});
     }
   }
 
  private:
-  /// Term m of node j. Its factor is formed in doubles, whatever the distances.
-  KESTREL_INLINE void evaluate_split_edge(const Real* s, const Real* l, std::size_t j, int m) {
-    const auto t_squared = static_cast<Real>(_rule.unit_node_squared[j]);
-    const double weight = _rule.unit_weight[j];
-    KESTREL_LANES
-    for (int i = 0; i < _count; ++i) {
-      store_term(split_edge_squared(t_squared, s[i], l[i]),
-                 static_cast<double>(s[i]) * static_cast<double>(l[i]), weight, m, i);
+  /// Adds `terms` integrals, four split edges or two whole ones, `distinct` of which differ:
+  /// integral m equals integral equal_to[m], which does not stand behind it. Each is evaluated
+  /// once.
+  template <int terms, int distinct>
+  KESTREL_INLINE void add_integrals(int axis, const int (&equal_to)[terms]) {
+    constexpr bool split = terms == 4;
+    int term_of[terms], integral[distinct], found = 0;
+    for (int m = 0; m < terms; ++m) {
+      if (equal_to[m] == m) integral[found++] = m;
+      term_of[m] = equal_to[m] == m ? found - 1 : term_of[equal_to[m]];
     }
-  }
-  KESTREL_INLINE void evaluate_whole_edge(int axis, const Real* l, std::size_t j, int m) {
-    const auto node = static_cast<Real>(_rule.node[axis][j]);
-    const double weight = _rule.weight[axis][j];
-    const Real* offset = _position[axis];
-    KESTREL_LANES
-    for (int i = 0; i < _count; ++i) {
-      store_term(whole_edge_squared(node, offset[i], l[i]), static_cast<double>(l[i]), weight, m,
-                 i);
+    struct {
+      const Real *along_squared, *across_squared;
+      const double *along, *across;
+    } edge[distinct];
+    for (int m = 0; m < distinct; ++m) {
+      const EdgeIntegral& of = kEdgeIntegrals[axis][integral[m]];
+      edge[m] = {_squared[of.along], _squared[of.across], _distance[of.along],
+                 _distance[of.across]};
     }
-  }
-  KESTREL_INLINE void store_term(Real q, double factor, double weight, int m, int i) {
-    const auto difference = _wave(static_cast<double>(std::sqrt(_z_squared[i] + q))) -
-                            LaneComplex<double>{_direct_re[i], _direct_im[i]};
-    const auto term = Precision::contribution(difference, factor, static_cast<double>(q), weight);
-    _term_re[m][i] = term.re;
-    _term_im[m][i] = term.im;
+    for (std::size_t j = 0; j < _rule.unit_weight.size(); ++j) {
+      const auto node = static_cast<Real>(split ? _rule.unit_node_squared[j] : _rule.node[axis][j]);
+      const double weight = split ? _rule.unit_weight[j] : _rule.weight[axis][j];
+      const auto term = [&](int m, int i) KESTREL_INLINE_LAMBDA {
+        if constexpr (split) {
+          return edge_term(
+              split_edge_squared(node, edge[m].along_squared[i], edge[m].across_squared[i]),
+              edge[m].along[i] * edge[m].across[i], i);
+        } else {
+          return edge_term(whole_edge_squared(node, _position[axis][i], edge[m].across_squared[i]),
+                           edge[m].across[i], i);
+        }
+      };
+      if constexpr (Arithmetic::wide) {
+        add_together<distinct>(term, terms / distinct * weight);
+      } else {
+        add_in_order<distinct>(term, weight, term_of);
+      }
+    }
   }
 
-  /// Adds a node's terms in their order; `evaluated_as` says where each was stored.
-  template <int terms>
-  KESTREL_INLINE void add(const int* evaluated_as) {
+  KESTREL_INLINE QuotientTerm edge_term(Real q, double factor, int i) const {
+    return {factor, static_cast<double>(q),
+            _wave(static_cast<double>(std::sqrt(_z_squared[i] + q)), _tile.reference(i)) -
+                LaneComplex<double>{_direct_re[i], _direct_im[i]}};
+  }
+
+  /// All edges of a point at once.
+  template <int edges, class Term>
+  KESTREL_INLINE void add_together(const Term& term, double weight) {
     KESTREL_LANES
     for (int i = 0; i < _count; ++i) {
-      double re = _tile.re[i], im = _tile.im[i];
-      for (int m = 0; m < terms; ++m) {
-        re += _term_re[evaluated_as[m]][i];
-        im += _term_im[evaluated_as[m]][i];
-      }
-      _tile.re[i] = re;
-      _tile.im[i] = im;
+      const auto sum =
+          sum_quotients<Arithmetic, edges>([&](int m) KESTREL_INLINE_LAMBDA { return term(m, i); });
+      _tile.re[i] = Arithmetic::mul_add(weight, sum.re, _tile.re[i]);
+      _tile.im[i] = Arithmetic::mul_add(weight, sum.im, _tile.im[i]);
     }
   }
+
+  /// One edge after another, because the phases of neighbouring points follow each other and the
+  /// library's sine branches on them. `term_of`: which term is added as which.
+  template <int edges, class Term, int terms>
+  KESTREL_INLINE void add_in_order(const Term& term, double weight, const int (&term_of)[terms]) {
+    for (int m = 0; m < edges; ++m) {
+      for (int i = 0; i < _count; ++i) {
+        const QuotientTerm of = term(m, i);
+        _term[m][i] = Precision::contribution(of.value, of.numerator, of.denominator, weight);
+      }
+    }
+    for (int i = 0; i < _count; ++i) {
+      for (int m = 0; m < terms; ++m) _tile.add_pressure(i, _term[term_of[m]][i]);
+    }
+  }
+
+  using Arithmetic = typename Wave::Arithmetic;
 
   const EdgeTables<std::vector<double>>& _rule;
   FieldTile& _tile;
@@ -120,11 +138,11 @@ class RectangleTile {
   const Wave _wave;
   alignas(64) Real _position[2][FieldTile::capacity];
   alignas(64) Real _z_squared[FieldTile::capacity];
-  alignas(64) Real _distance[4][FieldTile::capacity];
+  alignas(64) double _distance[4][FieldTile::capacity];
+  alignas(64) Real _squared[4][FieldTile::capacity];
   alignas(64) double _direct_re[FieldTile::capacity];
   alignas(64) double _direct_im[FieldTile::capacity];
-  alignas(64) double _term_re[4][FieldTile::capacity];
-  alignas(64) double _term_im[4][FieldTile::capacity];
+  LaneComplex<double> _term[4][FieldTile::capacity];
 };
 
 }  // namespace
@@ -134,10 +152,11 @@ void RectangleFnm<Precision>::evaluate(FieldTile& tile, int region) const {
   const int count = tile.pad();
   const auto in_x = static_cast<Projection>(region / 3);
   const auto in_y = static_cast<Projection>(region % 3);
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach(), [&](const auto& wave) KESTREL_INLINE_LAMBDA {
     RectangleTile<Precision, std::decay_t<decltype(wave)>> work(*this, tile, count, wave);
-    work.add_direction(0, in_x, in_y);
-    work.add_direction(1, in_y, in_x);
+    for (const int axis : {0, 1}) {
+      work.add_direction(axis, axis == 0 ? in_x : in_y, axis == 0 ? in_y : in_x);
+    }
   });
   tile.multiply(prefactor);
 }
@@ -188,7 +207,7 @@ std::complex<double> RectangleFourWide<Precision, nodes_in_lanes>::pressure(doub
       factor[m] = split ? along[m] * across[m] : m < 2 ? across[m] : 0;
     }
     struct Edge {
-      float4 s, l, factor;
+      float4 s_squared, l_squared, factor;
     } edge[4];
     const int groups = nodes_in_lanes ? edges : 1;
     for (int m = 0; m < groups; ++m) {
@@ -196,7 +215,8 @@ std::complex<double> RectangleFourWide<Precision, nodes_in_lanes>::pressure(doub
         return nodes_in_lanes ? float4::splat(values[m])
                               : float4::of(values[0], values[1], values[2], values[3]);
       };
-      edge[m] = {lanes(along), lanes(across), lanes(factor)};
+      const float4 s = lanes(along), l = lanes(across);
+      edge[m] = {s * s, l * l, lanes(factor)};
     }
     const auto add_terms = [&](const FourWideTable& weight, const auto& squared) {
       for (std::size_t block = 0; block < weight.blocks(); ++block) {
@@ -209,12 +229,12 @@ std::complex<double> RectangleFourWide<Precision, nodes_in_lanes>::pressure(doub
     };
     if (split) {
       add_terms(rule.unit_weight, [&](std::size_t block, const Edge& of) {
-        return split_edge_squared(rule.unit_node_squared[block], of.s, of.l);
+        return split_edge_squared(rule.unit_node_squared[block], of.s_squared, of.l_squared);
       });
     } else {
       const float4 offset = float4::splat(position[axis]);
       add_terms(rule.weight[axis], [&](std::size_t block, const Edge& of) {
-        return whole_edge_squared(rule.node[axis][block], offset, of.l);
+        return whole_edge_squared(rule.node[axis][block], offset, of.l_squared);
       });
     }
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <complex>
 #include <vector>
 
@@ -52,9 +54,13 @@ struct RectangleFnm {
            static_cast<int>(projection<Real>(b + yr, b - yr));
   }
 
+  /// How far the nodes lie from the origin at most.
+  double reach() const {
+    return extent_of_nodes(half_width, rule.node[0]) + extent_of_nodes(half_height, rule.node[1]);
+  }
   double wide_math_limit() const {
-    return propagation.wide_math_limit(extent_of_nodes(half_width, rule.node[0]) +
-                                       extent_of_nodes(half_height, rule.node[1]));
+    return propagation.wide_math_limit(reach(),
+                                       std::min(std::abs(half_width), std::abs(half_height)));
   }
 
   /// Writes the pressures of the tile's points, all of `region`, into its re and im.

@@ -34,6 +34,29 @@ struct CapRimTerm {
   }
 };
 
+/// The same for several nodes of one point: F(psi) is numerator / denominator, and what depends on
+/// the point alone stands by itself. With h^2 = R_c^2 - a^2 the denominator is a sum of squares.
+struct CapRimPoint {
+  double r_h, a_zeta, r_rc_squared, squares, twice_a_r, twice_zeta_h;
+
+  KESTREL_INLINE CapRimPoint(double a, double rc, double h, double r, double zeta)
+      : r_h(r * h),
+        a_zeta(a * zeta),
+        r_rc_squared((r * rc) * (r * rc)),
+        squares((rc * rc + r * r) + zeta * zeta),
+        twice_a_r((a + a) * r),
+        twice_zeta_h((zeta + zeta) * h) {}
+
+  KESTREL_INLINE double numerator(double cosine) const { return r_h * cosine + a_zeta; }
+  KESTREL_INLINE double denominator(double numerator, double sine_squared) const {
+    return numerator * numerator + r_rc_squared * sine_squared;
+  }
+  /// To the bits of CapRimTerm, because next to the centre of curvature the last of them counts.
+  KESTREL_INLINE double path(double cosine) const {
+    return std::sqrt((squares - twice_a_r * cosine) + twice_zeta_h);
+  }
+};
+
 /// +1 beyond the centre of curvature, -1 before it. In the focal plane the line through the centre
 /// meets the sphere beside the cap, and no side is taken.
 KESTREL_INLINE double side_of_centre(double zeta) {

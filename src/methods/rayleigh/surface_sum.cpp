@@ -1,15 +1,18 @@
 #include "methods/rayleigh/surface_sum.h"
 
+#include <type_traits>
+
 #include "methods/common/wave_constants.h"
 #include "numerics/interruption.h"
 
 namespace kestrel {
 
 template <class Distance>
-void AxisymmetricSurface<Distance>::sum(FieldTile& tile) const {
+void AxisymmetricSurface<Distance>::sum(FieldTile& tile, double reach) const {
   constexpr int most_surfaces = 2;
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, reach, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+    using Arithmetic = typename std::decay_t<decltype(wave)>::Arithmetic;
     alignas(64) double r[FieldTile::capacity];
     alignas(64) double r_squared[FieldTile::capacity];
     alignas(64) double base[most_surfaces][FieldTile::capacity];
@@ -31,16 +34,29 @@ void AxisymmetricSurface<Distance>::sum(FieldTile& tile) const {
           twice_rho_r[s][i] = 2 * circle.radius * r[i];
         }
       }
-      for (const double angle : azimuth) {
+      for_node_groups<Arithmetic>(azimuth.size(), [&](auto group,
+                                                      std::size_t first) KESTREL_INLINE_LAMBDA {
+        double angle[group];
+        for (int n = 0; n < group; ++n) angle[n] = azimuth[first + n];
         for (int s = 0; s < surfaces; ++s) {
           const double weight = circles[m + s].weight;
+          const auto path = [&](int n, int i) KESTREL_INLINE_LAMBDA {
+            return std::sqrt(Distance::squared(base[s][i], twice_rho_r[s][i], angle[n]));
+          };
           KESTREL_LANES
           for (int i = 0; i < count; ++i) {
-            const double path = std::sqrt(Distance::squared(base[s][i], twice_rho_r[s][i], angle));
-            tile.add_pressure(i, circle_term(wave, path, weight));
+            if constexpr (Arithmetic::wide) {
+              tile.add_pressure(i, weight * sum_quotients<Arithmetic, group>(
+                                                [&](int n) KESTREL_INLINE_LAMBDA -> QuotientTerm {
+                                                  const double of = path(n, i);
+                                                  return {1, of, wave(of, tile.reference(i))};
+                                                }));
+            } else {
+              tile.add_pressure(i, circle_term(wave, path(0, i), weight));
+            }
           }
         }
-      }
+      });
     }
   });
   tile.multiply(prefactor);
@@ -63,7 +79,7 @@ std::complex<double> CapSurface::closed_form() const {
 }
 
 void CapSurface::evaluate(FieldTile& tile, int region) const {
-  region == 0 ? sum(tile) : tile.fill(closed_form());
+  region == 0 ? sum(tile, cap.chord()) : tile.fill(closed_form());
 }
 
 template <class Surface>
@@ -88,18 +104,33 @@ template struct SurfaceFourWide<CapSurface>;
 
 void RectangleSurface::evaluate(FieldTile& tile, int) const {
   const int count = tile.pad();
-  run_tile(tile, propagation, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+  run_tile(tile, propagation, extent, [&](const auto& wave) KESTREL_INLINE_LAMBDA {
+    using Arithmetic = typename std::decay_t<decltype(wave)>::Arithmetic;
     tile.clear_pressures(count);
     for (std::size_t m = 0; m < x_node.size(); ++m) {
       if (interruption_asked()) return;
-      for (std::size_t n = 0; n < y_node.size(); ++n) {
-        const double x = x_node[m], y = y_node[n], w = x_weight[m] * y_weight[n];
+      for_node_groups<Arithmetic>(y_node.size(), [&](auto group,
+                                                     std::size_t first) KESTREL_INLINE_LAMBDA {
+        const double x = x_node[m];
+        double y[group], w[group];
+        for (int n = 0; n < group; ++n) {
+          y[n] = y_node[first + n];
+          w[n] = x_weight[m] * y_weight[first + n];
+        }
+        const auto path = [&](int n, int i) KESTREL_INLINE_LAMBDA {
+          return node_path(tile.x[i] - x, tile.y[i] - y[n], tile.z[i]);
+        };
         KESTREL_LANES
         for (int i = 0; i < count; ++i) {
-          const double path = node_path(tile.x[i] - x, tile.y[i] - y, tile.z[i]);
-          tile.add_pressure(i, node_term(wave, path, w));
+          if constexpr (Arithmetic::wide) {
+            tile.add_pressure(i, sum_quotients<Arithmetic, group>([&](int n) KESTREL_INLINE_LAMBDA {
+                                return node_quotient(wave, path(n, i), tile.reference(i), w[n]);
+                              }));
+          } else {
+            tile.add_pressure(i, node_term(wave, path(0, i), w[0]));
+          }
         }
-      }
+      });
     }
   });
   scale(tile);

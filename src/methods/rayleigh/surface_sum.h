@@ -25,8 +25,9 @@ struct AxisymmetricSurface {
   Propagation propagation;
 
   using NodeDistance = Distance;
-  double wide_math_limit() const { return propagation.wide_math_limit(extent); }
-  void sum(FieldTile& tile) const;
+  double wide_math_limit() const { return propagation.wide_math_limit(extent, extent); }
+  /// `reach`: no node lies farther from the element's origin.
+  void sum(FieldTile& tile, double reach) const;
 };
 
 extern template struct AxisymmetricSurface<PlanarDistance>;
@@ -36,7 +37,7 @@ extern template struct AxisymmetricSurface<SphericalDistance>;
 struct PlanarSurface : AxisymmetricSurface<PlanarDistance> {
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z >= 0 ? 0 : -1; }
-  void evaluate(FieldTile& tile, int) const { sum(tile); }
+  void evaluate(FieldTile& tile, int) const { sum(tile, extent); }
 };
 
 /// Shell, or one of the two caps of a spherical ring. The apex has a closed form: seen from there
@@ -81,7 +82,7 @@ struct RectangleSurface {
 
   static constexpr int regions = 1;
   int region(double, double, double z) const { return z < 0 ? -1 : 0; }
-  double wide_math_limit() const { return propagation.wide_math_limit(extent); }
+  double wide_math_limit() const { return propagation.wide_math_limit(extent, extent); }
   void evaluate(FieldTile& tile, int region) const;
   /// Turns sums over the face into pressures.
   void scale(FieldTile& tile) const;

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <vector>
 
+#include "methods/common/quotient_terms.h"
 #include "methods/common/wave.h"
 #include "methods/common/wave_constants.h"
 
@@ -93,6 +94,14 @@ template <class Wave>
 KESTREL_INLINE LaneComplex<double> node_term(const Wave& wave, double path, double weight) {
   const LaneComplex<double> e = wave(path);
   return {path != 0 ? weight * e.re / path : weight, path != 0 ? weight * e.im / path : weight};
+}
+/// The same before its division.
+template <class Wave>
+KESTREL_INLINE QuotientTerm node_quotient(const Wave& wave, double path, PathReference of_point,
+                                          double weight) {
+  const LaneComplex<double> e = wave(path, of_point);
+  const bool at_node = path == 0;
+  return {weight, at_node ? 1 : path, {at_node ? 1 : e.re, at_node ? 1 : e.im}};
 }
 KESTREL_INLINE LaneComplex<float4> node_term(const FourWideWave& wave, float4 path, float4 weight) {
   const LaneComplex<float4> term = (weight / path) * wave(path);

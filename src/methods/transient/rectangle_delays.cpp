@@ -86,14 +86,14 @@ void RectangleDelays::list(double x, double y, double z, DelayList& list) const 
         if (split) {
           const double* t_squared = _unit_squared.data();
           add_edge(_unit_weight, factor * (along.times * s), [=](int j) KESTREL_INLINE_LAMBDA {
-            return split_edge_squared(t_squared[j], s, l);
+            return split_edge_squared(t_squared[j], s * s, l * l);
           });
         } else {
           const Side& side = u < 0 ? _mirrored[axis] : _side[axis];
           const double* node = side.node.data();
           const double offset = std::abs(u);
           add_edge(side.weight, factor, [=](int j) KESTREL_INLINE_LAMBDA {
-            return whole_edge_squared(node[j], offset, l);
+            return whole_edge_squared(node[j], offset, l * l);
           });
         }
       }
