@@ -28,6 +28,18 @@ std::array<double, 3> half_sides(const Box& box) {
           (box.greatest.z - box.least.z) / 2};
 }
 
+/// The box that holds an element's face.
+Box box_around(const Element& element) {
+  const Rotation rotation(element.euler);
+  const auto reach = [&](CartesianCoordinate direction) {
+    const CartesianCoordinate local = rotation.to_local(direction);
+    return std::visit([&](const auto& face) { return face.support(local); }, element.geometry);
+  };
+  const CartesianCoordinate c = element.center;
+  return {{c.x - reach({-1, 0, 0}), c.y - reach({0, -1, 0}), c.z - reach({0, 0, -1})},
+          {c.x + reach({1, 0, 0}), c.y + reach({0, 1, 0}), c.z + reach({0, 0, 1})}};
+}
+
 double points_of(const GridPart& part) {
   return static_cast<double>(part.count[0]) * part.count[1] * part.count[2];
 }
@@ -96,7 +108,7 @@ ElementTree::ElementTree(std::span<const Element> elements)
     : _elements(elements.begin(), elements.end()) {
   if (_elements.empty()) return;
   _groups.reserve(2 * _elements.size());
-  _groups.push_back({0, _elements.size(), {}, 0});
+  _groups.push_back({0, _elements.size()});
   for (std::size_t group = 0; group < _groups.size(); ++group) halve(group);
 }
 
@@ -104,13 +116,18 @@ void ElementTree::halve(std::size_t at) {
   ElementGroup& group = _groups[at];
   const auto begin = _elements.begin() + static_cast<std::ptrdiff_t>(group.first);
   const auto end = _elements.begin() + static_cast<std::ptrdiff_t>(group.last);
-  Box box{begin->center, begin->center};
-  for (auto e = begin; e != end; ++e) box = united(box, {e->center, e->center});
-  group.center = middle_of(box);
+  Box box{begin->center, begin->center}, faces = box_around(*begin);
+  for (auto e = begin; e != end; ++e) {
+    box = united(box, {e->center, e->center});
+    faces = united(faces, box_around(*e));
+  }
+  group.center = middle_of(faces);
+  group.half = half_sides(faces);
   for (auto e = begin; e != end; ++e) {
     group.radius =
         std::max(group.radius, group.center.calculate_distance(e->center) + extent(e->geometry));
   }
+  group.radius = std::min(group.radius, std::hypot(group.half[0], group.half[1], group.half[2]));
   if (group.last - group.first == 1) return;
   const std::array<double, 3> half = half_sides(box);
   const auto axis =
@@ -121,8 +138,8 @@ void ElementTree::halve(std::size_t at) {
   });
   for (std::size_t i = 0; i < 2; ++i) group.halves[i] = _groups.size() + i;
   const std::size_t first = group.first, last = group.last;
-  _groups.push_back({first, middle, {}, 0});
-  _groups.push_back({middle, last, {}, 0});
+  _groups.push_back({first, middle});
+  _groups.push_back({middle, last});
 }
 
 GroupPlanner::GroupPlanner(const ElementTree& tree, const Medium& medium, const Method& method,
@@ -260,14 +277,20 @@ class GroupPlanner::Block {
     if (!(nearest > 1.2 * group.radius)) return false;
     if (!(_planner._k * (distance + _diagonal) < 0.9 * kPhaseLimit)) return false;
     const double aperture = group.radius / nearest, shrink = 1 - group.radius / distance;
+    // Between the slope at the middle of the block and that at its nearest point.
+    const double typical = (nearest + distance) / 2, turn = _diagonal / distance;
     const double digits = std::log(std::max(kSafety / _relative, 1.0));
     double places = 1;
     for (std::size_t i = 0; i < 3; ++i) {
       nodes[i] = 1;
       if (_part.count[i] == 1) continue;
+      const double along = d[i] / distance;
+      double slope = std::abs(along) * aperture * aperture / 2;
+      for (std::size_t j = 0; j < 3; ++j) {
+        const double share = std::abs((i == j ? 1 : 0) - along * d[j] / distance);
+        slope += kSlope * std::min(1.0, share + kTurn * turn) * group.half[j] / typical;
+      }
       const double across = std::sqrt(std::max(0.0, distance * distance - d[i] * d[i]));
-      const double sine = std::min(1.0, (across + _diagonal) / distance);
-      const double slope = aperture * sine + aperture * aperture / 2;
       const double waves = (_planner._k * slope + _planner._alpha) * _half[i];
       const std::complex<double> w(std::abs(d[i]) * shrink / _half[i], across * shrink / _half[i]);
       const double largest = std::log(std::abs(w + std::sqrt(w * w - 1.0)));
@@ -278,8 +301,11 @@ class GroupPlanner::Block {
     return places <= kMostPlaces && places < _points;
   }
 
-  /// Of the bound's constants, and of three axes.
-  static constexpr double kSafety = 4;
+  // The bound is for waves from the edge of the group's sphere; most come from farther inside. So
+  // it is taken a little shorter, and what the interpolation finds decides.
+  static constexpr double kSlope = 0.85, kSafety = 0.5;
+  /// How much of the block's apparent size counts for the change of directions across it.
+  static constexpr double kTurn = 0.3;
 
   const GroupPlanner& _planner;
   const GridPart& _part;

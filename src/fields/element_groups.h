@@ -14,11 +14,13 @@
 
 namespace kestrel::fields {
 
-/// Some neighbours among an array's elements, and a sphere that holds them.
+/// Some neighbours among an array's elements, and the sphere and the box about a centre that hold
+/// them.
 struct ElementGroup {
   std::size_t first, last;  ///< of ElementTree::elements
-  CartesianCoordinate center;
-  double radius;
+  CartesianCoordinate center = {};
+  double radius = 0;
+  std::array<double, 3> half = {};  ///< sides of the box
   std::size_t halves[2] = {0, 0};  ///< the groups that it is made of; 0 for a single element
 };
 
@@ -57,8 +59,8 @@ struct BlockPlan {
 /// elements.
 ///
 /// Once the phase e^{-jkR} of a group's centre is taken out, the field of the group is smooth: of
-/// the path only its differences from that of the centre are left. For a group of radius A these
-/// change by less than A/D of a step at the distance D. So the field is computed at a few places of
+/// the path only its differences from that of the centre are left. At the distance D, a source that
+/// lies A beside the centre adds a difference that changes by A/D of a step across. So the field is computed at a few places of
 /// a block of points, the Chebyshev nodes along each axis, and interpolated between them.
 ///
 /// Along an axis the error of so many nodes follows from the ellipse on which the continued field

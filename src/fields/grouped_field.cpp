@@ -21,7 +21,14 @@ constexpr std::size_t kTermsAtOnce = 4;
 std::size_t padded(std::size_t n, std::size_t to) { return (n + to - 1) / to * to; }
 
 std::size_t tile_points(const CoordinateGrid& grid) {
-  return std::clamp<std::size_t>(static_cast<std::size_t>(grid.npoints()) / 32, 4096, 32768);
+  return std::clamp<std::size_t>(static_cast<std::size_t>(grid.npoints()) / 16, 4096, 65536);
+}
+
+/// Chebyshev's polynomials T_0 to T_(count-1).
+void chebyshev(double at, std::size_t count, double* values) {
+  for (std::size_t s = 0; s < count; ++s) {
+    values[s] = s == 0 ? 1 : s == 1 ? at : 2 * at * values[s - 1] - values[s - 2];
+  }
 }
 
 /// Interpolation along one axis of a block, between the Chebyshev nodes or, when there are as many
@@ -49,12 +56,14 @@ struct Interpolation {
       return std::numbers::pi * (static_cast<double>(m) + 0.5) / count;
     };
     for (std::size_t m = 0; m < nodes; ++m) places[m] = middle + half * std::cos(angle(m));
+    std::vector<double> at_node(nodes * nodes), at_point(nodes);  // T_s
+    for (std::size_t m = 0; m < nodes; ++m) chebyshev(std::cos(angle(m)), nodes, &at_node[m * nodes]);
     // 1/n (1 + 2 sum_s T_s(node) T_s(point)).
     for (std::size_t i = 0; i < points.size(); ++i) {
-      const double at = std::acos(std::clamp((points[i] - middle) / half, -1.0, 1.0));
+      chebyshev((points[i] - middle) / half, nodes, at_point.data());
       for (std::size_t m = 0; m < nodes; ++m) {
         double sum = 0.5;
-        for (int s = 1; s < count; ++s) sum += std::cos(s * angle(m)) * std::cos(s * at);
+        for (std::size_t s = 1; s < nodes; ++s) sum += at_node[m * nodes + s] * at_point[s];
         basis[m * stride + i] = 2 * sum / count;
       }
     }
@@ -65,10 +74,36 @@ struct Interpolation {
   }
 };
 
+/// Multiplies the pressures at `count` places, all x, then all y, then all z, by e^{jkR}.
+struct TakePhaseOut {
+  const double* columns;
+  CartesianCoordinate center;
+  double k;
+  std::size_t count;
+  double *re, *im;
+
+  template <class Math>
+  KESTREL_INLINE void operator()(Math) const {
+    const double *x = columns, *y = columns + count, *z = columns + 2 * count, rate = k;
+    double *KESTREL_RESTRICT to_re = re, *KESTREL_RESTRICT to_im = im;
+    const double cx = center.x, cy = center.y, cz = center.z;
+    KESTREL_LANES
+    for (std::size_t i = 0; i < count; ++i) {
+      const double dx = x[i] - cx, dy = y[i] - cy, dz = z[i] - cz;
+      double sine, cosine;
+      Math::sine_cosine(rate * std::sqrt(dx * dx + dy * dy + dz * dz), sine, cosine);
+      const double r = to_re[i], m = to_im[i];
+      to_re[i] = r * cosine - m * sine;
+      to_im[i] = r * sine + m * cosine;
+    }
+  }
+};
+
 /// Adds a group's interpolated field, with the phase of its centre, to a block.
 struct AddInterpolated {
   std::size_t length, stride, rows, layers;   ///< points along the three axes; of a stored row
-  std::size_t terms, row_nodes, layer_nodes;  ///< nodes, those along a row filled up
+  /// Nodes along the axes; along a row up to whole vectors, and to a multiple of four.
+  std::size_t terms, row_terms, row_nodes, layer_nodes;
   const double *row_basis, *column_basis, *layer_basis;
   const double *row_squared, *column_squared,
       *layer_squared;               ///< distances along the axes, squared
@@ -102,16 +137,21 @@ struct AddInterpolated {
     return x * y + z;
   }
 
-  /// to[i] = sum_m weight[m * step] from[m * count + i].
+  /// to[i] = sum_m weight[m * step] from[m * count + i]; `count` is a whole number of vectors.
   template <class Math>
   static KESTREL_INLINE void contract(std::size_t count, std::size_t sums, const double* weight,
                                       std::size_t step, const double* KESTREL_RESTRICT from,
                                       double* KESTREL_RESTRICT to) {
-    for (std::size_t i = 0; i < count; ++i) to[i] = 0;
-    for (std::size_t m = 0; m < sums; ++m) {
-      const double w = weight[m * step];
-      KESTREL_LANES
-      for (std::size_t i = 0; i < count; ++i) to[i] = mul_add<Math>(w, from[m * count + i], to[i]);
+    for (std::size_t i = 0; i < count; i += kLanes) {
+      double sum[kLanes] = {};
+      for (std::size_t m = 0; m < sums; ++m) {
+        const double w = weight[m * step];
+        const double* of = from + m * count + i;
+        KESTREL_WHOLE_LANES
+        for (std::size_t l = 0; l < kLanes; ++l) sum[l] = mul_add<Math>(w, of[l], sum[l]);
+      }
+      KESTREL_WHOLE_LANES
+      for (std::size_t l = 0; l < kLanes; ++l) to[i + l] = sum[l];
     }
   }
 
@@ -126,7 +166,6 @@ struct AddInterpolated {
       const std::size_t n = std::min(kMostAlongRow, stride - from);
       alignas(64) double sum_re[kMostAlongRow], sum_im[kMostAlongRow];
       const double* basis = row_basis + from;
-      std::size_t t = 0;
       KESTREL_LANES
       for (std::size_t i = 0; i < n; ++i) {
         double r = 0, m = 0;
@@ -134,7 +173,7 @@ struct AddInterpolated {
         sum_re[i] = r;
         sum_im[i] = m;
       }
-      for (t = kTermsAtOnce; t < terms; t += kTermsAtOnce) {
+      for (std::size_t t = kTermsAtOnce; t < row_terms; t += kTermsAtOnce) {
         const double* rest = basis + t * stride;
         KESTREL_LANES
         for (std::size_t i = 0; i < n; ++i) {
@@ -237,7 +276,7 @@ class GroupWorker : public TileWorker {
     Interpolation& made = _interpolations[axis][nodes];
     if (made.places.empty()) {
       const auto n = static_cast<std::size_t>(nodes);
-      made = axis == 0 ? Interpolation(values(0), nodes, _stride, padded(n, kTermsAtOnce))
+      made = axis == 0 ? Interpolation(values(0), nodes, _stride, padded(n, kLanes))
                        : Interpolation(values(axis), nodes, _count[axis], n);
     }
     return made;
@@ -286,16 +325,14 @@ class GroupWorker : public TileWorker {
     }
     add_elements(group, n);
     const double k = _job.planner.wavenumber();
-    const std::size_t terms = padded(n0, kTermsAtOnce);
+    const std::size_t terms = padded(n0, kLanes);
     _node_re.assign(terms * n1 * n2, 0);
     _node_im.assign(terms * n1 * n2, 0);
+    run_kernel(instruction_set(), TakePhaseOut{_columns.data(), group.center, k, n,
+                                               _place_re.data(), _place_im.data()});
     for (std::size_t i = 0; i < n; ++i) {
-      const double path =
-          group.center.calculate_distance(_columns[i], _columns[n + i], _columns[2 * n + i]);
-      const std::complex<double> p =
-          std::complex<double>(_place_re[i], _place_im[i]) * std::polar(1.0, k * path);
-      _node_re[i / n0 * terms + i % n0] = p.real();
-      _node_im[i / n0 * terms + i % n0] = p.imag();
+      _node_re[i / n0 * terms + i % n0] = _place_re[i];
+      _node_im[i / n0 * terms + i % n0] = _place_im[i];
     }
   }
 
@@ -321,7 +358,7 @@ class GroupWorker : public TileWorker {
                            const std::array<const Interpolation*, 3>& along) const {
     const Interpolation& here = *along[axis];
     if (here.last.empty()) return 0;
-    const std::size_t terms = padded(along[0]->places.size(), kTermsAtOnce);
+    const std::size_t terms = padded(along[0]->places.size(), kLanes);
     const std::size_t size[] = {along[0]->places.size(), along[1]->places.size(),
                                 along[2]->places.size()};
     const std::size_t step[] = {1, terms, terms * size[1]};
@@ -355,11 +392,12 @@ class GroupWorker : public TileWorker {
       }
     }
     squared[0].resize(_stride, squared[0].back());
-    const std::size_t terms = padded(along[0]->places.size(), kTermsAtOnce);
+    const std::size_t terms = padded(along[0]->places.size(), kLanes);
     _scratch.resize(2 * (along[1]->places.size() + 1) * terms);
     run_kernel(
         instruction_set(),
-        AddInterpolated{_count[0], _stride, _count[1], _count[2], terms, along[1]->places.size(),
+        AddInterpolated{_count[0], _stride, _count[1], _count[2], terms,
+                        padded(along[0]->places.size(), kTermsAtOnce), along[1]->places.size(),
                         along[2]->places.size(), along[0]->basis.data(), along[1]->basis.data(),
                         along[2]->basis.data(), squared[0].data(), squared[1].data(),
                         squared[2].data(), _node_re.data(), _node_im.data(), _scratch.data(),
