@@ -154,7 +154,7 @@ class ArrayField {
     sample.climb_to_peak(clusters < 8 ? 1 : kClimb);
     const double trial_cost =
         cost_per_cluster(_run.grid) * static_cast<double>(_run.elements.size() * clusters);
-    constexpr double kInterpolated = 0.1;  // of the tolerance
+    constexpr double kInterpolated = 0.5;  // of the tolerance
     _allowed = kInterpolated * tolerance * sample.peak();
     return element_tolerance(sample, _run.elements, _run.medium, tolerance,
                              trial_cost < std::max(4e6, 0.02 * cost));

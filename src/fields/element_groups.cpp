@@ -5,6 +5,7 @@
 #include <complex>
 #include <limits>
 #include <numbers>
+#include <tuple>
 #include <utility>
 
 #include "fields/cost.h"
@@ -150,12 +151,20 @@ GroupPlanner::GroupPlanner(const ElementTree& tree, const Medium& medium, const 
   _alpha = std::abs(medium.attenuation(f0));
   for (const Element& e : tree.elements()) {
     const double face = medium._rho_density * medium._soundspeed * std::abs(e.amplitude);
-    const FieldJumps jumps =
-        std::visit([](const auto& shape) { return shape.jumps(); }, e.geometry);
-    const double area = std::visit([](const auto& shape) { return shape.area(); }, e.geometry);
-    _sources.push_back({Rotation(e.euler).normal(),
-                        *std::max_element(jumps.planes.begin(), jumps.planes.end()),
-                        extent(e.geometry), face, face * _k * area / (2 * std::numbers::pi)});
+    const auto [jumps, area, curvature] = std::visit(
+        [](const auto& shape) {
+          return std::tuple(shape.jumps(), shape.area(), shape.radial_face().curvature);
+        },
+        e.geometry);
+    Source source{Rotation(e.euler).normal(), -kNever, -kNever, extent(e.geometry)};
+    if (!jumps.planes.empty()) {
+      const auto [least, greatest] = std::minmax_element(jumps.planes.begin(), jumps.planes.end());
+      source.silent_below = *least;
+      source.smooth_above = *greatest;
+    }
+    source.far = face * _k * area / (2 * std::numbers::pi);
+    source.most = 2 * face + (curvature > 0 ? source.far / curvature : 0);
+    _sources.push_back(source);
   }
 }
 
@@ -176,6 +185,8 @@ class GroupPlanner::Block {
   BlockPlan plan() {
     BlockPlan plan;
     plan.cost = add(0, plan);
+    const std::size_t heard = _before.size() - 1 - _before.back().behind;
+    plan.alone_cost = static_cast<double>(heard) * (kElement + _points * _per_point);
     return plan;
   }
 
@@ -202,8 +213,8 @@ class GroupPlanner::Block {
           std::abs(n.x) * _half[0] + std::abs(n.y) * _half[1] + std::abs(n.z) * _half[2];
       const double distance = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
       const double rounding = 1e-9 * (distance + _diagonal + source.extent);
-      const bool front = height - reach > source.jump + rounding;
-      const bool behind = height + reach < -rounding;
+      const bool front = height - reach > source.smooth_above + rounding;
+      const bool behind = height + reach < source.silent_below - rounding;
       const double near = std::max(distance - _diagonal - source.extent, 1e-300);
       if (distance < least) {
         least = distance;
@@ -214,7 +225,7 @@ class GroupPlanner::Block {
         ++next.behind;
       } else {
         if (!front) ++next.mixed;
-        next.pressure += std::min(2 * source.face, source.far / near);
+        next.pressure += std::min(source.most, source.far / near);
       }
       _before[i + 1] = next;
     }
@@ -227,7 +238,6 @@ class GroupPlanner::Block {
 
   /// Plans for a group or its halves, whichever is cheaper. Returns the cost.
   double add(std::size_t index, BlockPlan& plan) const {
-    constexpr double kElement = 4000;  // nanoseconds: choice of nodes and call
     const ElementGroup& group = _planner._tree.groups()[index];
     const Before &from = _before[group.first], &to = _before[group.last];
     const auto count = static_cast<double>(group.last - group.first);
@@ -301,9 +311,11 @@ class GroupPlanner::Block {
     return places <= kMostPlaces && places < _points;
   }
 
+  /// Of the choice of nodes and the call, nanoseconds.
+  static constexpr double kElement = 4000;
   // The bound is for waves from the edge of the group's sphere; most come from farther inside. So
   // it is taken a little shorter, and what the interpolation finds decides.
-  static constexpr double kSlope = 0.85, kSafety = 0.5;
+  static constexpr double kSlope = 0.8, kSafety = 0.15;
   /// How much of the block's apparent size counts for the change of directions across it.
   static constexpr double kTurn = 0.3;
 
@@ -324,7 +336,7 @@ void GroupPlanner::refine(const GridPart& part, const Take& take) const {
   refine(part, plan(part), take);
 }
 
-void GroupPlanner::refine(const GridPart& part, const BlockPlan& whole, const Take& take) const {
+bool GroupPlanner::refine(const GridPart& part, const BlockPlan& whole, const Take& take) const {
   constexpr double kFewest = 512;
   if (points_of(part) >= 2 * kFewest) {
     const auto halves = halves_of(part);
@@ -332,12 +344,10 @@ void GroupPlanner::refine(const GridPart& part, const BlockPlan& whole, const Ta
     // Elements that are computed at every point may need it in a small part of the block only.
     const bool near = whole.direct_cost > 0.1 * whole.cost;
     if (near || first.cost + second.cost < 0.95 * whole.cost) {
-      refine(halves[0], first, take);
-      refine(halves[1], second, take);
-      return;
+      return refine(halves[0], first, take) && refine(halves[1], second, take);
     }
   }
-  take(part, whole);
+  return take(part, whole);
 }
 
 }  // namespace kestrel::fields

@@ -21,7 +21,7 @@ struct ElementGroup {
   CartesianCoordinate center = {};
   double radius = 0;
   std::array<double, 3> half = {};  ///< sides of the box
-  std::size_t halves[2] = {0, 0};  ///< the groups that it is made of; 0 for a single element
+  std::size_t halves[2] = {0, 0};   ///< the groups that it is made of; 0 for a single element
 };
 
 /// An array cut in halves again and again, until each element is alone.
@@ -51,6 +51,7 @@ struct GroupWork {
 struct BlockPlan {
   std::vector<GroupWork> work;  ///< what is left out radiates nothing into the block
   double cost = 0;              ///< of all, nanoseconds
+  double alone_cost = 0;        ///< if every element were computed at every point
   double direct_cost = 0;       ///< of the elements that are computed at every point
   double direct_pairs = 0;      ///< of elements and points, those computed one by one
 };
@@ -60,8 +61,9 @@ struct BlockPlan {
 ///
 /// Once the phase e^{-jkR} of a group's centre is taken out, the field of the group is smooth: of
 /// the path only its differences from that of the centre are left. At the distance D, a source that
-/// lies A beside the centre adds a difference that changes by A/D of a step across. So the field is computed at a few places of
-/// a block of points, the Chebyshev nodes along each axis, and interpolated between them.
+/// lies A beside the centre adds a difference that changes by A/D of a step across. So the field is
+/// computed at a few places of a block of points, the Chebyshev nodes along each axis, and
+/// interpolated between them.
 ///
 /// Along an axis the error of so many nodes follows from the ellipse on which the continued field
 /// is bounded (L. N. Trefethen, "Approximation Theory and Approximation Practice", theorem 8.2):
@@ -77,8 +79,8 @@ class GroupPlanner {
 
   BlockPlan plan(const GridPart& block) const;
   /// Halves the part as long as this makes it cheaper, and calls take(block, plan) for what comes
-  /// of it.
-  using Take = std::function<void(const GridPart& block, const BlockPlan& plan)>;
+  /// of it, until that says false.
+  using Take = std::function<bool(const GridPart& block, const BlockPlan& plan)>;
   void refine(const GridPart& part, const Take& take) const;
 
   const ElementTree& tree() const { return _tree; }
@@ -86,7 +88,7 @@ class GroupPlanner {
 
  private:
   class Block;
-  void refine(const GridPart& part, const BlockPlan& plan, const Take& take) const;
+  bool refine(const GridPart& part, const BlockPlan& plan, const Take& take) const;
 
   const ElementTree& _tree;
   const Method& _method;
@@ -94,10 +96,11 @@ class GroupPlanner {
   double _k, _alpha, _allowed;
   struct Source {
     CartesianCoordinate normal;
-    double jump;    ///< the field is smooth above that height over the element
-    double extent;  ///< radius
-    double face;    ///< pressure at the face, pascals
-    double far;     ///< pressure times distance
+    double silent_below;  ///< no sound at that height over the element
+    double smooth_above;  ///< the field does not jump
+    double extent;        ///< radius
+    double far = 0;       ///< pressure times distance
+    double most = 0;      ///< pressure next to the face and at the focus, pascals
   };
   std::vector<Source> _sources;  ///< by element
 };

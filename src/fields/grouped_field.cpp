@@ -57,7 +57,8 @@ struct Interpolation {
     };
     for (std::size_t m = 0; m < nodes; ++m) places[m] = middle + half * std::cos(angle(m));
     std::vector<double> at_node(nodes * nodes), at_point(nodes);  // T_s
-    for (std::size_t m = 0; m < nodes; ++m) chebyshev(std::cos(angle(m)), nodes, &at_node[m * nodes]);
+    for (std::size_t m = 0; m < nodes; ++m)
+      chebyshev(std::cos(angle(m)), nodes, &at_node[m * nodes]);
     // 1/n (1 + 2 sum_s T_s(node) T_s(point)).
     for (std::size_t i = 0; i < points.size(); ++i) {
       chebyshev((points[i] - middle) / half, nodes, at_point.data());
@@ -101,7 +102,7 @@ struct TakePhaseOut {
 
 /// Adds a group's interpolated field, with the phase of its centre, to a block.
 struct AddInterpolated {
-  std::size_t length, stride, rows, layers;   ///< points along the three axes; of a stored row
+  std::size_t length, stride, rows, layers;  ///< points along the three axes; of a stored row
   /// Nodes along the axes; along a row up to whole vectors, and to a multiple of four.
   std::size_t terms, row_terms, row_nodes, layer_nodes;
   const double *row_basis, *column_basis, *layer_basis;
@@ -229,10 +230,10 @@ class GroupWorker : public TileWorker {
     const double all = count_of(part);
     double done = 0;
     _job.planner.refine(part, [&](const GridPart& block, const BlockPlan& plan) {
-      if (stopped()) return;
       compute(block, plan);
       done += count_of(block);
       report(done / all);
+      return !stopped();
     });
   }
 
@@ -379,7 +380,7 @@ class GroupWorker : public TileWorker {
     return largest;
   }
   /// The series falls faster than this from one coefficient to the next.
-  static constexpr double kNextShare = 0.2;
+  static constexpr double kNextShare = 0.05;
 
   void add_interpolated(const ElementGroup& group,
                         const std::array<const Interpolation*, 3>& along) {
@@ -394,14 +395,26 @@ class GroupWorker : public TileWorker {
     squared[0].resize(_stride, squared[0].back());
     const std::size_t terms = padded(along[0]->places.size(), kLanes);
     _scratch.resize(2 * (along[1]->places.size() + 1) * terms);
-    run_kernel(
-        instruction_set(),
-        AddInterpolated{_count[0], _stride, _count[1], _count[2], terms,
-                        padded(along[0]->places.size(), kTermsAtOnce), along[1]->places.size(),
-                        along[2]->places.size(), along[0]->basis.data(), along[1]->basis.data(),
-                        along[2]->basis.data(), squared[0].data(), squared[1].data(),
-                        squared[2].data(), _node_re.data(), _node_im.data(), _scratch.data(),
-                        -_job.planner.wavenumber(), _re.data(), _im.data()});
+    run_kernel(instruction_set(), AddInterpolated{_count[0],
+                                                  _stride,
+                                                  _count[1],
+                                                  _count[2],
+                                                  terms,
+                                                  padded(along[0]->places.size(), kTermsAtOnce),
+                                                  along[1]->places.size(),
+                                                  along[2]->places.size(),
+                                                  along[0]->basis.data(),
+                                                  along[1]->basis.data(),
+                                                  along[2]->basis.data(),
+                                                  squared[0].data(),
+                                                  squared[1].data(),
+                                                  squared[2].data(),
+                                                  _node_re.data(),
+                                                  _node_im.data(),
+                                                  _scratch.data(),
+                                                  -_job.planner.wavenumber(),
+                                                  _re.data(),
+                                                  _im.data()});
   }
 
   /// A group's elements at every point of the block.
@@ -470,18 +483,23 @@ class GroupWorker : public TileWorker {
 
 }  // namespace
 
-double grouped_cost(const GroupedJob& job) {
+GroupedCost grouped_cost(const GroupedJob& job) {
   constexpr std::size_t kLooked = 6;
   const std::vector<GridPart> tiles = cut_into_blocks(job.grid, tile_points(job.grid));
   const std::size_t stride = (tiles.size() + kLooked - 1) / kLooked;
-  double cost = 0, looked = 0;
+  GroupedCost cost;
+  double looked = 0;
   for (std::size_t i = 0; i < tiles.size(); i += stride) {
-    end_if_cancelled();
     ++looked;
-    job.planner.refine(tiles[i],
-                       [&](const GridPart&, const BlockPlan& plan) { cost += plan.cost; });
+    job.planner.refine(tiles[i], [&](const GridPart&, const BlockPlan& plan) {
+      end_if_cancelled();
+      cost.grouped += plan.cost;
+      cost.alone += plan.alone_cost;
+      return true;
+    });
   }
-  return cost / looked * static_cast<double>(tiles.size());
+  const double share = looked / static_cast<double>(tiles.size());
+  return {cost.grouped / share, cost.alone / share};
 }
 
 double grouped_memory(const GroupedJob& job, int threads) {

@@ -18,8 +18,12 @@ struct GroupedJob {
   const NodeRule& rule;
 };
 
-/// Estimate of the time in nanoseconds of one core, from the plans of some blocks.
-double grouped_cost(const GroupedJob& job);
+/// Estimates of the time of one core, in nanoseconds, from the plans of some blocks.
+struct GroupedCost {
+  double grouped = 0;
+  double alone = 0;  ///< if every element were computed at every point
+};
+GroupedCost grouped_cost(const GroupedJob& job);
 
 /// Bytes that add_grouped_field works with, at most.
 double grouped_memory(const GroupedJob& job, int threads);

@@ -128,7 +128,7 @@ EvaluationPlan plan_evaluation(const std::vector<Element>& elements, const Coord
 }
 
 bool may_group(const EvaluationPlan& plan, const CoordinateGrid& grid, const Settings& settings) {
-  constexpr double kLeast = 2e7;  // nanoseconds that are worth planning for
+  constexpr double kLeast = 5e6;  // nanoseconds that are worth planning for
   return settings.reuse && settings.tolerance && settings.method->takes_tolerance &&
          grid.regular() && plan.direct_cost > kLeast;
 }
@@ -142,10 +142,10 @@ void plan_groups(EvaluationPlan& plan, const CoordinateGrid& grid, const Medium&
   const GroupPlanner planner(tree, medium, *settings.method, rule, allowed);
   const GroupedJob job{planner, grid, medium, *settings.method, rule};
   if (grouped_memory(job, threads) > settings.memory) return;
-  const double cost = grouped_cost(job);
-  if (cost > kWorthwhile * plan.direct_cost) return;
-  plan.cost += cost - plan.direct_cost;
-  plan.direct_cost = cost;
+  const GroupedCost cost = grouped_cost(job);
+  if (!(cost.grouped < kWorthwhile * cost.alone)) return;
+  plan.cost += cost.grouped - plan.direct_cost;
+  plan.direct_cost = cost.grouped;
   plan.groups = std::move(tree);
 }
 
