@@ -128,7 +128,7 @@ EvaluationPlan plan_evaluation(const std::vector<Element>& elements, const Coord
 }
 
 bool may_group(const EvaluationPlan& plan, const CoordinateGrid& grid, const Settings& settings) {
-  constexpr double kLeast = 5e6;  // nanoseconds that are worth planning for
+  constexpr double kLeast = 1e6;  // nanoseconds that are worth planning for
   return settings.reuse && settings.tolerance && settings.method->takes_tolerance &&
          grid.regular() && plan.direct_cost > kLeast;
 }
