@@ -49,7 +49,7 @@ struct Settings {
   /// Let equal elements share what they have in common and, with a tolerance, let groups of
   /// neighbours share the places at which they are computed (continuous waves).
   bool reuse = true;
-  /// Bytes of working memory, besides the result, that reuse may take.
+  /// Bytes of working memory, besides the result, that reuse and groups may take.
   double memory = 512e6;
   bool estimate_error = true;  ///< of continuous waves
   /// The best one when not given.
