@@ -120,11 +120,11 @@ struct AddInterpolated {
     double* const line_re = plane_im + row_nodes * terms;
     double* const line_im = line_re + terms;
     for (std::size_t c = 0; c < layers; ++c) {
-      contract<Math>(row_nodes * terms, layer_nodes, layer_basis + c, layers, node_re, plane_re);
-      contract<Math>(row_nodes * terms, layer_nodes, layer_basis + c, layers, node_im, plane_im);
+      contract<Math>(row_nodes * terms, layer_nodes, layer_basis + c, layers, node_re, node_im,
+                     plane_re, plane_im);
       for (std::size_t b = 0; b < rows; ++b) {
-        contract<Math>(terms, row_nodes, column_basis + b, rows, plane_re, line_re);
-        contract<Math>(terms, row_nodes, column_basis + b, rows, plane_im, line_im);
+        contract<Math>(terms, row_nodes, column_basis + b, rows, plane_re, plane_im, line_re,
+                       line_im);
         const std::size_t place = (c * rows + b) * stride;
         add_row<Math>(line_re, line_im, column_squared[b] + layer_squared[c], re + place,
                       im + place);
@@ -141,18 +141,24 @@ struct AddInterpolated {
   /// to[i] = sum_m weight[m * step] from[m * count + i]; `count` is a whole number of vectors.
   template <class Math>
   static KESTREL_INLINE void contract(std::size_t count, std::size_t sums, const double* weight,
-                                      std::size_t step, const double* KESTREL_RESTRICT from,
-                                      double* KESTREL_RESTRICT to) {
+                                      std::size_t step, const double* KESTREL_RESTRICT from_re,
+                                      const double* KESTREL_RESTRICT from_im,
+                                      double* KESTREL_RESTRICT to_re,
+                                      double* KESTREL_RESTRICT to_im) {
     for (std::size_t i = 0; i < count; i += kLanes) {
-      double sum[kLanes] = {};
+      double re[kLanes] = {}, im[kLanes] = {};
       for (std::size_t m = 0; m < sums; ++m) {
         const double w = weight[m * step];
-        const double* of = from + m * count + i;
+        const double *a = from_re + m * count + i, *b = from_im + m * count + i;
         KESTREL_WHOLE_LANES
-        for (std::size_t l = 0; l < kLanes; ++l) sum[l] = mul_add<Math>(w, of[l], sum[l]);
+        for (std::size_t l = 0; l < kLanes; ++l) re[l] = mul_add<Math>(w, a[l], re[l]);
+        KESTREL_WHOLE_LANES
+        for (std::size_t l = 0; l < kLanes; ++l) im[l] = mul_add<Math>(w, b[l], im[l]);
       }
       KESTREL_WHOLE_LANES
-      for (std::size_t l = 0; l < kLanes; ++l) to[i + l] = sum[l];
+      for (std::size_t l = 0; l < kLanes; ++l) to_re[i + l] = re[l];
+      KESTREL_WHOLE_LANES
+      for (std::size_t l = 0; l < kLanes; ++l) to_im[i + l] = im[l];
     }
   }
 
