@@ -45,6 +45,14 @@ double points_of(const GridPart& part) {
   return static_cast<double>(part.count[0]) * part.count[1] * part.count[2];
 }
 
+std::array<GridPart, 2> halves_across(const GridPart& part, std::size_t axis) {
+  std::array<GridPart, 2> halves{part, part};
+  halves[0].count[axis] = part.count[axis] / 2;
+  halves[1].first[axis] += halves[0].count[axis];
+  halves[1].count[axis] -= halves[0].count[axis];
+  return halves;
+}
+
 /// The two halves across the longest side that has more than one point.
 std::array<GridPart, 2> halves_of(const GridPart& part) {
   const std::array<double, 3> half = half_sides(box_of(part));
@@ -52,11 +60,7 @@ std::array<GridPart, 2> halves_of(const GridPart& part) {
   for (std::size_t i = 1; i < 3; ++i) {
     if (part.count[axis] < 2 || (part.count[i] > 1 && half[i] > half[axis])) axis = i;
   }
-  std::array<GridPart, 2> halves{part, part};
-  halves[0].count[axis] = part.count[axis] / 2;
-  halves[1].first[axis] += halves[0].count[axis];
-  halves[1].count[axis] -= halves[0].count[axis];
-  return halves;
+  return halves_across(part, axis);
 }
 
 /// Nodes of Chebyshev's first kind for a relative error of e^-`digits`, when the function has
@@ -90,15 +94,21 @@ Box box_of(const GridPart& part) {
 }
 
 std::vector<GridPart> cut_into_blocks(const CoordinateGrid& grid, std::size_t most_points) {
+  // The tables of an interpolation grow with the sides of a block.
+  constexpr int kMostAlongSide = 1024;
   std::vector<GridPart> blocks, open{GridPart(grid)};
   while (!open.empty()) {
     const GridPart part = open.back();
     open.pop_back();
-    if (points_of(part) <= static_cast<double>(std::max<std::size_t>(most_points, 1))) {
+    const auto most = std::max_element(part.count.begin(), part.count.end());
+    if (points_of(part) <= static_cast<double>(most_points) && *most <= kMostAlongSide) {
       blocks.push_back(part);
       continue;
     }
-    const auto halves = halves_of(part);
+    const auto halves =
+        *most > kMostAlongSide
+            ? halves_across(part, static_cast<std::size_t>(most - part.count.begin()))
+            : halves_of(part);
     open.push_back(halves[1]);
     open.push_back(halves[0]);
   }
@@ -257,19 +267,17 @@ class GroupPlanner::Block {
         own = direct;
         work.nodes = {0, 0, 0};
         plan.direct_cost += direct;
-        plan.direct_pairs += _points;
       }
       plan.work.push_back(work);
       return own;
     }
     const std::size_t before = plan.work.size();
-    const double direct_cost = plan.direct_cost, direct_pairs = plan.direct_pairs;
+    const double direct_cost = plan.direct_cost;
     const double apart = add(group.halves[0], plan) + add(group.halves[1], plan);
     if (own >= apart) return apart;
     plan.work.resize(before);
     plan.work.push_back(work);
     plan.direct_cost = direct_cost;
-    plan.direct_pairs = direct_pairs;
     return own;
   }
 

@@ -53,7 +53,6 @@ struct BlockPlan {
   double cost = 0;              ///< of all, nanoseconds
   double alone_cost = 0;        ///< if every element were computed at every point
   double direct_cost = 0;       ///< of the elements that are computed at every point
-  double direct_pairs = 0;      ///< of elements and points, those computed one by one
 };
 
 /// Decides how the field of an array is made in the blocks of a grid from those of groups of its
@@ -107,7 +106,8 @@ class GroupPlanner {
 
 /// The smallest box around a part's points.
 Box box_of(const GridPart& part);
-/// The parts that come of cutting the grid's longest side in halves until no part has more points.
+/// The parts that come of cutting the grid's longest side in halves until no part has more points,
+/// nor a thousand along a side.
 std::vector<GridPart> cut_into_blocks(const CoordinateGrid& grid, std::size_t most_points);
 
 }  // namespace kestrel::fields

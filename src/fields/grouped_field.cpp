@@ -510,11 +510,11 @@ GroupedCost grouped_cost(const GroupedJob& job) {
 
 double grouped_memory(const GroupedJob& job, int threads) {
   const double per_point = 11 * sizeof(double);  // sums, columns, grid, planes
-  const double per_element = 500;
+  const double per_element = 500, tables = 2e6;
   const auto elements = static_cast<double>(job.planner.tree().elements().size());
-  return elements * per_element +
-         threads *
-             (per_point * static_cast<double>(tile_points(job.grid)) + elements * per_element);
+  const double of_thread =
+      per_point * static_cast<double>(tile_points(job.grid)) + elements * per_element + tables;
+  return elements * per_element + threads * of_thread;
 }
 
 void add_grouped_field(TileRunner& runner, const GroupedJob& job, std::complex<double>* result,

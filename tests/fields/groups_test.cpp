@@ -95,10 +95,10 @@ TEST(Groups, KeepItNextToTheElementsAndBehindThem) {
   }
 }
 
-TEST(Groups, PlanesAndSingleLargeElementsAreInterpolatedToo) {
+TEST(Groups, ArraysOfAllShapesAndSingleLargeElementsAreInterpolatedOnPlanesToo) {
   const auto plane = regular_grid({301, 1, 301}, {-15e-3, 0, 20e-3}, {0.1e-3, 1e-3, 0.1e-3});
   const std::vector<Element> large = {element(Circle{8e-3}, {1e-3, 2e-3, 0}, {0.2, 0.1, 0})};
-  for (const std::vector<Element>& array : {scattered(kShapes[0], 20, 4), large}) {
+  for (const std::vector<Element>& array : {mixed_array(4), large}) {
     const Computed computed = compute(array, *plane, water(), to_tolerance(1e-5));
     EXPECT_GT(computed.report.interpolated, 0.9);
     EXPECT_LE(difference(computed.field, one_by_one(array, *plane, water())), 1e-5);

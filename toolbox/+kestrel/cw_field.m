@@ -24,11 +24,12 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %
 %   [P, INFO] = kestrel.cw_field(...) also returns what was done: the method, the time in
 %   seconds, the least and the greatest number of nodes, the way taken ('reuse', 'groups',
-%   'direct', 'reuse and direct' and so on, or 'march') and how many elements were reused, the threads, the
-%   instruction set, the working memory and result_memory, that of P, in bytes (the call
-%   holds both at once), and error_estimate, the largest difference between P and a
-%   converged field on a sample of points, relative to the largest |P|. A march ('kzk_cw') has no quadrature: its nodes are [0 0] and its
-%   error_estimate is NaN; instead it has planes, radial_nodes and harmonics.
+%   'direct', 'reuse and direct' and so on, or 'march') and how many elements were reused,
+%   the threads, the instruction set, the working memory and result_memory, that of P, in
+%   bytes (the call holds both at once), and error_estimate, the largest difference between
+%   P and a converged field on a sample of points, relative to the largest |P|. A march
+%   ('kzk_cw') has no quadrature: its nodes are [0 0] and its error_estimate is NaN; instead
+%   it has planes, radial_nodes and harmonics.
 %
 %   ... = kestrel.cw_field(..., NAME, VALUE, ...) with the options
 %      'method'     a continuous-wave method by name, 'fnm_cw' if not given
