@@ -6,6 +6,7 @@
 #include <complex>
 #include <vector>
 
+#include "kestrel/arrays.h"
 #include "kestrel/field.h"
 #include "kestrel/quadrature.h"
 
@@ -99,5 +100,28 @@ BENCHMARK(BM_DirectAligned)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTim
 
 void BM_Reuse(benchmark::State& state) { run_array(state, 0, false, true, 1); }
 BENCHMARK(BM_Reuse)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+
+/// 256 discs on a bowl, to a tolerance of 10^-digits on 10^6 points about the focus, with loss: in
+/// groups, or every element at every point.
+void BM_Bowl(benchmark::State& state) {
+  CoordinateGrid grid;
+  const double step = 40e-3 / 99;
+  grid.RegularCoordinateGrid(-20e-3, 20e-3, -20e-3, 20e-3, 70e-3, 110e-3, step, step, step);
+  const std::vector<Element> array =
+      bowl_array(256, {.element_radius = 2e-3, .aperture_radius = 50e-3, .rad_curvature = 100e-3});
+  Settings settings;
+  settings.tolerance = std::pow(10, -static_cast<double>(state.range(0)));
+  settings.threads = 1;
+  settings.reuse = state.range(1) != 0;
+  std::vector<std::complex<double>> field(static_cast<std::size_t>(grid.npoints()));
+  for (auto _ : state) compute_field(array, grid, water(true), settings, field.data());
+  set_pair_counter(state, static_cast<double>(array.size()) * grid.npoints());
+}
+BENCHMARK(BM_Bowl)
+    ->ArgNames({"digits", "groups"})
+    ->ArgsProduct({{4, 6}, {0, 1}})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime();
 
 }  // namespace

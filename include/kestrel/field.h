@@ -45,9 +45,11 @@ struct Settings {
   /// Largest error wanted, relative to the field's peak; the number of nodes follows. Without it
   /// and without nodes it is 1e-4 for methods that take a tolerance, as 'fnm_cw' alone does.
   std::optional<double> tolerance = {};
-  int threads = 0;    ///< 0: one per processor core
-  bool reuse = true;  ///< let equal elements share what they have in common (continuous waves)
-  /// Bytes of working memory, besides the result, that reuse may take.
+  int threads = 0;  ///< 0: one per processor core
+  /// Let equal elements share what they have in common and, with a tolerance, let groups of
+  /// neighbours share the places at which they are computed (continuous waves).
+  bool reuse = true;
+  /// Bytes of working memory, besides the result, that reuse and groups may take.
   double memory = 512e6;
   bool estimate_error = true;  ///< of continuous waves
   /// The best one when not given.
@@ -62,8 +64,11 @@ struct Settings {
 struct Report {
   double seconds = 0;
   int least_nodes = 0, greatest_nodes = 0;
-  std::size_t reused_elements = 0;  ///< of the array's elements, those computed by reuse
-  std::size_t direct_elements = 0;  ///< those computed one by one
+  std::size_t reused_elements = 0;   ///< of the array's elements, those computed by reuse
+  std::size_t direct_elements = 0;   ///< those computed one by one
+  std::size_t grouped_elements = 0;  ///< those computed in groups (docs/arrays.md)
+  /// Of the pairs of such an element and a point, the share whose pressure was interpolated.
+  double interpolated = 0;
   InstructionSet instruction_set = InstructionSet::scalar;
   int threads = 0;
   double memory = 0;  ///< bytes of working memory, besides the result
@@ -83,7 +88,9 @@ struct Report {
 /// Every element is computed by the method's slot of the table, through the same call as by hand.
 /// The grid is cut into tiles that threads share; the result does not depend on their number. With
 /// reuse (reuse_plan.h), elements of equal geometry and orientation whose places fit the grid's
-/// lattice share one table of their common field; this changes the result by rounding only.
+/// lattice share one table of their common field; this changes the result by rounding only. With a
+/// tolerance the fields of groups of other elements may be interpolated between the points at which
+/// they are computed (element_groups.h), with an error that is part of the tolerance.
 ///
 /// Fails for elements or settings that cannot be (naming the element, counted from 1), for a method
 /// that a shape lacks, and with Cancelled when progress says so; then `result` is unspecified.

@@ -228,6 +228,18 @@ class Info {
   std::vector<mxArray*> _values;
 };
 
+/// "reuse and direct", for example.
+std::string way_of(const fields::Report& report) {
+  std::string way;
+  const auto add = [&](std::size_t elements, const char* name) {
+    if (elements > 0) way += (way.empty() ? "" : " and ") + std::string(name);
+  };
+  add(report.reused_elements, "reuse");
+  add(report.grouped_elements, "groups");
+  add(report.direct_elements, "direct");
+  return way.empty() ? "direct" : way;
+}
+
 }  // namespace
 
 mxArray* describe(const fields::Report& report, const fields::Settings& settings, bool pulse,
@@ -240,10 +252,7 @@ mxArray* describe(const fields::Report& report, const fields::Settings& settings
     info.add("nodes", settings.nodes);
   } else {
     info.add("nodes", {double(report.least_nodes), double(report.greatest_nodes)});
-    info.add("way", marched                       ? "march"
-                    : report.reused_elements == 0 ? "direct"
-                    : report.direct_elements == 0 ? "reuse"
-                                                  : "reuse and direct");
+    info.add("way", marched ? "march" : way_of(report).c_str());
     info.add("reused_elements", static_cast<double>(report.reused_elements));
   }
   info.add("threads", report.threads);

@@ -6,6 +6,7 @@
 #include "fields/direct_field.h"
 #include "fields/error_estimate.h"
 #include "fields/error_sample.h"
+#include "fields/grouped_field.h"
 #include "fields/kzk_array.h"
 #include "fields/plan.h"
 #include "fields/reused_field.h"
@@ -55,9 +56,11 @@ class ArrayField {
     const double tolerance = *_run.settings.tolerance;
     if (_run.elements.empty() || _points.size() == 0) return;
     // The cost as if each element were allowed the whole tolerance.
-    const EvaluationPlan plan = plan_evaluation(_run.elements, _run.grid, _run.settings,
-                                                ToleranceNodes(_run.medium, tolerance));
+    EvaluationPlan plan = plan_evaluation(_run.elements, _run.grid, _run.settings,
+                                          ToleranceNodes(_run.medium, tolerance));
     double each = first_tolerance(plan);
+    plan_groups(plan, _run.grid, _run.medium, _run.settings, ToleranceNodes(_run.medium, each),
+                _allowed, _run.runner.threads());
     double previous = std::numeric_limits<double>::infinity();
     const double& found = _run.report.error_estimate;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -65,7 +68,13 @@ class ArrayField {
       if (attempt > 0) std::fill_n(_result, _points.size(), std::complex<double>{});
       add_field(plan, rule, attempt == 0 ? 1 : 0);
       estimate(plan, rule);
-      if (!(found > tolerance) || found > 0.5 * previous) break;
+      if (!(found > tolerance)) break;
+      if (plan.groups) {
+        // Perhaps a group's field is not as smooth as it seemed.
+        plan.groups.reset();
+        continue;
+      }
+      if (found > 0.5 * previous) break;
       previous = found;
       each = std::max(1e-14, each * std::clamp(0.2 * tolerance / previous, 1e-4, 0.2));
     }
@@ -92,16 +101,29 @@ class ArrayField {
       report.reused_elements += group.elements.size();
       report.memory = std::max(report.memory, group.memory);
     }
-    report.direct_elements = plan.direct.size();
+    report.direct_elements = plan.groups ? 0 : plan.direct.size();
+    report.grouped_elements = plan.direct.size() - report.direct_elements;
+    report.interpolated = 0;
     if (!plan.direct.empty()) {
       _run.runner.begin_stage(share * plan.direct_cost / plan.cost);
-      report.memory = std::max(report.memory, add_direct(job(plan.direct, rule), used));
+      report.memory =
+          std::max(report.memory, plan.groups ? add_groups(*plan.groups, rule, used)
+                                              : add_direct(job(plan.direct, rule), used));
     }
     report.least_nodes = used.least;
     report.greatest_nodes = used.greatest;
   }
 
-  /// Returns the bytes of working memory.
+  /// Each returns the bytes of working memory.
+  double add_groups(const ElementTree& groups, const NodeRule& rule, NodeRange& used) {
+    const GroupPlanner planner(groups, _run.medium, _run.method, rule, _allowed);
+    const GroupedJob grouped{planner, _run.grid, _run.medium, _run.method, rule};
+    std::atomic<double> pairs{0};
+    add_grouped_field(_run.runner, grouped, _result, used, pairs);
+    _run.report.interpolated = pairs / (static_cast<double>(groups.elements().size()) *
+                                        static_cast<double>(_points.size()));
+    return grouped_memory(grouped, _run.runner.threads());
+  }
   double add_direct(const DirectJob& direct, NodeRange& used) {
     if (!_run.grid.regular() && direct.rule.depends_on_place()) {
       return add_list_field(_run.runner, direct, _result, used);
@@ -123,15 +145,19 @@ class ArrayField {
     const double tolerance = *_run.settings.tolerance;
     _run.runner.begin_stage(0);
     const ToleranceNodes converged(_run.medium, std::max(1e-13, 1e-5 * tolerance));
+    // Groups make most of the work some fifteen times cheaper.
+    const double cost = may_group(plan, _run.grid, _run.settings) ? plan.cost / 15 : plan.cost;
     const std::size_t clusters =
-        affordable_clusters(_run.grid, _run.elements.size(), plan.cost, 0.01, 4);
+        affordable_clusters(_run.grid, _run.elements.size(), cost, 0.01, 4);
     ErrorSample sample(_run.runner, job(_run.elements, converged), _run.grid, clusters, kJudged,
                        1.0);
     sample.climb_to_peak(clusters < 8 ? 1 : kClimb);
     const double trial_cost =
         cost_per_cluster(_run.grid) * static_cast<double>(_run.elements.size() * clusters);
+    constexpr double kInterpolated = 0.5;  // of the tolerance
+    _allowed = kInterpolated * tolerance * sample.peak();
     return element_tolerance(sample, _run.elements, _run.medium, tolerance,
-                             trial_cost < std::max(4e6, 0.02 * plan.cost));
+                             trial_cost < std::max(4e6, 0.02 * cost));
   }
 
   void warn_of_error(double tolerance) {
@@ -146,6 +172,7 @@ class ArrayField {
   Run& _run;
   const GridPoints _points;
   std::complex<double>* _result;
+  double _allowed = 0;  ///< error of the interpolation of groups, pascals
 };
 
 }  // namespace

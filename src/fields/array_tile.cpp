@@ -60,11 +60,8 @@ void ElementWorker::run_part(std::size_t first, std::size_t count) {
   for (std::size_t e = 0; e < _inputs.size(); ++e) {
     if (stopped()) return;
     const Element& element = _job.elements[e];
-    NumericalIntegration& rule = rule_of(_job.rule.nodes(element, box));
-    // Methods of discs and rings leave the rule over (0, pi), those of the others want (-1, 1).
-    if (!rule.gauss_quadrature()) return;
-    _inputs[e].rule = &rule;
-    check_result(_job.method.compute(element.geometry, _inputs[e]), _job.method, element.geometry);
+    NumericalIntegration& rule = _rules.rule(_job.rule.nodes(element, box), _used);
+    if (!add_element(_job.method, element, rule, _inputs[e])) return;
     _added += static_cast<double>(count);
     report(_added / (static_cast<double>(_of_tile) * static_cast<double>(_inputs.size())));
   }
@@ -102,15 +99,24 @@ Box ElementWorker::box_of(std::size_t first, std::size_t count) const {
   return box;
 }
 
-NumericalIntegration& ElementWorker::rule_of(int nodes) {
+NumericalIntegration& Rules::rule(int nodes, NodeRange& used) {
   NumericalIntegration& rule = _rules[nodes];
   if (rule.get_npoints() == 0) {
     if (!rule.allocate_memory(nodes)) {
       fail(ErrorKind::out_of_memory, "Out of memory: no room for a rule of %d nodes.", nodes);
     }
-    _used.include(nodes);
+    used.include(nodes);
   }
   return rule;
+}
+
+bool add_element(const Method& method, const Element& element, NumericalIntegration& rule,
+                 detail::ElementInputs& in) {
+  // Methods of discs and rings leave the rule over (0, pi), those of the others want (-1, 1).
+  if (!rule.gauss_quadrature()) return false;
+  in.rule = &rule;
+  check_result(method.compute(element.geometry, in), method, element.geometry);
+  return true;
 }
 
 void NodeRange::include(int nodes) {

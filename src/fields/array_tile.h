@@ -34,6 +34,20 @@ struct NodeRange {
   void include(int nodes);
 };
 
+/// The rules of one thread, one for each number of nodes.
+class Rules {
+ public:
+  NumericalIntegration& rule(int nodes, NodeRange& used);
+
+ private:
+  std::map<int, NumericalIntegration> _rules;
+};
+
+/// Adds an element's field with the nodes of a rule, which is filled anew. Fails when the method
+/// does. False when it was interrupted.
+bool add_element(const Method& method, const Element& element, NumericalIntegration& rule,
+                 detail::ElementInputs& in);
+
 /// One thread's own copy of everything that a method touches: on each tile it calls the method for
 /// the elements in their order. What they add to is the derived worker's. A tile is halved, and its
 /// halves again, where that saves nodes: next to the faces few points want many.
@@ -58,7 +72,6 @@ class ElementWorker : public TileWorker {
   /// Whether the part is better computed as two halves, for the sake of one of them.
   bool better_halved(std::size_t first, std::size_t count);
   Box box_of(std::size_t first, std::size_t count) const;
-  NumericalIntegration& rule_of(int nodes);
 
   const DirectJob& _job;
   NodeRange& _used;
@@ -66,7 +79,7 @@ class ElementWorker : public TileWorker {
   std::size_t _of_tile = 0;  // points of the tile at hand
   double _added = 0;         // of it, points times elements
   CoordinateGrid _grid;
-  std::map<int, NumericalIntegration> _rules;
+  Rules _rules;
   std::vector<double> _columns;
   std::vector<detail::ElementInputs> _inputs;
 };

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "fields/cost.h"
+#include "fields/grouped_field.h"
 #include "fields/tile_runner.h"
 #include "numerics/interruption.h"
 
@@ -124,6 +125,28 @@ EvaluationPlan plan_evaluation(const std::vector<Element>& elements, const Coord
   }
   plan.cost += plan.direct_cost;
   return plan;
+}
+
+bool may_group(const EvaluationPlan& plan, const CoordinateGrid& grid, const Settings& settings) {
+  constexpr double kLeast = 1e6;  // nanoseconds that are worth planning for
+  return settings.reuse && settings.tolerance && settings.method->takes_tolerance &&
+         grid.regular() && plan.direct_cost > kLeast;
+}
+
+void plan_groups(EvaluationPlan& plan, const CoordinateGrid& grid, const Medium& medium,
+                 const Settings& settings, const NodeRule& rule, double allowed, int threads) {
+  constexpr double kWorthwhile = 0.7;
+  if (!may_group(plan, grid, settings)) return;
+  const InterruptionScope listening([&] { return settings.progress && !settings.progress(0); });
+  ElementTree tree(plan.direct);
+  const GroupPlanner planner(tree, medium, *settings.method, rule, allowed);
+  const GroupedJob job{planner, grid, medium, *settings.method, rule};
+  if (grouped_memory(job, threads) > settings.memory) return;
+  const GroupedCost cost = grouped_cost(job);
+  if (!(cost.grouped < kWorthwhile * cost.alone)) return;
+  plan.cost += cost.grouped - plan.direct_cost;
+  plan.direct_cost = cost.grouped;
+  plan.groups = std::move(tree);
 }
 
 }  // namespace kestrel::fields

@@ -23,12 +23,13 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %              pascals when amplitudes are in m/s. Time runs as exp(+jwt).
 %
 %   [P, INFO] = kestrel.cw_field(...) also returns what was done: the method, the time in
-%   seconds, the least and the greatest number of nodes, the way taken ('reuse', 'direct',
-%   'reuse and direct' or 'march') and how many elements were reused, the threads, the
-%   instruction set, the working memory and result_memory, that of P, in bytes (the call
-%   holds both at once), and error_estimate, the largest difference between P and a
-%   converged field on a sample of points, relative to the largest |P|. A march ('kzk_cw') has no quadrature: its nodes are [0 0] and its
-%   error_estimate is NaN; instead it has planes, radial_nodes and harmonics.
+%   seconds, the least and the greatest number of nodes, the way taken ('reuse', 'groups',
+%   'direct', 'reuse and direct' and so on, or 'march') and how many elements were reused,
+%   the threads, the instruction set, the working memory and result_memory, that of P, in
+%   bytes (the call holds both at once), and error_estimate, the largest difference between
+%   P and a converged field on a sample of points, relative to the largest |P|. A march
+%   ('kzk_cw') has no quadrature: its nodes are [0 0] and its error_estimate is NaN; instead
+%   it has planes, radial_nodes and harmonics.
 %
 %   ... = kestrel.cw_field(..., NAME, VALUE, ...) with the options
 %      'method'     a continuous-wave method by name, 'fnm_cw' if not given
@@ -37,8 +38,9 @@ function [p, info] = cw_field(array, grid, medium, ndiv, f0, varargin)
 %      'threads'    number of threads; 0, the default, is one per processor core.
 %                   The result does not depend on it
 %      'reuse'      false: compute every element at every point, even where equal
-%                   elements on the lattice of the grid could share their field
-%      'memory'     most bytes of working memory for reuse, 512e6 if not given
+%                   elements on the lattice of the grid could share their field, or where
+%                   a tolerance lets the field of a group of elements be interpolated
+%      'memory'     most bytes of working memory for reuse and groups, 512e6 if not given
 %      'progress'   false: say nothing, however long it takes
 %      'instruction_set'  'auto', or one of 'scalar', 'baseline', 'avx2', 'avx512',
 %                   'neon' to compare them
