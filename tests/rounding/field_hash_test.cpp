@@ -13,6 +13,7 @@
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <limits>
 #include <map>
 #include <string>
 
@@ -298,12 +299,18 @@ Table known_table() {
   return table;
 }
 
+/// The Fourier transform forms its factors in long double.
+bool uses_transform(const std::string& row) {
+  return row.ends_with(" sampled") || row.find(" kzk_transient") != std::string::npos;
+}
+
 TEST(Fields, HaveTheBitsOfTheTable) {
   if (library_functions() != kLibraryFunctions) {
     GTEST_SKIP() << "this machine's sines and exponentials are not the table's";
   }
   const standalone::Capture quiet;
   const bool same_reciprocal = approximate_reciprocal() == kApproximateReciprocal;
+  const bool same_long_double = std::numeric_limits<long double>::digits == 64;
   Table unmet = known_table();
   for (const auto& [row, hashes] : Tabulation().table()) {
     if (!unmet.contains(row)) {
@@ -312,6 +319,7 @@ TEST(Fields, HaveTheBitsOfTheTable) {
     }
     const Hashes expected = unmet.extract(row).mapped();
     if (row.starts_with("disc fnm_cw_sse") && !same_reciprocal) continue;
+    if (uses_transform(row) && !same_long_double) continue;
     for (std::size_t i = 0; i < std::size(kSets); ++i) {
       if (!is_supported(kSets[i])) continue;
       EXPECT_EQ(hashes.of[i], expected.of[i]) << row << " changed on " << name(kSets[i]);
