@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <utility>
+#include <type_traits>
 
 #include "methods/common/wave.h"
 

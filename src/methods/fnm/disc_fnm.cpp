@@ -42,6 +42,18 @@ struct DiscPoints {
     return wave(std::sqrt(z_squared[i] + squared), tile.reference(i)) -
            LaneComplex<double>{direct_re[i], direct_im[i]};
   }
+
+  /// The sum of w_m radial_m / squared_m (E(R_m) - E(z)) over a group of nodes, on a wide path;
+  /// rim(m, i) is the DiscRimTerm of node m.
+  template <std::size_t group, class Rim, class Wave>
+  KESTREL_INLINE LaneComplex<double> sum(int i, const Rim& rim, const double (&w)[group],
+                                         const Wave& wave) const {
+    return sum_quotients<typename Wave::Arithmetic, static_cast<int>(group)>(
+        [&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
+          const DiscRimTerm<double> of = rim(m, i);
+          return {w[m] * of.radial, of.squared, difference(i, of.squared, wave)};
+        });
+  }
 };
 
 }  // namespace
@@ -84,11 +96,7 @@ void DiscFnm<fold_prefactor>::evaluate(FieldTile& tile, int) const {
             KESTREL_LANES
             for (int i = 0; i < count; ++i) {
               if constexpr (Wave::Arithmetic::wide) {
-                const auto sum = sum_quotients<typename Wave::Arithmetic, group>(
-                    [&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
-                      const auto of = rim(m, i);
-                      return {w[m] * of.radial, of.squared, points.difference(i, of.squared, wave)};
-                    });
+                const auto sum = points.sum(i, rim, w, wave);
                 tile.add_pressure(i, fold_prefactor ? sum * prefactor : sum);
               } else {
                 const auto of = rim(0, i);
@@ -135,11 +143,7 @@ void ApodizedDiscFnm::evaluate(FieldTile& tile, int) const {
             KESTREL_LANES
             for (int i = 0; i < count; ++i) {
               if constexpr (Wave::Arithmetic::wide) {
-                const auto sum = sum_quotients<typename Wave::Arithmetic, group>(
-                    [&](int m) KESTREL_INLINE_LAMBDA -> QuotientTerm {
-                      const auto of = rim(m, i);
-                      return {w[m] * of.radial, of.squared, points.difference(i, of.squared, wave)};
-                    });
+                const auto sum = points.sum(i, rim, w, wave);
                 tile.add_pressure(i, scale * sum);
               } else {
                 const auto of = rim(0, i);
